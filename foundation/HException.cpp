@@ -1,0 +1,3 @@
+#include "foundation/HException.h"
+
+HException::~HException() = default;

@@ -1,0 +1,44 @@
+#include "tool/tess/Commands.h"
+#include <QCoreApplication>
+#include <cstdio>
+#include <iterator>
+
+// One declaration and one row per subcommand, kept in step.
+namespace {
+
+constexpr TessCommand commands[] = {
+    {"help", "tess help", nullptr},
+};
+
+void printUsage(FILE *to)
+{
+    std::fprintf(to, "usage: tess <command> [arguments]\ncommands:\n");
+    for (const TessCommand &command : commands)
+        std::fprintf(to, "  %s\n", command.usage);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    QStringList arguments = application.arguments();
+    if (arguments.size() < 2) {
+        printUsage(stderr);
+        return 1;
+    }
+    const QString name = arguments.at(1);
+    arguments.remove(0, 2);
+    for (const TessCommand &command : commands) {
+        if (name == QLatin1String(command.name)) {
+            if (!command.run) {
+                printUsage(stdout);
+                return 0;
+            }
+            return command.run(arguments);
+        }
+    }
+    std::fprintf(stderr, "tess: unknown command '%s'\n", qPrintable(name));
+    printUsage(stderr);
+    return 1;
+}
