@@ -1,0 +1,351 @@
+#include "foundation/Lexer.h"
+#include <array>
+#include <string_view>
+
+namespace {
+
+struct TokenInfo {
+    std::string_view name;
+    std::string_view literal; // the operator's text; empty for tokens made by a pattern
+};
+
+// Indexed by token number.
+constexpr std::array<TokenInfo, cTokenCount> tokenInfo = {{
+    {"TOKEN_EOF", ""},
+    {"TOKEN_UNKNOWN", ""},
+    {"TOKEN_WHITESPACE", ""},
+    {"TOKEN_INTEGER", ""},
+    {"TOKEN_HEX_INTEGER", ""},
+    {"TOKEN_BINARY_INTEGER", ""},
+    {"TOKEN_FLOAT", ""},
+    {"TOKEN_STRING", ""},
+    {"TOKEN_IDENTIFIER", ""},
+    {"TOKEN_REGISTER", ""},
+    {"TOKEN_SEMICOLON", ";"},
+    {"TOKEN_COLON", ":"},
+    {"TOKEN_SCOPE", "::"},
+    {"TOKEN_LEFT_PARENTHESIS", "("},
+    {"TOKEN_RIGHT_PARENTHESIS", ")"},
+    {"TOKEN_LEFT_SQUARE_BRACKET", "["},
+    {"TOKEN_RIGHT_SQUARE_BRACKET", "]"},
+    {"TOKEN_LEFT_CURLY_BRACKET", "{"},
+    {"TOKEN_RIGHT_CURLY_BRACKET", "}"},
+    {"TOKEN_DOT", "."},
+    {"TOKEN_ARROW", "->"},
+    {"TOKEN_PLUSPLUS", "++"},
+    {"TOKEN_MINUSMINUS", "--"},
+    {"TOKEN_BITNOT", "~"},
+    {"TOKEN_LOGICALNOT", "!"},
+    {"TOKEN_MULTIPLY", "*"},
+    {"TOKEN_DIVIDE", "/"},
+    {"TOKEN_MOD", "%"},
+    {"TOKEN_PLUS", "+"},
+    {"TOKEN_MINUS", "-"},
+    {"TOKEN_LSHIFT", "<<"},
+    {"TOKEN_RSHIFT", ">>"},
+    {"TOKEN_URSHIFT", ">>>"},
+    {"TOKEN_LT", "<"},
+    {"TOKEN_LE", "<="},
+    {"TOKEN_GT", ">"},
+    {"TOKEN_GE", ">="},
+    {"TOKEN_EQ", "=="},
+    {"TOKEN_NE", "!="},
+    {"TOKEN_BITAND", "&"},
+    {"TOKEN_BITXOR", "^"},
+    {"TOKEN_BITOR", "|"},
+    {"TOKEN_LOGICALAND", "&&"},
+    {"TOKEN_LOGICALOR", "||"},
+    {"TOKEN_QUESTION", "?"},
+    {"TOKEN_ASSIGN", "="},
+    {"TOKEN_PLUS_ASSIGN", "+="},
+    {"TOKEN_MINUS_ASSIGN", "-="},
+    {"TOKEN_MULTIPLY_ASSIGN", "*="},
+    {"TOKEN_DIVIDE_ASSIGN", "/="},
+    {"TOKEN_MOD_ASSIGN", "%="},
+    {"TOKEN_RSHIFT_ASSIGN", ">>="},
+    {"TOKEN_LSHIFT_ASSIGN", "<<="},
+    {"TOKEN_URSHIFT_ASSIGN", ">>>="},
+    {"TOKEN_BITAND_ASSIGN", "&="},
+    {"TOKEN_BITXOR_ASSIGN", "^="},
+    {"TOKEN_BITOR_ASSIGN", "|="},
+    {"TOKEN_COMMA", ","},
+}};
+
+// The operator rules in table order, which settles every shared prefix: the longer operator is
+// always tried first. Compound assignments bind loosest but one, below `=`.
+struct OperatorRule {
+    CToken token;
+    int priority;
+};
+constexpr int compoundPriority = -3;
+constexpr OperatorRule operatorRules[] = {
+    {CToken::Semicolon, 10},      {CToken::Scope, 10},
+    {CToken::Colon, 10},          {CToken::LeftParenthesis, 10},
+    {CToken::RightParenthesis, 10}, {CToken::LeftSquareBracket, 10},
+    {CToken::RightSquareBracket, 10}, {CToken::LeftCurlyBracket, 10},
+    {CToken::RightCurlyBracket, 10}, {CToken::Dot, 10},
+    {CToken::Arrow, 10},          {CToken::PlusPlus, 10},
+    {CToken::MinusMinus, 10},     {CToken::Ne, 5},
+    {CToken::LogicalNot, 10},     {CToken::BitNot, 10},
+    {CToken::MultiplyAssign, compoundPriority}, {CToken::Multiply, 9},
+    {CToken::DivideAssign, compoundPriority},   {CToken::Divide, 9},
+    {CToken::ModAssign, compoundPriority},      {CToken::Mod, 9},
+    {CToken::PlusAssign, compoundPriority},     {CToken::Plus, 8},
+    {CToken::MinusAssign, compoundPriority},    {CToken::Minus, 8},
+    {CToken::LshiftAssign, compoundPriority},   {CToken::Lshift, 7},
+    {CToken::UrshiftAssign, compoundPriority},  {CToken::Urshift, 7},
+    {CToken::RshiftAssign, compoundPriority},   {CToken::Rshift, 7},
+    {CToken::Le, 6},              {CToken::Lt, 6},
+    {CToken::Ge, 6},              {CToken::Gt, 6},
+    {CToken::Eq, 5},              {CToken::BitXorAssign, compoundPriority},
+    {CToken::BitXor, 3},          {CToken::BitAndAssign, compoundPriority},
+    {CToken::LogicalAnd, 1},      {CToken::BitAnd, 4},
+    {CToken::BitOrAssign, compoundPriority},    {CToken::LogicalOr, 0},
+    {CToken::BitOr, 2},           {CToken::Question, -1},
+    {CToken::Assign, -2},         {CToken::Comma, -4},
+};
+
+QString literalOf(CToken token)
+{
+    const std::string_view literal = tokenInfo[size_t(token)].literal;
+    return QString::fromLatin1(literal.data(), qsizetype(literal.size()));
+}
+
+// Built once and shared by every CStyleLexer: compiling the patterns is far dearer than lexing.
+const QList<LexerRule> &cStyleRules()
+{
+    static const QList<LexerRule> rules = [] {
+        QList<LexerRule> table;
+        const auto add = [&table](const QString &pattern, CToken token, int priority) {
+            // Unicode properties give \s and \d their full meaning, as for any QString text.
+            QRegularExpression expression(pattern,
+                                          QRegularExpression::UseUnicodePropertiesOption);
+            expression.optimize();
+            table.append({expression, int(token), priority});
+        };
+        add(QStringLiteral("[\\s]+"), CToken::Whitespace, 10);
+        add(QStringLiteral("\"[^\"]*\""), CToken::String, 10);
+        add(QStringLiteral("0x[0-9A-Fa-f]*U?L?L?u?l?l?"), CToken::HexInteger, 10);
+        add(QStringLiteral("0b[0-1]*"), CToken::BinaryInteger, 10);
+        add(QStringLiteral("\\d+\\.\\d+"), CToken::Float, 10);
+        add(QStringLiteral("\\d+U?L?L?u?l?l?"), CToken::Integer, 10);
+        add(QStringLiteral("[A-Za-z_$][A-Za-z_0-9$]*"), CToken::Identifier, 10);
+        add(QStringLiteral("@[A-Za-z_0-9]*"), CToken::Register, 10);
+        for (const OperatorRule &rule : operatorRules)
+            add(QRegularExpression::escape(literalOf(rule.token)), rule.token, rule.priority);
+        return table;
+    }();
+    return rules;
+}
+
+bool isAsciiDigit(char16_t c)
+{
+    return c >= '0' && c <= '9';
+}
+bool isHexDigit(char16_t c)
+{
+    return isAsciiDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+bool isIdentifierStart(char16_t c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '$';
+}
+bool isIdentifierPart(char16_t c)
+{
+    return isIdentifierStart(c) || isAsciiDigit(c);
+}
+bool isAsciiSpace(char16_t c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// The priority of each operator token, by number; tokens that are no operator get 10.
+constexpr std::array<int, cTokenCount> operatorPriorities = [] {
+    std::array<int, cTokenCount> priorities{};
+    priorities.fill(nonOperatorPriority);
+    for (const OperatorRule &rule : operatorRules)
+        priorities[size_t(rule.token)] = rule.priority;
+    return priorities;
+}();
+
+} // namespace
+
+Lexer::~Lexer() = default;
+
+void Lexer::setText(const QString &text)
+{
+    m_text = text;
+    m_position = 0;
+    m_pushedBack.clear();
+    m_textIsAscii = true;
+    for (const QChar c : text) {
+        if (c.unicode() >= 0x80) {
+            m_textIsAscii = false;
+            break;
+        }
+    }
+}
+
+LexerToken Lexer::next()
+{
+    if (!m_pushedBack.isEmpty())
+        return m_pushedBack.takeLast();
+    return scan(true);
+}
+
+LexerToken Lexer::peek()
+{
+    const LexerToken token = next();
+    pushBack(token);
+    return token;
+}
+
+void Lexer::pushBack(const LexerToken &token)
+{
+    m_pushedBack.append(token);
+}
+
+QString Lexer::tokenName(int number)
+{
+    if (number < 0 || number >= cTokenCount)
+        return QStringLiteral("TOKEN_%1").arg(number);
+    const std::string_view name = tokenInfo[size_t(number)].name;
+    return QString::fromLatin1(name.data(), qsizetype(name.size()));
+}
+
+LexerToken Lexer::nextFromRules()
+{
+    return scan(false);
+}
+
+bool Lexer::scanFast(LexerToken &)
+{
+    return false;
+}
+
+LexerToken Lexer::scan(bool allowFast)
+{
+    for (;;) {
+        if (m_position >= m_text.size())
+            return {int(CToken::Eof), QString(), nonOperatorPriority};
+        LexerToken token;
+        if (!(allowFast && scanFast(token))) {
+            const LexerRule *matched = nullptr;
+            qsizetype length = 0;
+            for (const LexerRule &rule : std::as_const(m_rules)) {
+                const QRegularExpressionMatch match = rule.pattern.match(
+                    m_text, m_position, QRegularExpression::NormalMatch,
+                    QRegularExpression::AnchorAtOffsetMatchOption);
+                // An empty match would not move the cursor: it counts as no match.
+                if (match.hasMatch() && match.capturedLength() > 0) {
+                    matched = &rule;
+                    length = match.capturedLength();
+                    break;
+                }
+            }
+            if (matched)
+                token = {matched->number, m_text.mid(m_position, length), matched->priority};
+            else
+                token = {int(CToken::Unknown), m_text.mid(m_position, 1), nonOperatorPriority};
+            m_position += token.text.size();
+        }
+        if (!token.is(CToken::Whitespace))
+            return token;
+    }
+}
+
+CStyleLexer::CStyleLexer()
+{
+    setRules(cStyleRules());
+}
+
+// Mirrors the rule table for ASCII text. Returns false only where the text is not ASCII; every
+// ASCII character starts some token here, if only TOKEN_UNKNOWN.
+bool CStyleLexer::scanFast(LexerToken &token)
+{
+    if (!m_textIsAscii)
+        return false;
+    const char16_t *const data = reinterpret_cast<const char16_t *>(m_text.constData());
+    const qsizetype size = m_text.size();
+    const qsizetype start = m_position;
+    qsizetype end = start;
+    const auto at = [&](qsizetype i) -> char16_t { return i < size ? data[i] : u'\0'; };
+    const auto optional = [&](char16_t c) {
+        if (at(end) == c)
+            ++end;
+    };
+    const auto finish = [&](CToken number) {
+        token = {int(number), m_text.mid(start, end - start), operatorPriorities[size_t(number)]};
+        m_position = end;
+        return true;
+    };
+    const char16_t c = data[start];
+    if (isAsciiSpace(c)) {
+        while (end < size && isAsciiSpace(data[end]))
+            ++end;
+        return finish(CToken::Whitespace);
+    }
+    if (c == '"') {
+        end = start + 1;
+        while (end < size && data[end] != '"')
+            ++end;
+        if (end < size) {
+            ++end;
+            return finish(CToken::String);
+        }
+        end = start + 1;
+        return finish(CToken::Unknown);
+    }
+    if (c == '0' && at(start + 1) == 'x') {
+        end = start + 2;
+        while (end < size && isHexDigit(data[end]))
+            ++end;
+        for (const char16_t suffix : u"ULLull")
+            if (suffix)
+                optional(suffix);
+        return finish(CToken::HexInteger);
+    }
+    if (c == '0' && at(start + 1) == 'b') {
+        end = start + 2;
+        while (at(end) == '0' || at(end) == '1')
+            ++end;
+        return finish(CToken::BinaryInteger);
+    }
+    if (isAsciiDigit(c)) {
+        while (end < size && isAsciiDigit(data[end]))
+            ++end;
+        if (at(end) == '.' && isAsciiDigit(at(end + 1))) {
+            end += 2;
+            while (end < size && isAsciiDigit(data[end]))
+                ++end;
+            return finish(CToken::Float);
+        }
+        for (const char16_t suffix : u"ULLull")
+            if (suffix)
+                optional(suffix);
+        return finish(CToken::Integer);
+    }
+    if (isIdentifierStart(c)) {
+        while (end < size && isIdentifierPart(data[end]))
+            ++end;
+        return finish(CToken::Identifier);
+    }
+    if (c == '@') {
+        ++end;
+        while (end < size && (isIdentifierPart(data[end]) && data[end] != '$'))
+            ++end;
+        return finish(CToken::Register);
+    }
+    for (const OperatorRule &rule : operatorRules) {
+        const std::string_view literal = tokenInfo[size_t(rule.token)].literal;
+        qsizetype i = 0;
+        while (i < qsizetype(literal.size()) && at(start + i) == char16_t(literal[size_t(i)]))
+            ++i;
+        if (i == qsizetype(literal.size())) {
+            end = start + i;
+            return finish(rule.token);
+        }
+    }
+    ++end;
+    return finish(CToken::Unknown);
+}
