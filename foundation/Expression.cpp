@@ -31,11 +31,6 @@ QString symbolOf(ExpressionOperator op)
     return QString::fromLatin1(entry.symbol);
 }
 
-int depthOf(const std::unique_ptr<Expression> &node)
-{
-    return node ? node->depth() : 0;
-}
-
 QString binaryText(const Expression &left, const QString &symbol, const Expression &right)
 {
     return QLatin1Char('(') + left.text() + QLatin1Char(' ') + symbol + QLatin1Char(' ')
@@ -47,6 +42,14 @@ QString binaryText(const Expression &left, const QString &symbol, const Expressi
 // ---- Expression and its two families
 
 Expression::~Expression() = default;
+
+void Expression::addOperand(const Expression *operand)
+{
+    if (!operand)
+        return;
+    m_depth = qMax(m_depth, operand->m_depth + 1);
+    m_size += operand->m_size;
+}
 
 ExpressionValue Expression::store(const ExpressionValue &) const
 {
@@ -61,14 +64,15 @@ std::unique_ptr<Expression> Expression::clone() const
 UnaryExpression::UnaryExpression(ExpressionParser *parser, std::unique_ptr<Expression> operand)
     : Expression(parser), m_operand(std::move(operand))
 {
-    m_depth = 1 + depthOf(m_operand);
+    addOperand(m_operand.get());
 }
 
 BinaryExpression::BinaryExpression(ExpressionParser *parser, std::unique_ptr<Expression> left,
                                    std::unique_ptr<Expression> right)
     : Expression(parser), m_left(std::move(left)), m_right(std::move(right))
 {
-    m_depth = 1 + qMax(depthOf(m_left), depthOf(m_right));
+    addOperand(m_left.get());
+    addOperand(m_right.get());
 }
 
 // ---- Constants
@@ -211,7 +215,7 @@ AddressofExpression::AddressofExpression(ExpressionParser *parser,
                                          std::unique_ptr<Expression> operand)
     : Expression(parser), m_operand(std::move(operand))
 {
-    m_depth = 1 + depthOf(m_operand);
+    addOperand(m_operand.get());
 }
 
 ExpressionValue AddressofExpression::evaluate() const
@@ -233,7 +237,7 @@ CastExpression::CastExpression(ExpressionParser *parser, QString typeName,
                                std::unique_ptr<Expression> operand)
     : Expression(parser), m_typeName(std::move(typeName)), m_operand(std::move(operand))
 {
-    m_depth = 1 + depthOf(m_operand);
+    addOperand(m_operand.get());
 }
 
 ExpressionValue CastExpression::evaluate() const
@@ -256,10 +260,9 @@ CallExpression::CallExpression(ExpressionParser *parser, std::unique_ptr<Express
                                std::vector<std::unique_ptr<Expression>> arguments)
     : Expression(parser), m_function(std::move(function)), m_arguments(std::move(arguments))
 {
-    int deepest = depthOf(m_function);
+    addOperand(m_function.get());
     for (const auto &argument : m_arguments)
-        deepest = qMax(deepest, depthOf(argument));
-    m_depth = 1 + deepest;
+        addOperand(argument.get());
 }
 
 ExpressionValue CallExpression::evaluate() const
@@ -292,7 +295,7 @@ std::unique_ptr<Expression> CallExpression::clone() const
 SizeofExpression::SizeofExpression(ExpressionParser *parser, std::unique_ptr<Expression> operand)
     : Expression(parser), m_operand(std::move(operand))
 {
-    m_depth = 1 + depthOf(m_operand);
+    addOperand(m_operand.get());
 }
 
 SizeofExpression::SizeofExpression(ExpressionParser *parser, QString typeName)

@@ -28,10 +28,18 @@ public:
     // Height of the tree below and including this node; the parser bounds it so that the
     // recursive evaluate, clone and delete stay within the stack.
     int depth() const { return m_depth; }
+    // Number of nodes in the tree below and including this node.
+    qint64 size() const { return m_size; }
 
 protected:
+    // Counts an operand into depth() and size(); constructors call it for each operand.
+    void addOperand(const Expression *operand);
+
     ExpressionParser *m_parser;
+
+private:
     int m_depth = 1;
+    qint64 m_size = 1;
 };
 
 class UnaryExpression : public Expression {

@@ -11,6 +11,9 @@ constexpr int argumentLevel = -3; // above `,`, which separates the arguments of
 // nested parseUnary costs a frame per operator level, each tree level a few frames.
 constexpr int maxNesting = 256;
 constexpr int maxTreeDepth = 2000;
+// `x++` and `x += 1` copy their target, so chaining them doubles the tree each time: the copies
+// of one parse are bounded by count.
+constexpr qint64 maxCopiedNodes = 1000000;
 
 [[noreturn]] void fail(const QString &message)
 {
@@ -86,16 +89,25 @@ bool hasNode(int token)
     return false;
 }
 
+// A deep copy of `node`, counted into `copiedNodes`.
+std::unique_ptr<Expression> copyOf(const Expression &node, qint64 &copiedNodes)
+{
+    copiedNodes += node.size();
+    if (copiedNodes > maxCopiedNodes)
+        fail("expression too large");
+    return node.clone();
+}
+
 // Makes the node of the binary operator `token`, which hasNode() accepts.
 std::unique_ptr<Expression> makeBinary(ExpressionParser *parser, int token,
                                        std::unique_ptr<Expression> left,
-                                       std::unique_ptr<Expression> right)
+                                       std::unique_ptr<Expression> right, qint64 &copiedNodes)
 {
     if (const BinaryFactory factory = factoryOf(token))
         return factory(parser, std::move(left), std::move(right));
     for (const CompoundAssignment &compound : compoundAssignments) {
         if (int(compound.token) == token) {
-            auto target = left->clone();
+            auto target = copyOf(*left, copiedNodes);
             auto value = factoryOf(int(compound.op))(parser, std::move(left), std::move(right));
             return std::make_unique<AssignExpression>(parser, std::move(target), std::move(value));
         }
@@ -105,10 +117,11 @@ std::unique_ptr<Expression> makeBinary(ExpressionParser *parser, int token,
 
 // `++x` and `--x`, and their postfix forms: `x = x + 1`, `x = x - 1`.
 std::unique_ptr<Expression> makeIncrement(ExpressionParser *parser,
-                                          std::unique_ptr<Expression> target, bool up)
+                                          std::unique_ptr<Expression> target, bool up,
+                                          qint64 &copiedNodes)
 {
     auto one = std::make_unique<IntegerConstantExpression>(parser, 1);
-    auto copy = target->clone();
+    auto copy = copyOf(*target, copiedNodes);
     std::unique_ptr<Expression> value;
     if (up)
         value = std::make_unique<PlusExpression>(parser, std::move(copy), std::move(one));
@@ -232,6 +245,7 @@ std::unique_ptr<Expression> ExpressionParser::parse(const QString &text)
 {
     m_lexer.setText(text);
     m_nesting = 0;
+    m_copiedNodes = 0;
     return parseLevel(lowestLevel);
 }
 
@@ -256,7 +270,7 @@ std::unique_ptr<Expression> ExpressionParser::parseLevel(int priority)
             fail("operator not supported");
         // Every operator is left-associative, assignment included: `a = b = 1` is `(a = b) = 1`.
         std::unique_ptr<Expression> node =
-            makeBinary(this, token.number, std::move(left), parseOperand(priority));
+            makeBinary(this, token.number, std::move(left), parseOperand(priority), m_copiedNodes);
         left = checked(std::move(node));
     }
 }
@@ -281,7 +295,8 @@ std::unique_ptr<Expression> ExpressionParser::parseUnary()
     switch (CToken(token.number)) {
     case CToken::PlusPlus:
     case CToken::MinusMinus:
-        return checked(makeIncrement(this, parseUnary(), token.is(CToken::PlusPlus)));
+        return checked(
+            makeIncrement(this, parseUnary(), token.is(CToken::PlusPlus), m_copiedNodes));
     case CToken::BitNot: return checked(std::make_unique<BitNotExpression>(this, parseUnary()));
     case CToken::LogicalNot:
         return checked(std::make_unique<LogicalNotExpression>(this, parseUnary()));
@@ -383,7 +398,7 @@ std::unique_ptr<Expression> ExpressionParser::parsePostfix(std::unique_ptr<Expre
         case CToken::LeftParenthesis: node = parseCall(std::move(node)); break;
         case CToken::PlusPlus:
         case CToken::MinusMinus:
-            node = makeIncrement(this, std::move(node), token.is(CToken::PlusPlus));
+            node = makeIncrement(this, std::move(node), token.is(CToken::PlusPlus), m_copiedNodes);
             break;
         default: m_lexer.pushBack(token); return node;
         }

@@ -102,7 +102,8 @@ private:
     [[nodiscard]] ExpressionValue evaluateOrThrow(const QString &text);
 
     CStyleLexer m_lexer;
-    int m_nesting = 0; // open parseUnary calls, bounded against deep input
+    int m_nesting = 0;         // open parseUnary calls, bounded against deep input
+    qint64 m_copiedNodes = 0;  // nodes copied by this parse, bounded against doubling input
     QString m_errorMessage;
 };
 
