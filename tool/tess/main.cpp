@@ -4,10 +4,14 @@
 #include <iterator>
 
 // One declaration and one row per subcommand, kept in step.
+int diagCommand(const QStringList &arguments);
+int depsCommand(const QStringList &arguments);
 namespace {
 
 constexpr TessCommand commands[] = {
     {"help", "tess help", nullptr},
+    {"diag", "tess diag [--regexp PATTERN]... [--base DIR] [--all]  < tool output", diagCommand},
+    {"deps", "tess deps [--names] FILE|@LIST...", depsCommand},
 };
 
 void printUsage(FILE *to)

@@ -1,0 +1,7 @@
+#include "helper.h"
+int f(int x)
+{
+    int unused;
+    char *p = x;
+    return y + 1
+}

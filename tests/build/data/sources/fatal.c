@@ -1,0 +1,2 @@
+#include "missing.h"
+int main(){}

@@ -1,0 +1,2 @@
+#include "inner.h"
+static int g(void) { return 1; }

@@ -1,0 +1,2 @@
+int inner(int);
+int inner(long);
