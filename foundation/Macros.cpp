@@ -1,6 +1,7 @@
 #include "foundation/Macros.h"
 #include "foundation/PropertyClass.h"
 #include <QList>
+#include <algorithm>
 #include <vector>
 
 namespace {
@@ -32,11 +33,11 @@ public:
         const QString *stored = find(name);
         if (!stored)
             return std::nullopt;
-        if (!m_now.isValid() && isComputed(name))
+        if (!isComputed(name))
+            return *stored;
+        if (!m_now.isValid())
             m_now = QDateTime::currentDateTime();
-        if (std::optional<QString> computed = computedMacroValue(name, m_now))
-            return computed;
-        return *stored;
+        return computedMacroValue(name, m_now);
     }
 
 private:
@@ -54,6 +55,8 @@ private:
 
     static bool isComputed(const QString &name)
     {
+        if (name.isEmpty() || (name[0] != u'D' && name[0] != u'T' && name[0] != u'U'))
+            return false;
         for (const ComputedMacro &macro : computedMacros)
             if (name == QLatin1String(macro.name))
                 return true;
@@ -66,22 +69,53 @@ private:
     mutable QDateTime m_now;   // taken once per expansion, on the first computed macro
 };
 
-// Position of the `)` that closes each `(` of the text, -1 where none does; one pass with a
-// stack, so that a text full of unclosed references costs linear time, not quadratic.
-std::vector<qsizetype> matchingParentheses(const QString &text)
-{
-    std::vector<qsizetype> match(size_t(text.size()), -1);
-    std::vector<qsizetype> open;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (text[i] == u'(') {
-            open.push_back(i);
-        } else if (text[i] == u')' && !open.empty()) {
-            match[size_t(open.back())] = i;
-            open.pop_back();
+// The references of one text: where each `$(` is closed, and where the macro characters are.
+// Built in one pass with a stack, so that a text full of unclosed references costs linear time
+// and memory in the number of references, not quadratic time.
+class ReferenceIndex {
+public:
+    ReferenceIndex(const QString &text, QChar macroCharacter)
+    {
+        std::vector<std::pair<qsizetype, qsizetype>> open;   // position, reference or -1
+        for (qsizetype i = 0; i < text.size(); ++i) {
+            const QChar c = text[i];
+            if (c == macroCharacter)
+                m_characters.push_back(i);
+            if (c == u'(') {
+                const bool reference = i > 0 && text[i - 1] == macroCharacter;
+                if (reference) {
+                    m_opens.push_back(i);
+                    m_closes.push_back(-1);
+                }
+                open.emplace_back(i, reference ? qsizetype(m_opens.size()) - 1 : -1);
+            } else if (c == u')' && !open.empty()) {
+                if (open.back().second >= 0)
+                    m_closes[size_t(open.back().second)] = i;
+                open.pop_back();
+            }
         }
     }
-    return match;
-}
+
+    // The `)` closing the `(` at `position`, -1 if none does.
+    [[nodiscard]] qsizetype closeOf(qsizetype position) const
+    {
+        const auto it = std::lower_bound(m_opens.begin(), m_opens.end(), position);
+        return it != m_opens.end() && *it == position ? m_closes[size_t(it - m_opens.begin())]
+                                                      : -1;
+    }
+
+    // Whether a macro character stands in [begin, end).
+    [[nodiscard]] bool hasCharacter(qsizetype begin, qsizetype end) const
+    {
+        const auto it = std::lower_bound(m_characters.begin(), m_characters.end(), begin);
+        return it != m_characters.end() && *it < end;
+    }
+
+private:
+    std::vector<qsizetype> m_opens;
+    std::vector<qsizetype> m_closes;
+    std::vector<qsizetype> m_characters;
+};
 
 struct Pass {
     QString text;
@@ -95,17 +129,14 @@ QString resolveReference(const MacroLookup &lookup, const QString &text, qsizety
 {
     const QStringView body = QStringView(text).mid(begin, end - begin);
     const qsizetype colon = body.indexOf(u':');
-    QString fallback;
-    if (colon < 0) {
-        fallback = text.mid(begin - 2, end - begin + 3);
-    } else if (colon + 1 < body.size() && body[colon + 1] == u':') {
-        fallback = body.mid(colon + 2).toString();
+    const bool literal = colon >= 0 && colon + 1 < body.size() && body[colon + 1] == u':';
+    if (literal)
         again = false;
-    } else {
-        fallback = body.mid(colon + 1).toString();
-    }
-    const QString name = (colon < 0 ? body : body.left(colon)).toString();
-    return lookup.value(name).value_or(fallback);
+    if (std::optional<QString> value = lookup.value((colon < 0 ? body : body.left(colon)).toString()))
+        return *value;
+    if (colon < 0)   // the reference itself, so an unknown macro stays as it was written
+        return text.mid(begin - 2, end - begin + 3);
+    return body.mid(colon + (literal ? 2 : 1)).toString();
 }
 
 Pass expandOnce(const MacroLookup &lookup, QChar macroCharacter, const QString &text)
@@ -113,8 +144,7 @@ Pass expandOnce(const MacroLookup &lookup, QChar macroCharacter, const QString &
     Pass pass;
     pass.text.reserve(text.size());
     const qsizetype size = text.size();
-    std::vector<qsizetype> match;   // computed on the first reference
-    std::vector<qsizetype> characterCount;   // macro characters in text[0, i)
+    std::optional<ReferenceIndex> index;   // made on the first reference
     for (qsizetype i = 0; i < size;) {
         if (pass.text.size() > maxExpandedLength) {
             pass.truncated = true;
@@ -129,16 +159,10 @@ Pass expandOnce(const MacroLookup &lookup, QChar macroCharacter, const QString &
         }
         const QChar follower = i + 1 < size ? text[i + 1] : QChar();
         if (follower == u'(' && macroCharacter != u'(') {
-            if (match.empty()) {
-                match = matchingParentheses(text);
-                characterCount.assign(size_t(size) + 1, 0);
-                for (qsizetype k = 0; k < size; ++k)
-                    characterCount[size_t(k) + 1] =
-                        characterCount[size_t(k)] + (text[k] == macroCharacter ? 1 : 0);
-            }
-            const qsizetype close = match[size_t(i) + 1];
-            const qsizetype bodyEnd = close < 0 ? size : close;
-            if (characterCount[size_t(bodyEnd)] > characterCount[size_t(i) + 2])
+            if (!index)
+                index.emplace(text, macroCharacter);
+            const qsizetype close = index->closeOf(i + 1);
+            if (index->hasCharacter(i + 2, close < 0 ? size : close))
                 pass.again = true;
             if (close < 0) {
                 ++i;   // unclosed: the macro character is dropped, the rest copied as it stands

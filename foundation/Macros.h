@@ -23,7 +23,7 @@ using MacroTable = QMap<QString, QString>;
                                    bool useSystemMacros, bool *truncated = nullptr);
 
 // Upper bound of an expanded text; beyond it a pass stops appending (see expandMacros).
-constexpr qsizetype maxExpandedLength = 16 * 1024 * 1024;
+constexpr qsizetype maxExpandedLength = 4 * 1024 * 1024;
 // Further passes are made only while this many have not run yet.
 constexpr int maxExpansionPasses = 100;
 
