@@ -1,0 +1,108 @@
+#pragma once
+#include "foundation/Path.h"
+#include "foundation/XMLDocument.h"
+#include <QDateTime>
+#include <QHash>
+#include <QString>
+#include <QStringList>
+#include <vector>
+
+// One node of the solution tree, and an element of the parsed solution file at the same time:
+// the attributes of the XML element are the element's property values for "Common", and its
+// `configuration` children hold the values for the other configurations.
+//
+// The project system wires a loaded tree up (parents, children, configuration holders); after
+// changing the XML structure by hand, wire it again (StandardProjectSystem::wireTree).
+class ProjectElement : public XMLElement {
+public:
+    enum class Kind : quint8 {
+        Solution = 0,
+        Configuration = 1,
+        Project = 2,
+        Folder = 3,
+        File = 4,
+        Other = 5,   // the file's root, an `import`, or a tag the tree does not know
+    };
+
+    explicit ProjectElement(char *name);   // takes ownership of name
+    ~ProjectElement() override;
+
+    // Kept in step with the property map.
+    void setName(char *name) override;
+    void setAttribute(char *name, char *value) override;
+    void removeAttribute(const char *name) override;
+
+    [[nodiscard]] Kind kind() const { return m_kind; }
+    [[nodiscard]] static Kind kindOfTag(const char *tag);
+    [[nodiscard]] static const char *tagOfKind(Kind kind);
+    [[nodiscard]] bool isNode() const { return m_kind != Kind::Other && m_kind != Kind::Configuration; }
+
+    // The name the tree knows the element by: `Name`, or for a file without one the file name
+    // part of `file_name`.
+    [[nodiscard]] QString elementName() const;
+
+    // The tree of nodes (solutions, projects, folders, files), as wired.
+    [[nodiscard]] ProjectElement *parentElement() const { return m_parentElement; }
+    [[nodiscard]] const std::vector<ProjectElement *> &children() const { return m_children; }
+
+    // This holder's own values, by property name. On a `configuration` element its `Name` (and
+    // the private-declaration mark `hidden`) are not values.
+    [[nodiscard]] const QHash<QString, QString> &properties() const { return m_properties; }
+    [[nodiscard]] const QString *findProperty(const QString &name) const;
+    void setProperty(const QString &name, const QString &value);
+    void removeProperty(const QString &name);
+
+    // The holder of this element's values for a configuration; "Common" is the element itself.
+    // A `configuration` child named "Common" is consulted after the element's own attributes.
+    [[nodiscard]] const QHash<QString, ProjectElement *> &configurations() const
+    {
+        return m_configurations;
+    }
+    [[nodiscard]] ProjectElement *holder(const QString &configuration) const
+    {
+        return m_configurations.value(configuration);
+    }
+    // The value this element holds for a configuration, without looking anywhere else.
+    [[nodiscard]] const QString *findValue(const QString &configuration,
+                                           const QString &property) const;
+    // Configuration name to the names it inherits, as declared on this element.
+    [[nodiscard]] const QHash<QString, QStringList> &inheritedConfigurations() const
+    {
+        return m_inheritedConfigurations;
+    }
+
+    // The file the element came from, or for a file element the file it stands for.
+    [[nodiscard]] const Path &filePath() const { return m_filePath; }
+    void setFilePath(const Path &path) { m_filePath = path; }
+    [[nodiscard]] const QDateTime &lastModified() const { return m_lastModified; }
+    void setLastModified(const QDateTime &time) { m_lastModified = time; }
+
+    // For the top of an imported part: the `file_name` of the `import` it replaced, as written.
+    [[nodiscard]] const QString &importFileName() const { return m_importFileName; }
+    void setImportFileName(const QString &fileName) { m_importFileName = fileName; }
+    [[nodiscard]] bool isImported() const { return !m_importFileName.isNull(); }
+    // Made by scanning a dynamic folder's directory rather than read from a file.
+    [[nodiscard]] bool isDynamic() const { return m_dynamic; }
+    void setDynamic(bool dynamic) { m_dynamic = dynamic; }
+
+private:
+    friend class ProjectTreeWiring;
+
+    [[nodiscard]] bool isValueAttribute(const QString &name) const;
+
+    Kind m_kind;
+    bool m_dynamic = false;
+    ProjectElement *m_parentElement = nullptr;
+    ProjectElement *m_commonChild = nullptr;   // a `configuration` child named "Common"
+    std::vector<ProjectElement *> m_children;   // observers; the XML tree owns
+    QHash<QString, QString> m_properties;
+    QHash<QString, ProjectElement *> m_configurations;
+    QHash<QString, QStringList> m_inheritedConfigurations;
+    Path m_filePath;
+    QDateTime m_lastModified;
+    QString m_importFileName;
+};
+
+// The element as a ProjectElement, or null for any other node.
+[[nodiscard]] ProjectElement *asProjectElement(XMLNode *node);
+[[nodiscard]] const ProjectElement *asProjectElement(const XMLNode *node);

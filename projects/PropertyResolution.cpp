@@ -1,0 +1,317 @@
+// How a value is found for an element in a configuration, and the macros that expand it.
+#include "foundation/PropertyClass.h"
+#include "projects/StandardProjectSystem.h"
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+#include <iterator>
+
+namespace {
+
+// Macros the build derives from a property of the element: expanded values of directories.
+struct DerivedMacro {
+    const char *name;
+    ProjectProperty row;
+};
+
+constexpr DerivedMacro derivedMacros[] = {
+    {"IntDir", ProjectProperty::BuildIntermediateDirectory},
+    {"OutDir", ProjectProperty::BuildOutputDirectory},
+    {"RootOutDir", ProjectProperty::BuildRootOutputDirectory},
+    {"ToolChainDir", ProjectProperty::BuildToolchainDirectory},
+};
+constexpr std::size_t derivedCount = std::size(derivedMacros);
+
+// The macros in which a file differs from the folder or project that holds it.
+constexpr const char *fileMacroNames[] = {
+    "ProjectNodeName", "InputPath",   "InputName",   "InputExt",
+    "InputFileName",   "InputDir",    "RelInputPath", "RelInputDir",
+};
+
+// The extensions a build gives its outputs.
+constexpr const char *executableExtension = ".elf";
+constexpr const char *libraryExtension = ".a";
+constexpr const char *objectExtension = ".o";
+constexpr const char *packageExtension = ".qvPackage";
+
+QString latin(const char *text)
+{
+    return QString::fromLatin1(text);
+}
+
+// A value that a build macro can never hold, to find out whether an expansion looked a macro up.
+QString probeValue()
+{
+    return QString(QChar(1));
+}
+
+// `relative` below `directory`, with "." and ".." folded only when there are any.
+QString joinPath(const QString &directory, const QString &relative)
+{
+    if (relative.startsWith(u'/') || directory.isEmpty())
+        return QDir::cleanPath(relative);
+    const QString joined = directory + u'/' + relative;
+    if (relative.contains(QLatin1String("./")) || relative.contains(QLatin1String("//"))
+        || relative.endsWith(u'.'))
+        return QDir::cleanPath(joined);
+    return joined;
+}
+
+void layOver(MacroTable &table, const QString &definitions, QSet<QString> &userKeys)
+{
+    QString text = definitions;
+    text.remove(u'\r').remove(u'\n');
+    const MacroTable parsed = parseMacroDefinitions(text);
+    for (auto it = parsed.constBegin(); it != parsed.constEnd(); ++it) {
+        table.insert(it.key(), it.value());
+        userKeys.insert(it.key());
+    }
+}
+
+} // namespace
+
+struct StandardProjectSystem::MacroCacheEntry {
+    MacroTable table;
+    QSet<QString> userKeys;   // defined by `macros`: the build's own values do not replace them
+    // Per derived macro: the value a file below shares when it holds nothing of its own, or
+    // reusable false when the expansion depends on macros that differ per file.
+    std::array<QString, derivedCount> fileValues;
+    std::array<bool, derivedCount> fileReusable{};
+};
+
+QString StandardProjectSystem::resolveProperty(const ProjectElement *element,
+                                               const PropertyClass *propertyClass,
+                                               const QString &configuration,
+                                               PropertyTrace *trace) const
+{
+    const QString common = QStringLiteral("Common");
+    const bool isCommon = configuration == common;
+    const bool aggregate = propertyClass->type == PropertyClass::List;
+    const QString &name = propertyClass->name;
+    QString value;
+    bool found = false;
+    // True when the search stops at this contribution.
+    auto take = [&](const ProjectElement *at, const QString &holderName) {
+        const QString *stored = at->findValue(holderName, name);
+        if (!stored)
+            return false;
+        if (trace)
+            trace->push_back({*stored, at, holderName, false});
+        found = true;
+        if (!aggregate) {
+            value = *stored;
+            return true;
+        }
+        value = value.isEmpty() ? *stored : *stored + u';' + value;
+        return false;
+    };
+    for (const ProjectElement *at = element; at; at = at->parentElement()) {
+        if (at->configurations().isEmpty())
+            continue;
+        if (take(at, configuration))
+            break;
+        if (isCommon)
+            continue;
+        bool stop = false;
+        for (const QString &inherited : inheritedConfigurations(at, configuration)) {
+            if ((stop = take(at, inherited)))
+                break;
+        }
+        if (stop || take(at, common))
+            break;
+    }
+    if (!found || aggregate) {
+        if (!aggregate)
+            value = propertyClass->defaultValue;
+        if (trace)
+            trace->push_back({propertyClass->defaultValue, nullptr, QString(), true});
+    }
+    return value;
+}
+
+bool StandardProjectSystem::holdsValue(const ProjectElement *element,
+                                       const PropertyClass *row) const
+{
+    for (auto it = element->configurations().constBegin();
+         it != element->configurations().constEnd(); ++it) {
+        if (element->findValue(it.key(), row->name))
+            return true;
+    }
+    return false;
+}
+
+const StandardProjectSystem::MacroCacheEntry &
+StandardProjectSystem::nodeMacros(const ProjectElement *element,
+                                  const QString &configuration) const
+{
+    const QPair<const ProjectElement *, QString> key(element, configuration);
+    if (const auto it = m_macroCache.constFind(key); it != m_macroCache.constEnd())
+        return *it.value();
+    auto entry = std::make_shared<MacroCacheEntry>();
+    MacroTable &table = entry->table;
+    const ProjectElement *parent = element->parentElement();
+    if (parent) {
+        const MacroCacheEntry &above = nodeMacros(parent, configuration);
+        table = above.table;
+        entry->userKeys = above.userKeys;
+    } else {
+        table.insert(QStringLiteral("Configuration"), configuration);
+        table.insert(QStringLiteral("EXE"), latin(executableExtension));
+        table.insert(QStringLiteral("LIB"), latin(libraryExtension));
+        table.insert(QStringLiteral("OBJ"), latin(objectExtension));
+        table.insert(QStringLiteral("PackageExt"), latin(packageExtension));
+    }
+    const QString name = element->elementName();
+    table.insert(QStringLiteral("ProjectNodeName"), name);
+    switch (element->kind()) {
+    case ProjectElement::Kind::Solution: {
+        const QFileInfo file(element->filePath().text());
+        table.insert(QStringLiteral("SolutionDir"), file.absolutePath());
+        table.insert(QStringLiteral("SolutionPath"), file.absoluteFilePath());
+        table.insert(QStringLiteral("SolutionFileName"), file.fileName());
+        table.insert(QStringLiteral("SolutionExt"), file.suffix());
+        table.insert(QStringLiteral("SolutionName"),
+                     name.isEmpty() ? file.completeBaseName() : name);
+        break;
+    }
+    case ProjectElement::Kind::Project: {
+        table.insert(QStringLiteral("ProjectName"), name);
+        table.insert(QStringLiteral("FolderName"), QString());
+        table.insert(QStringLiteral("FolderPath"), QString());
+        const QString directory = expandMacros(
+            PropertyClassList::global(), table,
+            resolveProperty(element, propertyClass(ProjectProperty::ProjectDirectory),
+                            configuration),
+            true, true);
+        const QString base = QFileInfo(element->filePath().text()).absolutePath();
+        table.insert(QStringLiteral("ProjectDir"),
+                     directory.isEmpty() ? base : joinPath(base, directory));
+        break;
+    }
+    case ProjectElement::Kind::Folder: {
+        const QString above = table.value(QStringLiteral("FolderPath"));
+        table.insert(QStringLiteral("FolderName"), name);
+        table.insert(QStringLiteral("FolderPath"), above.isEmpty() ? name : above + u'/' + name);
+        break;
+    }
+    default:
+        break;
+    }
+    const PropertyClass *macrosRow = propertyClass(ProjectProperty::Macros);
+    if (!parent || holdsValue(element, macrosRow))
+        layOver(table, resolveProperty(element, macrosRow, configuration), entry->userKeys);
+    else
+        for (const QString &key : std::as_const(entry->userKeys))
+            table.insert(key, nodeMacros(parent, configuration).table.value(key));
+
+    MacroTable probe = table;
+    for (const char *fileMacro : fileMacroNames)
+        probe.insert(latin(fileMacro), probeValue());
+    for (std::size_t i = 0; i < derivedCount; ++i)
+        probe.insert(latin(derivedMacros[i].name), probeValue());
+    for (std::size_t i = 0; i < derivedCount; ++i) {
+        const QString macro = latin(derivedMacros[i].name);
+        if (entry->userKeys.contains(macro))
+            continue;
+        const QString raw = resolveProperty(element, propertyClass(derivedMacros[i].row),
+                                            configuration);
+        table.insert(macro, expandMacros(PropertyClassList::global(), table, raw, true, true));
+        entry->fileValues[i] = expandMacros(PropertyClassList::global(), probe, raw, true, true);
+        entry->fileReusable[i] = !entry->fileValues[i].contains(QChar(1));
+    }
+    return *m_macroCache.insert(key, std::move(entry)).value();
+}
+
+MacroTable StandardProjectSystem::fileMacros(const ProjectElement *file,
+                                             const QString &configuration) const
+{
+    const MacroCacheEntry &base = nodeMacros(file->parentElement(), configuration);
+    MacroTable table = base.table;
+    const QString projectDirectory = table.value(QStringLiteral("ProjectDir"));
+    QString fileName = QString::fromUtf8(file->attribute("file_name"));
+    if (fileName.contains(u'$'))
+        fileName = expandMacros(PropertyClassList::global(), table, fileName, true, true);
+    const QString inputPath = joinPath(projectDirectory, fileName);
+    const qsizetype slash = inputPath.lastIndexOf(u'/');
+    const QString inputFileName = inputPath.mid(slash + 1);
+    const qsizetype dot = inputFileName.lastIndexOf(u'.');
+    const QString relative = fileName.startsWith(u'/') || fileName.contains(QLatin1String(".."))
+                                 ? QDir(projectDirectory).relativeFilePath(inputPath)
+                                 : QDir::cleanPath(fileName);
+    const qsizetype relativeSlash = relative.lastIndexOf(u'/');
+    table.insert(QStringLiteral("ProjectNodeName"), file->elementName());
+    table.insert(QStringLiteral("InputPath"), inputPath);
+    table.insert(QStringLiteral("InputFileName"), inputFileName);
+    table.insert(QStringLiteral("InputName"), dot < 0 ? inputFileName : inputFileName.left(dot));
+    table.insert(QStringLiteral("InputExt"), dot < 0 ? QString() : inputFileName.mid(dot + 1));
+    table.insert(QStringLiteral("InputDir"), slash < 0 ? QString() : inputPath.left(slash));
+    table.insert(QStringLiteral("RelInputPath"), relative);
+    table.insert(QStringLiteral("RelInputDir"),
+                 relativeSlash < 0 ? QStringLiteral(".") : relative.left(relativeSlash));
+
+    const PropertyClass *macrosRow = propertyClass(ProjectProperty::Macros);
+    const bool ownMacros = holdsValue(file, macrosRow);
+    QSet<QString> userKeys = base.userKeys;
+    if (ownMacros)
+        layOver(table, resolveProperty(file, macrosRow, configuration), userKeys);
+    else
+        for (const char *fileMacro : fileMacroNames)
+            if (userKeys.contains(latin(fileMacro)))
+                table.insert(latin(fileMacro), base.table.value(latin(fileMacro)));
+    for (std::size_t i = 0; i < derivedCount; ++i) {
+        const QString macro = latin(derivedMacros[i].name);
+        if (userKeys.contains(macro))
+            continue;
+        const PropertyClass *row = propertyClass(derivedMacros[i].row);
+        if (!ownMacros && base.fileReusable[i] && !holdsValue(file, row))
+            table.insert(macro, base.fileValues[i]);
+        else
+            table.insert(macro, expandMacros(PropertyClassList::global(), table,
+                                             resolveProperty(file, row, configuration), true,
+                                             true));
+    }
+    return table;
+}
+
+QString StandardProjectSystem::projectDirectory(const ProjectElement *element,
+                                               const QString &configuration) const
+{
+    const ProjectElement *project = projectOf(element);
+    return project ? nodeMacros(project, configuration).table.value(QStringLiteral("ProjectDir"))
+                   : QString();
+}
+
+MacroTable StandardProjectSystem::macroTable(const ProjectElement *element,
+                                             const QString &configuration) const
+{
+    if (!element)
+        return {};
+    if (element->kind() == ProjectElement::Kind::File && element->parentElement())
+        return fileMacros(element, configuration);
+    return nodeMacros(element, configuration).table;
+}
+
+QString StandardProjectSystem::expand(const ProjectElement *element,
+                                      const QString &configuration, const QString &text,
+                                      const MacroTable &extra) const
+{
+    if (!text.contains(u'$'))
+        return text;
+    const MacroTable table = macroTable(element, configuration);
+    return expandMacros(PropertyClassList::global(),
+                        extra.isEmpty() ? table : mergeMacros(table, extra), text, true, true);
+}
+
+QString StandardProjectSystem::expandedProperty(const ProjectElement *element,
+                                                const PropertyClass *propertyClass,
+                                                const QString &configuration,
+                                                const MacroTable &extra) const
+{
+    return expand(element, configuration, resolveProperty(element, propertyClass, configuration),
+                  extra);
+}
+
+void StandardProjectSystem::invalidateCaches()
+{
+    m_macroCache.clear();
+}
