@@ -9,6 +9,7 @@
 #include "foundation/XMLPP2.h"
 #include <QDir>
 #include <QFileInfo>
+#include <QHashFunctions>
 #include <QString>
 #include <cstdio>
 #include <cstdlib>
@@ -91,6 +92,8 @@ int xhtmlMode(int argc, char **argv)
 
 int main(int argc, char **argv)
 {
+    // The page writer lists attributes in hash order: the same input gives the same output.
+    QHashSeed::setDeterministicGlobalSeed();
     std::unique_ptr<PropertyClassList> macroSystem = PropertyClassList::createMacroSystem();
     PropertyClassList::setGlobal(macroSystem.get());
     setUpDirectories(argv[0]);
