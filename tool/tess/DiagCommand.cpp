@@ -16,6 +16,7 @@ constexpr qsizetype writeBlock = qsizetype(1) << 20;
 // A line longer than this is taken in pieces, so input without newlines stays bounded.
 constexpr qsizetype lineLimit = qsizetype(64) << 20;
 
+// By severity; a line that is no diagnostic at all is "plain".
 constexpr const char *severityWords[] = {"message", "message", "note", "warning", "error", "fatal"};
 
 struct DiagOptions {
@@ -62,10 +63,10 @@ private:
     bool m_failed = false;
 };
 
-void writeItem(Output &out, Severity severity, QByteArrayView path, QByteArrayView base, int line,
+void writeItem(Output &out, const char *word, QByteArrayView path, QByteArrayView base, int line,
                int column, QByteArrayView message)
 {
-    out.append(QByteArrayView(severityWords[int(severity)]));
+    out.append(QByteArrayView(word));
     out.append('\t');
     if (!path.isEmpty() && !base.isEmpty() && path[0] != '/') {
         out.append(base);
@@ -92,9 +93,9 @@ void standardLine(QByteArrayView line, const DiagOptions &options, Output &out)
     }
     DiagnosticScan<QByteArrayView> scan;
     if (scanDiagnostic(line, scan))
-        writeItem(out, scan.severity, scan.path, options.base, scan.line, scan.column, scan.message);
+        writeItem(out, severityWords[int(scan.severity)], scan.path, options.base, scan.line, scan.column, scan.message);
     else if (options.all)
-        writeItem(out, Severity::Plain, {}, {}, -1, -1, line);
+        writeItem(out, "plain", {}, {}, -1, -1, line);
 }
 
 void regexpLine(QByteArrayView line, RegexpDiagnosticParser &parser, const DiagOptions &options,
@@ -103,10 +104,10 @@ void regexpLine(QByteArrayView line, RegexpDiagnosticParser &parser, const DiagO
     const QString text = QString::fromUtf8(line);
     Bookmark bookmark;
     if (parser.parseLine(text, bookmark, QString::fromUtf8(options.base)))
-        writeItem(out, bookmark.severity, bookmark.path.toUtf8(), {}, bookmark.line,
+        writeItem(out, severityWords[int(bookmark.severity)], bookmark.path.toUtf8(), {}, bookmark.line,
                   bookmark.column, bookmark.message.toUtf8());
     else if (options.all)
-        writeItem(out, Severity::Plain, {}, {}, -1, -1, text.toUtf8());
+        writeItem(out, "plain", {}, {}, -1, -1, text.toUtf8());
 }
 
 [[nodiscard]] bool parseArguments(const QStringList &arguments, DiagOptions &options)
