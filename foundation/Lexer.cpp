@@ -175,15 +175,18 @@ Lexer::~Lexer() = default;
 void Lexer::setText(const QString &text)
 {
     m_text = text;
+    // The patterns only match valid UTF-16: a stray surrogate half becomes U+FFFD.
+    for (qsizetype i = 0; i < m_text.size(); ++i) {
+        const QChar c = m_text.at(i);
+        if (!c.isSurrogate())
+            continue;
+        if (c.isHighSurrogate() && i + 1 < m_text.size() && m_text.at(i + 1).isLowSurrogate())
+            ++i;
+        else
+            m_text[i] = QChar::ReplacementCharacter;
+    }
     m_position = 0;
     m_pushedBack.clear();
-    m_textIsAscii = true;
-    for (const QChar c : text) {
-        if (c.unicode() >= 0x80) {
-            m_textIsAscii = false;
-            break;
-        }
-    }
 }
 
 LexerToken Lexer::next()
@@ -259,12 +262,12 @@ CStyleLexer::CStyleLexer()
     setRules(cStyleRules());
 }
 
-// Mirrors the rule table for ASCII text. Returns false only where the text is not ASCII; every
-// ASCII character starts some token here, if only TOKEN_UNKNOWN.
+// Mirrors the rule table on ASCII text. Where a character beyond ASCII could change what the
+// table matches (Unicode white space and digits, or anything inside a string) it returns false
+// and the table decides; only identifiers, numbers' prefixes and operators end at such a
+// character exactly as here.
 bool CStyleLexer::scanFast(LexerToken &token)
 {
-    if (!m_textIsAscii)
-        return false;
     const char16_t *const data = reinterpret_cast<const char16_t *>(m_text.constData());
     const qsizetype size = m_text.size();
     const qsizetype start = m_position;
@@ -280,29 +283,35 @@ bool CStyleLexer::scanFast(LexerToken &token)
         return true;
     };
     const char16_t c = data[start];
+    if (c >= 0x80)
+        return false;
     if (isAsciiSpace(c)) {
         while (end < size && isAsciiSpace(data[end]))
             ++end;
+        if (at(end) >= 0x80)
+            return false;
         return finish(CToken::Whitespace);
     }
     if (c == '"') {
         end = start + 1;
-        while (end < size && data[end] != '"')
+        while (end < size && data[end] != '"') {
+            if (data[end] >= 0x80)
+                return false;
             ++end;
-        if (end < size) {
-            ++end;
-            return finish(CToken::String);
         }
-        end = start + 1;
-        return finish(CToken::Unknown);
+        if (end == size) {
+            end = start + 1;
+            return finish(CToken::Unknown);
+        }
+        ++end;
+        return finish(CToken::String);
     }
     if (c == '0' && at(start + 1) == 'x') {
         end = start + 2;
         while (end < size && isHexDigit(data[end]))
             ++end;
-        for (const char16_t suffix : u"ULLull")
-            if (suffix)
-                optional(suffix);
+        for (const char16_t suffix : {u'U', u'L', u'L', u'u', u'l', u'l'})
+            optional(suffix);
         return finish(CToken::HexInteger);
     }
     if (c == '0' && at(start + 1) == 'b') {
@@ -314,15 +323,18 @@ bool CStyleLexer::scanFast(LexerToken &token)
     if (isAsciiDigit(c)) {
         while (end < size && isAsciiDigit(data[end]))
             ++end;
+        if (at(end) >= 0x80 || (at(end) == '.' && at(end + 1) >= 0x80))
+            return false;
         if (at(end) == '.' && isAsciiDigit(at(end + 1))) {
             end += 2;
             while (end < size && isAsciiDigit(data[end]))
                 ++end;
+            if (at(end) >= 0x80)
+                return false;
             return finish(CToken::Float);
         }
-        for (const char16_t suffix : u"ULLull")
-            if (suffix)
-                optional(suffix);
+        for (const char16_t suffix : {u'U', u'L', u'L', u'u', u'l', u'l'})
+            optional(suffix);
         return finish(CToken::Integer);
     }
     if (isIdentifierStart(c)) {
@@ -332,7 +344,7 @@ bool CStyleLexer::scanFast(LexerToken &token)
     }
     if (c == '@') {
         ++end;
-        while (end < size && (isIdentifierPart(data[end]) && data[end] != '$'))
+        while (end < size && isIdentifierPart(data[end]) && data[end] != '$')
             ++end;
         return finish(CToken::Register);
     }

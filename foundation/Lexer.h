@@ -120,7 +120,6 @@ protected:
 
     QString m_text;
     qsizetype m_position = 0;
-    bool m_textIsAscii = true;
 
 private:
     [[nodiscard]] LexerToken scan(bool allowFast);
