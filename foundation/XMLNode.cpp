@@ -250,7 +250,7 @@ void XMLElement::setAttribute(char *name, char *value)
         return;
     }
     if (m_attributeCount == m_attributeCapacity) {
-        const int capacity = m_attributeCapacity ? m_attributeCapacity * 2 : 4;
+        const int capacity = m_attributeCapacity ? m_attributeCapacity * 2 : 2;
         void *grown = std::realloc(m_attributes, sizeof(XMLAttribute) * size_t(capacity));
         if (!grown)
             throw std::bad_alloc();
