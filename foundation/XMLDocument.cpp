@@ -2,7 +2,7 @@
 #include "foundation/XMLParser.h"
 #include "foundation/XMLStringPool.h"
 #include "foundation/XMLWriter.h"
-#include <cerrno>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <cctype>
@@ -170,24 +170,33 @@ QByteArray XMLDocument::saveBuffer(int indent, int wrapWidth)
 
 namespace {
 
-// Regular files are replaced through a temporary file in the same directory and a rename, so a
-// failed write leaves the old file whole. Anything else (a device, a pipe) is written directly.
-FILE *openForSaving(const char *path, std::string &temporary)
+// Regular files are replaced through a temporary file beside them and a rename, so a failed
+// write leaves the old file whole; a symbolic link keeps pointing at the file it named. Anything
+// that is not a regular file (a device, a pipe) is written directly.
+FILE *openForSaving(const char *path, std::string &target, std::string &temporary)
 {
+    target = path;
     struct stat status;
-    if (::stat(path, &status) == 0 && !S_ISREG(status.st_mode))
-        return std::fopen(path, "wb");
-    static int serial = 0;
-    temporary = std::string(path) + ".tmp" + std::to_string(::getpid()) + "_" +
-                std::to_string(++serial);
+    if (::stat(path, &status) == 0) {
+        if (!S_ISREG(status.st_mode))
+            return std::fopen(path, "wb");
+        if (char *const real = ::realpath(path, nullptr)) {
+            target = real;
+            std::free(real);
+        }
+    }
+    static std::atomic<int> serial{0};
+    temporary = target + ".tmp" + std::to_string(::getpid()) + "_" + std::to_string(++serial);
     const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd < 0)
         return nullptr;
-    if (::stat(path, &status) == 0)
+    if (::stat(target.c_str(), &status) == 0)
         (void)::fchmod(fd, status.st_mode & 07777);
     FILE *const file = ::fdopen(fd, "wb");
-    if (!file)
+    if (!file) {
         ::close(fd);
+        std::remove(temporary.c_str());
+    }
     return file;
 }
 
@@ -195,8 +204,9 @@ FILE *openForSaving(const char *path, std::string &temporary)
 
 int XMLDocument::saveFile(const char *path, int indent, int wrapWidth)
 {
+    std::string target;
     std::string temporary;
-    FILE *const file = openForSaving(path, temporary);
+    FILE *const file = openForSaving(path, target, temporary);
     bool written = file != nullptr;
     if (file) {
         m_indent = indent;
@@ -206,12 +216,10 @@ int XMLDocument::saveFile(const char *path, int indent, int wrapWidth)
         written = std::fclose(file) == 0 && written;
         if (!temporary.empty()) {
             if (written)
-                written = std::rename(temporary.c_str(), path) == 0;
+                written = std::rename(temporary.c_str(), target.c_str()) == 0;
             if (!written)
                 std::remove(temporary.c_str());
         }
-    } else if (!temporary.empty()) {
-        std::remove(temporary.c_str());
     }
     if (written)
         return 1;

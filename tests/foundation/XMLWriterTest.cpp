@@ -154,6 +154,20 @@ TEST(XMLSaving, WritesFileAndReportsUnwritablePath)
     EXPECT_FALSE(QFile::exists(unwritable));
 }
 
+TEST(XMLSaving, SymbolicLinkKeepsPointingAtItsFile)
+{
+    QTemporaryDir directory;
+    const QString real = directory.filePath(QStringLiteral("real.xml"));
+    const QString link = directory.filePath(QStringLiteral("link.xml"));
+    TestSupport::writeFile(real, "<old/>");
+    ASSERT_TRUE(QFile::link(real, link));
+    QXMLDocument document(0);
+    ASSERT_EQ(document.parseBuffer("<new/>"), 1);
+    EXPECT_EQ(document.save(link, 0, 0), 1);
+    EXPECT_TRUE(QFileInfo(link).isSymLink());
+    EXPECT_EQ(TestSupport::readFile(real), "<new/>");
+}
+
 // One bounded run of the shapes that used to cost recursion depth or quadratic time.
 TEST(XMLLargeTrees, DeepNestingLoadsSavesClonesAndFrees)
 {
