@@ -1,0 +1,247 @@
+#pragma once
+// The in-place forms of the hot primitives, shared by `nest` and by the words' own `run`.
+// Integer cells take the short path; everything else goes to the typed arithmetic.
+#include "script/forth/ForthArithmetic.h"
+#include "script/forth/ScriptEngine.h"
+
+namespace ForthInline {
+
+inline bool bothIntegers(const Cell &a, const Cell &b)
+{
+    return a.type == CellType::Integer && b.type == CellType::Integer;
+}
+
+inline void binary(ForthStack &stack, ArithmeticOp op)
+{
+    stack.need(2);
+    Cell *const cells = stack.cells();
+    int &depth = stack.depthRef();
+    Cell &a = cells[depth - 2];
+    a = arithmetic(op, a, cells[depth - 1]);
+    --depth;
+}
+
+template <class Compare> inline void compare(ForthStack &stack, Compare test)
+{
+    stack.need(2);
+    Cell *const cells = stack.cells();
+    int &depth = stack.depthRef();
+    Cell &a = cells[depth - 2];
+    const Cell &b = cells[depth - 1];
+    const bool result = bothIntegers(a, b) ? test(a.integer, b.integer) : test(compareCells(a, b), 0);
+    a.setInteger(result ? -1 : 0);
+    --depth;
+}
+
+} // namespace ForthInline
+
+inline void ScriptEngine::opPlus()
+{
+    dataStack.need(2);
+    Cell *const cells = dataStack.cells();
+    int &depth = dataStack.depthRef();
+    Cell &a = cells[depth - 2];
+    const Cell &b = cells[depth - 1];
+    if (ForthInline::bothIntegers(a, b)) {
+        a.integer = qint64(quint64(a.integer) + quint64(b.integer));
+        --depth;
+        return;
+    }
+    ForthInline::binary(dataStack, ArithmeticOp::Add);
+}
+
+inline void ScriptEngine::opMinus()
+{
+    dataStack.need(2);
+    Cell *const cells = dataStack.cells();
+    int &depth = dataStack.depthRef();
+    Cell &a = cells[depth - 2];
+    const Cell &b = cells[depth - 1];
+    if (ForthInline::bothIntegers(a, b)) {
+        a.integer = qint64(quint64(a.integer) - quint64(b.integer));
+        --depth;
+        return;
+    }
+    ForthInline::binary(dataStack, ArithmeticOp::Subtract);
+}
+
+inline void ScriptEngine::opStar()
+{
+    dataStack.need(2);
+    Cell *const cells = dataStack.cells();
+    int &depth = dataStack.depthRef();
+    Cell &a = cells[depth - 2];
+    const Cell &b = cells[depth - 1];
+    if (ForthInline::bothIntegers(a, b)) {
+        a.integer = qint64(quint64(a.integer) * quint64(b.integer));
+        --depth;
+        return;
+    }
+    ForthInline::binary(dataStack, ArithmeticOp::Multiply);
+}
+
+inline void ScriptEngine::opOnePlus()
+{
+    Cell &a = dataStack.top();
+    if (a.type == CellType::Integer)
+        a.integer = qint64(quint64(a.integer) + 1);
+    else
+        a = arithmetic(ArithmeticOp::Add, a, Cell::fromInteger(1));
+}
+
+inline void ScriptEngine::opOneMinus()
+{
+    Cell &a = dataStack.top();
+    if (a.type == CellType::Integer)
+        a.integer = qint64(quint64(a.integer) - 1);
+    else
+        a = arithmetic(ArithmeticOp::Subtract, a, Cell::fromInteger(1));
+}
+
+inline void ScriptEngine::opDup()
+{
+    const int depth = dataStack.depth();
+    dataStack.need(1);
+    dataStack.room(1);
+    Cell *const cells = dataStack.cells();
+    cells[depth] = cells[depth - 1];
+    ++dataStack.depthRef();
+}
+
+inline void ScriptEngine::opDrop()
+{
+    dataStack.drop(1);
+}
+
+inline void ScriptEngine::opSwap()
+{
+    dataStack.need(2);
+    Cell *const cells = dataStack.cells();
+    const int depth = dataStack.depth();
+    std::swap(cells[depth - 1], cells[depth - 2]);
+}
+
+inline void ScriptEngine::opOver()
+{
+    const int depth = dataStack.depth();
+    dataStack.need(2);
+    dataStack.room(1);
+    Cell *const cells = dataStack.cells();
+    cells[depth] = cells[depth - 2];
+    ++dataStack.depthRef();
+}
+
+inline void ScriptEngine::opRot()
+{
+    dataStack.need(3);
+    Cell *const cells = dataStack.cells();
+    const int depth = dataStack.depth();
+    // a b c -- b c a
+    std::swap(cells[depth - 3], cells[depth - 2]);
+    std::swap(cells[depth - 2], cells[depth - 1]);
+}
+
+inline void ScriptEngine::opLess()
+{
+    ForthInline::compare(dataStack, [](qint64 a, qint64 b) { return a < b; });
+}
+
+inline void ScriptEngine::opGreater()
+{
+    ForthInline::compare(dataStack, [](qint64 a, qint64 b) { return a > b; });
+}
+
+inline void ScriptEngine::opEquals()
+{
+    dataStack.need(2);
+    Cell *const cells = dataStack.cells();
+    int &depth = dataStack.depthRef();
+    Cell &a = cells[depth - 2];
+    a.setInteger(cellsEqual(a, cells[depth - 1]) ? -1 : 0);
+    --depth;
+}
+
+inline void ScriptEngine::opNotEquals()
+{
+    dataStack.need(2);
+    Cell *const cells = dataStack.cells();
+    int &depth = dataStack.depthRef();
+    Cell &a = cells[depth - 2];
+    a.setInteger(cellsEqual(a, cells[depth - 1]) ? 0 : -1);
+    --depth;
+}
+
+inline void ScriptEngine::opZeroEquals()
+{
+    Cell &a = dataStack.top();
+    a.setInteger(isTrue(a) ? 0 : -1);
+}
+
+inline void ScriptEngine::opFetch()
+{
+    Cell &a = dataStack.top();
+    if (a.type == CellType::DataAddress && a.integer >= 0 && a.integer < a.memory->size()) {
+        a = a.memory->cells[size_t(a.integer)];
+        return;
+    }
+    a = fetch(a);
+}
+
+inline void ScriptEngine::opStore()
+{
+    dataStack.need(2);
+    int &depth = dataStack.depthRef();
+    Cell *const cells = dataStack.cells();
+    store(cells[depth - 1], cells[depth - 2]);
+    depth -= 2;
+}
+
+inline void ScriptEngine::opToR()
+{
+    returnStack.push(dataStack.pop());
+}
+
+inline void ScriptEngine::opRFrom()
+{
+    returnStack.need(1);
+    dataStack.push(returnStack.pop());
+}
+
+inline void ScriptEngine::opRFetch()
+{
+    dataStack.push(returnStack.top());
+}
+
+inline void ScriptEngine::opLoop(pcode *&next)
+{
+    if (m_loops.empty())
+        forthThrow(-1, QStringLiteral("loop stack underflow"));
+    LoopFrame &frame = m_loops.back();
+    if (frame.index + 1 < frame.limit) {
+        ++frame.index;
+        tick();
+        next = frame.start;
+    } else {
+        m_loops.pop_back();
+    }
+}
+
+inline void ScriptEngine::opPlusLoop(pcode *&next)
+{
+    if (m_loops.empty())
+        forthThrow(-1, QStringLiteral("loop stack underflow"));
+    const qint64 step = dataStack.pop().toInteger();
+    LoopFrame &frame = m_loops.back();
+    const qint64 index = qint64(quint64(frame.index) + quint64(step));
+    // A positive step runs while the index stays below the limit, a negative one while it
+    // stays at or above it.
+    const bool again = step >= 0 ? (index < frame.limit && index > frame.index)
+                                 : (index >= frame.limit && index < frame.index);
+    if (again) {
+        frame.index = index;
+        tick();
+        next = frame.start;
+    } else {
+        m_loops.pop_back();
+    }
+}

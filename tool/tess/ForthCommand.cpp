@@ -1,0 +1,103 @@
+// `tess forth [-i] [-e TEXT | FILE]...`: runs Forth texts and files in order, then the console
+// when asked (or when standard input is a terminal and nothing else was given).
+#include "script/forth/FSConsole.h"
+#include "script/forth/ScriptEngine.h"
+#include <QFile>
+#include <QStringList>
+#include <cstdio>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+class StdioMessages : public ForthScriptMessageInterface {
+public:
+    void type(const QString &text) override
+    {
+        const QByteArray bytes = text.toUtf8();
+        std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+    }
+    void error(const QString &text) override
+    {
+        std::fflush(stdout);
+        std::fprintf(stderr, "%s\n", text.toUtf8().constData());
+    }
+};
+
+struct Step {
+    bool isText;
+    QString value;
+};
+
+int usage()
+{
+    std::fprintf(stderr, "usage: tess forth [-i] [-e TEXT | FILE]...\n");
+    return 1;
+}
+
+bool readLine(std::string &line)
+{
+    line.clear();
+    int c;
+    while ((c = std::fgetc(stdin)) != EOF && c != '\n')
+        line += char(c);
+    return c != EOF || !line.empty();
+}
+
+void runConsole(ScriptEngine &engine, StdioMessages &messages)
+{
+    FSConsole console(engine, messages);
+    console.showBanner();
+    std::fflush(stdout);
+    std::string line;
+    while (readLine(line)) {
+        emit console.inputReady(QString::fromUtf8(line.data(), qsizetype(line.size())));
+        std::fflush(stdout);
+    }
+}
+
+} // namespace
+
+int forthCommand(const QStringList &arguments)
+{
+    std::vector<Step> steps;
+    bool interactive = false;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString &argument = arguments.at(i);
+        if (argument == QLatin1String("-i")) {
+            interactive = true;
+        } else if (argument == QLatin1String("-e")) {
+            if (++i >= arguments.size())
+                return usage();
+            steps.push_back({true, arguments.at(i)});
+        } else if (argument.startsWith(QLatin1Char('-')) && argument.size() > 1) {
+            return usage();
+        } else {
+            steps.push_back({false, argument});
+        }
+    }
+    StdioMessages messages;
+    ScriptEngine engine(&messages);
+    for (const Step &step : steps) {
+        const std::optional<ForthException> failure =
+            step.isText ? engine.evaluateText(step.value, QStringLiteral("-e"))
+                        : engine.includeFile(step.value);
+        if (failure) {
+            std::fflush(stdout);
+            return 1;
+        }
+    }
+    if (interactive || (steps.empty() && isatty(STDIN_FILENO))) {
+        runConsole(engine, messages);
+    } else if (steps.empty()) {
+        QFile input;
+        if (!input.open(stdin, QIODevice::ReadOnly))
+            return 1;
+        const std::optional<ForthException> failure =
+            engine.evaluateText(QString::fromUtf8(input.readAll()), QStringLiteral("<stdin>"));
+        std::fflush(stdout);
+        return failure ? 1 : 0;
+    }
+    std::fflush(stdout);
+    return 0;
+}
