@@ -6,12 +6,14 @@
 // One declaration and one row per subcommand, kept in step.
 int diagCommand(const QStringList &arguments);
 int depsCommand(const QStringList &arguments);
+int forthCommand(const QStringList &arguments);
 namespace {
 
 constexpr TessCommand commands[] = {
     {"help", "tess help", nullptr},
     {"diag", "tess diag [--regexp PATTERN]... [--base DIR] [--all]  < tool output", diagCommand},
     {"deps", "tess deps [--names] FILE|@LIST...", depsCommand},
+    {"forth", "tess forth [-i] [-e TEXT | FILE]...", forthCommand},
 };
 
 void printUsage(FILE *to)
