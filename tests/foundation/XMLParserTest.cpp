@@ -204,6 +204,22 @@ TEST(XMLLoading, EmbeddedNulEndsTheText)
     EXPECT_EQ(dumpTree(document.root()), "a");
 }
 
+// Cutting a file anywhere never fails the load: the root simply never closes.
+TEST(XMLTruncation, EveryPrefixLoadsWithoutRoot)
+{
+    const QByteArray whole = TestSupport::readFile(QStringLiteral(TESS_TEST_DATA "/data/writer-input.xml"));
+    ASSERT_FALSE(whole.isEmpty());
+    const qsizetype rootEnd = whole.lastIndexOf('>') + 1;
+    for (qsizetype length = 0; length < whole.size(); ++length) {
+        for (const int keepData : {0, 1}) {
+            XMLDocument document(keepData);
+            EXPECT_EQ(document.parseBuffer(whole.constData(), length), 1) << length;
+            EXPECT_EQ(document.root() != nullptr, length >= rootEnd) << length;
+            (void)document.saveBuffer(2, 20);
+        }
+    }
+}
+
 struct DocTypeCase {
     const char *name;
     QByteArray content;
