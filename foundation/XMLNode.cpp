@@ -113,6 +113,8 @@ XMLNode *XMLNode::lastChild() const
 
 void XMLNode::setNextSibling(XMLNode *next)
 {
+    if (m_nextSibling == next)
+        return;
     m_nextSibling = next;
     // Rewiring a link may cut the parent's chain before its remembered end.
     if (m_parent && m_parent->m_lastChild != this)
