@@ -1,0 +1,54 @@
+#pragma once
+#include <QHash>
+#include <QString>
+#include <memory>
+#include <vector>
+
+// An interned string. Atoms are compared by pointer; `index` is the atom's position in the
+// table and is what the bytecode stores.
+class ESAtom {
+public:
+    ESAtom(int index, QString text) : index(index), text(std::move(text)) {}
+    const int index;
+    const QString text;
+};
+
+// The names the engine itself looks up, interned once per process.
+struct ESWellKnownAtoms {
+    ESAtom *length = nullptr;
+    ESAtom *prototype = nullptr;
+    ESAtom *null = nullptr;
+    ESAtom *trueAtom = nullptr;
+    ESAtom *falseAtom = nullptr;
+    ESAtom *eval = nullptr;
+    ESAtom *arguments = nullptr;
+    ESAtom *callee = nullptr;
+    ESAtom *constructor = nullptr;
+    ESAtom *index = nullptr;
+};
+
+// The process-wide table of atoms. Atoms live until `shutdown`: a script that keeps building
+// strings keeps growing the table, since every concatenation result is interned. Not guarded:
+// only one thread at a time may intern.
+class ESAtomTable {
+public:
+    static constexpr int cachedNumbers = 1024;   // the decimal texts of 0..1023 are cached
+
+    static ESAtomTable &instance();
+    // Releases every atom; only the process exit path may call it.
+    static void shutdown();
+
+    ESAtom *intern(const QString &text);
+    ESAtom *atomForIndex(unsigned index);
+    ESAtom *atomAt(int index) const { return m_atoms[std::size_t(index)].get(); }
+    int size() const { return int(m_atoms.size()); }
+    const ESWellKnownAtoms &names() const { return m_names; }
+
+private:
+    ESAtomTable();
+
+    QHash<QString, ESAtom *> m_map;
+    std::vector<std::unique_ptr<ESAtom>> m_atoms;
+    ESAtom *m_numbers[cachedNumbers] = {};
+    ESWellKnownAtoms m_names;
+};

@@ -1,0 +1,198 @@
+#pragma once
+#include "script/es/ESAtom.h"
+#include "script/es/ESCode.h"
+#include "script/es/ESException.h"
+#include "script/es/ESObject.h"
+#include "script/es/ESValue.h"
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+class ESClass;
+class ESActivation;
+class ESNativeArray;
+class ESNativeBoolean;
+class ESNativeDate;
+class ESNativeError;
+class ESNativeFunction;
+class ESNativeGlobal;
+class ESNativeMath;
+class ESNativeNumber;
+class ESNativeObject;
+class ESNativeString;
+
+// Hints of toPrimitive.
+namespace ESHint {
+constexpr int Number = 3;
+constexpr int String = 4;
+constexpr int Default = 6;
+} // namespace ESHint
+
+// One script session: the value stack and machine registers, the object pool, one instance of
+// every native class and the compiled functions. Non-copyable; a context belongs to the thread
+// that runs it. Objects made in it live until it is destroyed.
+class ESContext {
+public:
+    // On: a subclass overrides shouldContinue and wants it polled before every instruction.
+    enum class ContinuePolling { Off, On };
+
+    explicit ESContext(ContinuePolling polling = ContinuePolling::Off);
+    virtual ~ESContext();
+    ESContext(const ESContext &) = delete;
+    ESContext &operator=(const ESContext &) = delete;
+
+    // Polled before every instruction when enabled; false stops the run at once.
+    virtual bool shouldContinue();
+
+    // --- Machine state; the field order is the engine's contract.
+    ESValue accumulator;   // top of the value stack, kept apart from `stack`
+    ESValue scratch;
+    ESValue *stack = nullptr;
+    std::int32_t stackSize = 0;
+    std::int32_t stackPointer = 0;   // index of the first free entry
+    ESObject *scope = nullptr;       // head of the scope chain
+    ESObject *objectPrototype = nullptr;
+    ESObject *functionPrototype = nullptr;
+    ESObject *stringPrototype = nullptr;
+    ESObject *numberPrototype = nullptr;
+    ESObject *booleanPrototype = nullptr;
+    ESObject *arrayPrototype = nullptr;
+    ESObject *datePrototype = nullptr;
+    ESObject *globalObject = nullptr;
+    ESObject *thisObject = nullptr;
+    ESValue *frameArguments = nullptr;
+    std::int32_t frameArgumentCount = 0;
+    std::unique_ptr<ESNativeGlobal> globalClass;
+    std::unique_ptr<ESNativeArray> arrayClass;
+    std::unique_ptr<ESNativeFunction> functionClass;
+    std::unique_ptr<ESNativeError> errorClass;
+    std::unique_ptr<ESNativeError> evalErrorClass;
+    std::unique_ptr<ESNativeNumber> numberClass;
+    std::unique_ptr<ESNativeString> stringClass;
+    std::unique_ptr<ESNativeBoolean> booleanClass;
+    std::unique_ptr<ESNativeError> referenceErrorClass;
+    std::unique_ptr<ESNativeError> rangeErrorClass;
+    std::unique_ptr<ESNativeError> syntaxErrorClass;
+    std::unique_ptr<ESNativeError> typeErrorClass;
+    std::unique_ptr<ESNativeDate> dateClass;
+    std::unique_ptr<ESNativeObject> objectClass;
+    std::unique_ptr<ESNativeMath> mathClass;
+    std::unique_ptr<ESActivation> activationClass;
+    ESObject *allObjects = nullptr;
+    ESObject *freeObjects = nullptr;
+    std::uint32_t currentLine = 0;
+    QString sourceText;
+    QString fileName;
+    std::vector<std::unique_ptr<ESCode>> codeObjects;   // CLOSURE's operand indexes this
+    // The activation object of the running function, or null when its names live on the stack.
+    ESObject *activationObject = nullptr;
+
+    // --- Objects and names.
+    ESObject *newObject(ESObject *prototype, ESClass *klass);
+    ESObject *newObject(ESObject *prototype, ESClass *klass, ESFunctionInfo *functionInfo,
+                        ESFunctionInfo *constructInfo);
+    ESObject *newObject(ESObject *prototype, ESClass *klass, ESValue primitive);
+    ESAtom *intern(const QString &text) { return m_atoms.intern(text); }
+    ESAtom *atomForIndex(unsigned index) { return m_atoms.atomForIndex(index); }
+    ESAtom *valueToAtom(ESValue value);
+    const ESWellKnownAtoms &names() const { return m_atoms.names(); }
+
+    ESValue get(ESObject *object, ESAtom *atom);
+    void put(ESObject *object, ESAtom *atom, ESValue value);
+    // `flags` is accepted and ignored: at run time no property is read-only, hidden or fixed.
+    void defineProperty(ESObject *object, std::uint32_t flags, ESAtom *atom, ESValue value);
+    ESObject *defineFunction(ESObject *holder, const ESNativeFunctionSpec &spec,
+                             ESObject *prototype, ESClass *klass);
+    ESObject *defineConstructor(const ESNativeFunctionSpec &spec, ESObject *prototypeObject,
+                                ESClass *klass);
+
+    // Scope-chain access; a name found nowhere reads as undefined from the global object.
+    ESObject *lookupName(ESAtom *atom, ESValue &value);
+    void storeName(ESAtom *atom, ESValue value);
+    bool deleteName(ESAtom *atom);
+
+    static bool hasOwn(const ESObject *object, const ESAtom *atom);
+    static bool hasInChain(const ESObject *object, const ESAtom *atom);
+    static bool isEnumerableOwn(const ESObject *object, const ESAtom *atom);
+    static bool deleteOwn(ESObject *object, const ESAtom *atom);
+    static bool isPrototypeIn(const ESObject *prototype, ESValue value);
+
+    bool isString(const ESObject *object) const;
+    bool isBoolean(const ESObject *object) const;
+    bool isNumber(const ESObject *object) const;
+    bool isDate(const ESObject *object) const;
+    bool isArray(const ESObject *object) const;
+    bool isFunction(const ESObject *object) const;
+    static ESValue argument(int count, const ESValue *arguments, int index)
+    {
+        return index < count ? arguments[index] : ESValue::undefined();
+    }
+
+    // --- Arrays for host code: "length" is set first, then the elements by index.
+    ESObject *newArray(int count, const ESValue *values);
+    ESObject *newArray(const QByteArray &bytes);
+    ESObject *newArray(std::span<const std::int32_t> elements);
+    ESObject *newArray(std::span<const std::uint32_t> elements);
+    ESObject *newArray(std::span<const std::uint16_t> elements);
+    ESObject *newArray(const QStringList &texts);
+    QByteArray arrayBytes(ESValue value);
+    std::vector<std::uint16_t> arrayUint16(ESValue value);
+    std::vector<std::uint32_t> arrayUint32(ESValue value);
+
+    // --- Conversions, with this engine's departures from the standard (NaN is true, "" is NaN,
+    // fractions print with six significant digits).
+    bool toBoolean(ESValue value);
+    double toNumber(ESValue value);
+    static double toInteger(double number);
+    static std::int32_t toInt32(double number);
+    static std::uint32_t toUint32(double number);
+    static std::uint16_t toUint16(double number) { return std::uint16_t(toInt32(number)); }
+    static std::uint8_t toUint8(double number) { return std::uint8_t(toInt32(number)); }
+    QString toESString(ESValue value, int radix = 10);
+    static QString numberToString(double number, int radix = 10);
+    ESValue toPrimitive(ESValue value, int hint);
+    ESObject *toObject(ESValue value);
+    ESValue typeOf(ESValue value);
+
+    // --- Errors. Builds an instance of the error type with fileName, lineNumber and
+    // sourceLine when known, and throws it as ESException.
+    [[noreturn]] void throwError(ESObject *errorConstructor, const QString &message);
+    [[noreturn]] void throwError(const QString &message);
+    [[noreturn]] void throwTypeError(const QString &message);
+    [[noreturn]] void throwRangeError(const QString &message);
+    [[noreturn]] static void fatal(const QString &message);
+
+    // --- Running code.
+    void run(const ESCode &code);
+    [[nodiscard]] ESCompletion evaluate(const QString &fileName, const QString &text);
+    void callFunction(ESObject *function, ESValue thisValue, int argumentCount,
+                      const ESValue *arguments, ESValue &result);
+    ESObject *constructObject(ESObject *function, int argumentCount, const ESValue *arguments);
+    // Raises the engine's fatal error when the native stack is nearly used up.
+    void checkNativeStack() const;
+    bool nativeStackLow() const;
+
+private:
+    friend class ESParser;
+    void createPrototypes();
+    void initialiseClasses();
+    void refillPool();
+    void invoke(ESObject *function, ESValue thisValue, int argumentCount);
+    void invokeScript(ESObject *function, ESValue thisValue, int argumentCount);
+    void enterActivation(const ESCode &code, int argumentCount);
+    ESObject *makeClosure(unsigned codeIndex);
+    ESObject *enumerate(ESValue value);
+    [[noreturn]] void stackOverflow();
+    [[noreturn]] void illegalInstruction(const ESCode &code, int pc);
+
+    ESAtomTable &m_atoms;
+    std::unique_ptr<ESValue[]> m_stackStorage;
+    std::vector<std::unique_ptr<ESObject[]>> m_blocks;
+    std::unique_ptr<QString> m_globalText;   // the tag-4 "[object global]"
+    const char *m_nativeStackLimit = nullptr;
+    const bool m_pollsContinue;
+};

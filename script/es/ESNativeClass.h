@@ -1,0 +1,169 @@
+#pragma once
+#include "script/es/ESClass.h"
+#include "script/es/ESValue.h"
+#include <QString>
+#include <QStringList>
+#include <span>
+#include <vector>
+
+class ESContext;
+struct ESObject;
+
+// One call of a native function: its result goes into arguments[0] (the first argument slot,
+// which exists even when no argument was passed).
+struct ESNativeCall {
+    ESContext &context;
+    ESObject *function;
+    ESValue thisValue;   // undefined for a construction
+    int argumentCount;
+    ESValue *arguments;
+
+    ESValue argument(int index) const
+    {
+        return index < argumentCount ? arguments[index] : ESValue::undefined();
+    }
+    void setResult(ESValue value) const { arguments[0] = value; }
+};
+
+using ESNativeCallHandler = void (*)(ESNativeCall &call);
+// Returns the new object, or null to ask for the generic construction path.
+using ESNativeConstructHandler = ESObject *(*)(ESNativeCall &call);
+
+// Where a row's function is installed.
+namespace ESNativeRowFlag {
+constexpr int Method = 0;        // on the prototype
+constexpr int Constructor = 1;   // in the global object, by defineConstructor
+constexpr int Static = 2;        // on the constructor (or on the class's single object)
+} // namespace ESNativeRowFlag
+
+// One native function of a class: its spec and its handlers. A class's table is the switch
+// on `builtinId`: ids index the table, and an id with no row fails as a bad signature.
+struct ESNativeFunctionRow {
+    const char *name;
+    int length;
+    int id;
+    int flags;
+    const char *help;
+    ESNativeCallHandler call;             // null: the id cannot be called
+    ESNativeConstructHandler construct;   // null: the id cannot be constructed
+};
+
+// Base of the native classes: `call` and `construct` dispatch on the function object's
+// `builtinId` through the class's rows, and `installFunctions` puts the rows in place.
+class ESNativeClass : public ESClass {
+public:
+    ESNativeClass(QString className, QString scriptName, std::span<const ESNativeFunctionRow> rows);
+    void call(ESContext &context, ESObject *function, ESValue thisValue, int argumentCount,
+              ESValue *arguments) override;
+    ESObject *construct(ESContext &context, ESObject *function, int argumentCount,
+                        ESValue *arguments) override;
+    // Fills the class's prototype and constructor; run once (TypeError twice) per context.
+    virtual void initialise(ESContext &context) = 0;
+
+    const QString scriptName;   // the constructor's name in the global object
+
+protected:
+    // Installs every row: the constructor (returned, or null) in the global object, statics on
+    // `staticHolder` or else on the constructor, methods on `prototype`.
+    ESObject *installFunctions(ESContext &context, ESObject *prototype,
+                               ESObject *staticHolder = nullptr);
+
+private:
+    const ESNativeFunctionRow *row(int id) const;
+
+    std::span<const ESNativeFunctionRow> m_rows;
+};
+
+class ESNativeObject : public ESNativeClass {
+public:
+    ESNativeObject();
+    void initialise(ESContext &context) override;
+};
+
+class ESNativeFunction : public ESNativeClass {
+public:
+    ESNativeFunction();
+    void initialise(ESContext &context) override;
+};
+
+class ESNativeGlobal : public ESNativeClass {
+public:
+    ESNativeGlobal();
+    void initialise(ESContext &context) override;
+    QStringList searchDirectories;   // tried in order by `load`
+};
+
+class ESNativeArray : public ESNativeClass {
+public:
+    ESNativeArray();
+    void initialise(ESContext &context) override;
+    // Keeps "length" in step with the indices stored.
+    void put(ESContext &context, ESObject *object, ESAtom *atom, ESValue value) override;
+};
+
+class ESNativeString : public ESNativeClass {
+public:
+    ESNativeString();
+    void initialise(ESContext &context) override;
+    // "length" is the wrapped text's length, whatever the vector says; storing it does nothing.
+    ESValue get(ESContext &context, ESObject *object, ESAtom *atom) override;
+    void put(ESContext &context, ESObject *object, ESAtom *atom, ESValue value) override;
+};
+
+class ESNativeBoolean : public ESNativeClass {
+public:
+    ESNativeBoolean();
+    void initialise(ESContext &context) override;
+};
+
+class ESNativeNumber : public ESNativeClass {
+public:
+    ESNativeNumber();
+    void initialise(ESContext &context) override;
+};
+
+class ESNativeMath : public ESNativeClass {
+public:
+    ESNativeMath();
+    void initialise(ESContext &context) override;
+};
+
+class ESNativeDate : public ESNativeClass {
+public:
+    ESNativeDate();
+    void initialise(ESContext &context) override;
+};
+
+// The six error types share their functions and differ by name and prototype. Their class
+// name is "Error" for all six.
+class ESNativeError : public ESNativeClass {
+public:
+    explicit ESNativeError(QString typeName = QStringLiteral("Error"));
+    void initialise(ESContext &context) override;
+    // Called at the end of `initialise`.
+    virtual void finishInitialise(ESContext &context);
+
+    ESObject *prototypeObject = nullptr;
+    ESObject *constructorObject = nullptr;
+};
+
+class ESNativeEvalError : public ESNativeError {
+public:
+    ESNativeEvalError() : ESNativeError(QStringLiteral("EvalError")) {}
+};
+class ESNativeRangeError : public ESNativeError {
+public:
+    ESNativeRangeError() : ESNativeError(QStringLiteral("RangeError")) {}
+};
+class ESNativeReferenceError : public ESNativeError {
+public:
+    ESNativeReferenceError() : ESNativeError(QStringLiteral("ReferenceError")) {}
+};
+class ESNativeSyntaxError : public ESNativeError {
+public:
+    ESNativeSyntaxError() : ESNativeError(QStringLiteral("SyntaxError")) {}
+};
+class ESNativeTypeError : public ESNativeError {
+public:
+    ESNativeTypeError() : ESNativeError(QStringLiteral("TypeError")) {}
+};
