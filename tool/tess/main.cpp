@@ -6,14 +6,22 @@
 // One declaration and one row per subcommand, kept in step.
 int diagCommand(const QStringList &arguments);
 int depsCommand(const QStringList &arguments);
+int jsCommand(const QStringList &arguments);
+int solutionCommand(const QStringList &arguments);
+int propertyCommand(const QStringList &arguments);
 int forthCommand(const QStringList &arguments);
+int exprCommand(const QStringList &arguments);
 namespace {
 
 constexpr TessCommand commands[] = {
     {"help", "tess help", nullptr},
     {"diag", "tess diag [--regexp PATTERN]... [--base DIR] [--all]  < tool output", diagCommand},
     {"deps", "tess deps [--names] FILE|@LIST...", depsCommand},
+    {"js", "tess js [--max-instructions N] [--list] (-e TEXT | FILE...)", jsCommand},
+    {"solution", "tess solution show FILE | tess solution save FILE OUT", solutionCommand},
+    {"property", "tess property get FILE ELEMENT CONFIG NAME [--expand] [--trace] | dump FILE CONFIG NAME [--expand] | list", propertyCommand},
     {"forth", "tess forth [-i] [-e TEXT | FILE]...", forthCommand},
+    {"expr", "tess expr [--repeat N] EXPRESSION...", exprCommand},
 };
 
 void printUsage(FILE *to)
