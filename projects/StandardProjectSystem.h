@@ -3,6 +3,7 @@
 #include "projects/ProjectCatalogue.h"
 #include "projects/ProjectElement.h"
 #include "projects/ProjectSystem.h"
+#include "projects/PropertyValue.h"
 #include <QDateTime>
 #include <QHash>
 #include <QStringList>
@@ -12,7 +13,6 @@
 
 class PropertyClass;
 class PropertyClassList;
-class PropertyValue;
 class QXMLDocument;
 class ProjectSystemXMLPP2;
 

@@ -1,0 +1,170 @@
+// tess property get|list|dump: property values of a solution's elements, and the catalogue.
+#include "foundation/PropertyClass.h"
+#include "projects/StandardProjectSystem.h"
+#include "tool/tess/ProjectCommandSupport.h"
+#include <QByteArray>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+constexpr const char *usage =
+    "tess property get FILE ELEMENT CONFIG NAME [--expand] [--trace]\n"
+    "       tess property dump FILE CONFIG NAME [--expand]\n"
+    "       tess property list";
+
+struct Options {
+    QStringList positional;
+    bool expand = false;
+    bool trace = false;
+    bool valid = true;
+};
+
+Options parseOptions(const QStringList &arguments)
+{
+    Options options;
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString &argument = arguments[i];
+        if (argument == QLatin1String("--expand"))
+            options.expand = true;
+        else if (argument == QLatin1String("--trace"))
+            options.trace = true;
+        else if (argument.startsWith(QLatin1String("--")))
+            options.valid = false;
+        else
+            options.positional.append(argument);
+    }
+    return options;
+}
+
+void write(const QByteArray &bytes)
+{
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+}
+
+QByteArray describeContribution(const PropertyContribution &contribution)
+{
+    if (contribution.isDefault)
+        return "(default): " + contribution.text.toUtf8() + '\n';
+    const QString path = elementPath(contribution.element);
+    return (path.isEmpty() ? QByteArray("(solution)") : path.toUtf8()) + " ["
+         + contribution.configuration.toUtf8() + "]: " + contribution.text.toUtf8() + '\n';
+}
+
+int get(const QStringList &arguments)
+{
+    const Options options = parseOptions(arguments);
+    if (!options.valid || options.positional.size() != 4)
+        return printCommandUsage(usage);
+    const QString &elementName = options.positional[1];
+    const QString &configuration = options.positional[2];
+    const QString &name = options.positional[3];
+    ProjectCommandSession session;
+    if (!session.load(options.positional[0]))
+        return 1;
+    StandardProjectSystem &system = session.system();
+    const ProjectElement *element = system.findElement(elementName);
+    if (!element)
+        return printCommandError(QStringLiteral("unknown element '%1'").arg(elementName));
+    const PropertyClass *row = system.classFor(name, element, configuration);
+    if (!row || dynamic_cast<const MacroPropertyClass *>(row))
+        return printCommandError(QStringLiteral("unknown property '%1'").arg(name));
+    PropertyTrace trace;
+    QString value =
+        system.resolveProperty(element, row, configuration, options.trace ? &trace : nullptr);
+    if (options.expand)
+        value = system.expand(element, configuration, value);
+    QByteArray out;
+    for (const PropertyContribution &contribution : trace)
+        out += describeContribution(contribution);
+    out += options.trace ? "value: " + value.toUtf8() + '\n' : value.toUtf8() + '\n';
+    write(out);
+    return 0;
+}
+
+// Every file of the solution with its value, one a line: "path<TAB>value".
+int dump(const QStringList &arguments)
+{
+    const Options options = parseOptions(arguments);
+    if (!options.valid || options.trace || options.positional.size() != 3)
+        return printCommandUsage(usage);
+    const QString &configuration = options.positional[1];
+    const QString &name = options.positional[2];
+    ProjectCommandSession session;
+    if (!session.load(options.positional[0]))
+        return 1;
+    StandardProjectSystem &system = session.system();
+    if (!system.findClass(name) || dynamic_cast<const MacroPropertyClass *>(system.findClass(name)))
+        return printCommandError(QStringLiteral("unknown property '%1'").arg(name));
+    QByteArray out;
+    std::vector<std::pair<const ProjectElement *, QByteArray>> stack{{system.solution(), {}}};
+    while (!stack.empty()) {
+        const auto [element, path] = stack.back();
+        stack.pop_back();
+        const auto &children = element->children();
+        for (auto it = children.rbegin(); it != children.rend(); ++it)
+            stack.emplace_back(*it, path.isEmpty() ? (*it)->elementName().toUtf8()
+                                                   : path + '/' + (*it)->elementName().toUtf8());
+        if (element->kind() != ProjectElement::Kind::File)
+            continue;
+        const PropertyClass *row = system.classFor(name, element, configuration);
+        const QString value = options.expand
+                                  ? system.expandedProperty(element, row, configuration)
+                                  : system.resolveProperty(element, row, configuration);
+        out += path + '\t' + value.toUtf8() + '\n';
+        if (out.size() > 1 << 20) {
+            write(out);
+            out.clear();
+        }
+    }
+    write(out);
+    return 0;
+}
+
+const char *typeName(int type)
+{
+    switch (type) {
+    case PropertyClass::Boolean:
+        return "boolean";
+    case PropertyClass::List:
+        return "list";
+    case PropertyClass::Directory:
+        return "directory";
+    case PropertyClass::Enumeration:
+        return "enumeration";
+    default:
+        return "text";
+    }
+}
+
+// The catalogue in grid order: "name<TAB>type<TAB>section<TAB>default".
+int list(const QStringList &arguments)
+{
+    if (arguments.size() != 1)
+        return printCommandUsage(usage);
+    ProjectCommandSession session;
+    QByteArray out;
+    for (const auto &row : session.system().propertyClasses().classes()) {
+        out += row->name.toUtf8() + '\t' + typeName(row->type) + '\t' + row->section.toUtf8()
+             + '\t' + row->defaultValue.toUtf8();
+        if (row->category != QLatin1String("General"))
+            out += "\t(" + row->category.toUtf8() + ')';
+        out += '\n';
+    }
+    write(out);
+    return 0;
+}
+
+} // namespace
+
+int propertyCommand(const QStringList &arguments)
+{
+    const QString subcommand = arguments.value(0);
+    if (subcommand == QLatin1String("get"))
+        return get(arguments);
+    if (subcommand == QLatin1String("dump"))
+        return dump(arguments);
+    if (subcommand == QLatin1String("list"))
+        return list(arguments);
+    return printCommandUsage(usage);
+}
