@@ -43,6 +43,11 @@ public:
     bool startElement(const QString &, const QString &, const QString &qName,
                       const QXmlAttributes &attributes) override
     {
+        // The DOM library writes and frees trees recursively: refuse what it could not.
+        if (++m_depth > XmlPP::maxNesting) {
+            m_refusal = QStringLiteral("elements nested deeper than %1 levels").arg(XmlPP::maxNesting);
+            return false;
+        }
         QDomElement element = m_document.createElement(qName);
         for (int i = 0; i < attributes.count(); ++i)
             element.setAttribute(attributes.qName(i), attributes.value(i));
@@ -51,6 +56,7 @@ public:
     }
     bool endElement(const QString &, const QString &, const QString &) override
     {
+        --m_depth;
         m_node = m_node.parentNode();
         return true;
     }
@@ -113,6 +119,10 @@ public:
         --m_entityDepth;
         return true;
     }
+    QString errorString() const override
+    {
+        return m_refusal.isEmpty() ? QXmlDefaultHandler::errorString() : m_refusal;
+    }
     bool fatalError(const QXmlParseException &exception) override
     {
         m_message = exception.message();
@@ -130,6 +140,8 @@ private:
     QDomNode m_node;
     bool m_inCDATA = false;
     int m_entityDepth = 0;
+    int m_depth = 0;
+    QString m_refusal;
 };
 
 QString expand(const MacroTable &macros, const QString &text)
@@ -196,7 +208,8 @@ const MacroTable &XmlPP::defaultMacros()
     return table;
 }
 
-bool XmlPP::read(QIODevice *device, QString *errorMessage, int *line, int *column)
+bool XmlPP::read(QIODevice *device, QString *errorMessage, int *line, int *column,
+                 bool keepSpacing)
 {
     QXmlInputSource source(device);
     QXmlSimpleReader reader;
@@ -204,7 +217,7 @@ bool XmlPP::read(QIODevice *device, QString *errorMessage, int *line, int *colum
     reader.setFeature(QStringLiteral("http://xml.org/sax/features/namespace-prefixes"), true);
     reader.setFeature(
         QStringLiteral("http://trolltech.com/xml/features/report-whitespace-only-CharData"),
-        true);
+        keepSpacing);
     reader.setFeature(QStringLiteral("http://qt-project.org/xml/features/report-start-end-entity"),
                       true);
     document = QDomDocument(QDomDocumentType());   // not null: the builder holds a handle to it
@@ -477,18 +490,19 @@ QDomNode XmlPP::includeXml(QDomElement include, const QString &path, MacroTable 
                QStringLiteral("XmlPP::processConditionals could not open include file %1").arg(path));
         return include.nextSibling();
     }
-    QDomDocument included;
+    // Read as a plain document (white space between elements dropped), nesting bounded.
+    XmlPP part;
     QString message;
     int line = 0;
     int column = 0;
-    if (!included.setContent(&file, &message, &line, &column)) {
+    if (!part.read(&file, &message, &line, &column, false)) {
         report(ReportChannel::Error, QStringLiteral("XmlPP: error reading XML - %1 on line %2 column %3")
                                          .arg(message)
                                          .arg(line)
                                          .arg(column));
         return include.nextSibling();
     }
-    QDomNode root = document.importNode(included.documentElement(), true);
+    QDomNode root = document.importNode(part.document.documentElement(), true);
     const QDomNode next = include.nextSibling();
     QDomNode parent = include.parentNode();
     parent.replaceChild(root, include);

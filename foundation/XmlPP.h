@@ -15,10 +15,12 @@ public:
     // The macros that name the running build (ide, ide_version ..., host_os, build, host).
     [[nodiscard]] static const MacroTable &defaultMacros();
 
-    // Reads a file into `document` the way pages are read: white space and entity boundaries
-    // kept. On failure `errorMessage` holds the reader's message (or "No error") and the
+    // Reads a file into `document`: entity boundaries kept, white space between elements kept
+    // for pages and dropped for included parts. Elements nested deeper than maxNesting are
+    // refused. On failure `errorMessage` holds the reader's message (or "No error") and the
     // position, and the document is left empty.
-    [[nodiscard]] bool read(QIODevice *device, QString *errorMessage, int *line, int *column);
+    [[nodiscard]] bool read(QIODevice *device, QString *errorMessage, int *line, int *column,
+                            bool keepSpacing = true);
 
     // Walks `node` and its following siblings.
     void processConditionals(QDomNode node, const QString &fileName, MacroTable &macros,

@@ -123,6 +123,18 @@ TEST(XmlcpInput, DeepNestingEndsWithMessage)
     EXPECT_TRUE(run.err.endsWith(" is nested deeper than 400 levels\n"));
 }
 
+TEST(XmlcpInput, DeepPageRefused)
+{
+    QTemporaryDir dir;
+    const QByteArray deep = QByteArray("<a>").repeated(50000) + QByteArray("</a>").repeated(50000);
+    TestSupport::writeFile(dir.filePath("in.xml"), deep);
+    const ProgramRun run = TestSupport::runProgram(
+        xmlcp, {"-xhtml", dir.filePath("in.xml"), dir.filePath("out.html")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err.toStdString(), "error: Cannot load xml file: " + dir.filePath("in.xml").toStdString()
+                                         + " - elements nested deeper than 400 levels line: 1 column: 1203\n");
+}
+
 TEST(XmlcpInput, UnreadableFile)
 {
     QTemporaryDir dir;
