@@ -13,7 +13,7 @@ constexpr int maxNesting = 256;
 constexpr int maxTreeDepth = 2000;
 // `x++` and `x += 1` copy their target, so chaining them doubles the tree each time: the copies
 // of one parse are bounded by count.
-constexpr qint64 maxCopiedNodes = 1000000;
+constexpr qint64 maxCopiedNodes = 100000;
 
 [[noreturn]] void fail(const QString &message)
 {
