@@ -1,0 +1,6 @@
+#include "board.h"
+
+void board_init(void)
+{
+    clock_init();
+}

@@ -1,0 +1,8 @@
+#include "board.h"
+
+int main(void)
+{
+    board_init();
+    for (;;)
+        blink();
+}
