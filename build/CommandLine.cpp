@@ -1,6 +1,4 @@
 #include "build/CommandLine.h"
-#include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <array>
@@ -162,10 +160,4 @@ QStringList resolveShippedTool(QStringList arguments, const QString &installatio
     if (!arguments.isEmpty() && isShippedTool(arguments.first()))
         arguments.first() = installationDirectory + QStringLiteral("/bin/") + arguments.first();
     return arguments;
-}
-
-QString installationDirectory()
-{
-    const QString program = QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
-    return QFileInfo(program).dir().absolutePath().section(u'/', 0, -2);
 }

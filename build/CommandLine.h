@@ -30,6 +30,3 @@ constexpr int optionsLineLimit = 1023;
 [[nodiscard]] bool isShippedTool(const QString &program);
 [[nodiscard]] QStringList resolveShippedTool(QStringList arguments,
                                              const QString &installationDirectory);
-
-// $(VarnelDir): the directory above the one holding the running program.
-[[nodiscard]] QString installationDirectory();
