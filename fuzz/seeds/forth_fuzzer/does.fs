@@ -1,0 +1,1 @@
+: c CREATE , DOES> @ ; 5 c five five .

@@ -1,0 +1,1 @@
+: t 10 0 DO I . LOOP ; t

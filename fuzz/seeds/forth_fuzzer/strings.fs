@@ -1,0 +1,1 @@
+1 [IF] S" a b" HTML-ESCAPE S" %1!" SWAP STRING-ARG 1 ,, . [THEN]
