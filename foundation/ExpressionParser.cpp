@@ -152,12 +152,16 @@ qint64 integerValue(const LexerToken &token)
         base = token.is(CToken::HexInteger) ? 16 : 2;
         digits = digits.mid(2);
     }
-    while (!digits.isEmpty() && QStringLiteral("ULul").contains(digits.back()))
+    const auto isSuffix = [](QChar c) { return c == u'U' || c == u'L' || c == u'u' || c == u'l'; };
+    while (!digits.isEmpty() && isSuffix(digits.back()))
         digits.chop(1);
     quint64 value = 0;
     for (const QChar c : digits) {
-        const int digit = base == 16 ? QStringLiteral("0123456789abcdef").indexOf(c.toLower())
-                                     : c.digitValue();
+        const char16_t u = c.unicode();
+        const int digit = u >= 'a' && u <= 'f' ? u - 'a' + 10
+                          : u >= 'A' && u <= 'F' ? u - 'A' + 10
+                          : u >= '0' && u <= '9' ? u - '0'
+                                                 : c.digitValue();
         if (value > (std::numeric_limits<quint64>::max() - quint64(digit)) / quint64(base))
             fail(QStringLiteral("integer constant too large: ") + token.text);
         value = value * quint64(base) + quint64(digit);
@@ -251,27 +255,22 @@ std::unique_ptr<Expression> ExpressionParser::parse(const QString &text)
 
 // ---- The precedence climb
 
-std::unique_ptr<Expression> ExpressionParser::parseOperand(int priority)
-{
-    return priority >= highestLevel ? parseUnary() : parseLevel(priority + 1);
-}
-
+// Every level is left-associative, assignment included (`a = b = 1` is `(a = b) = 1`), so a
+// right operand takes only the operators that bind tighter than its own. That gives the trees
+// of climbing one level at a time from -4 to 9, in one frame per operator instead of per level.
 std::unique_ptr<Expression> ExpressionParser::parseLevel(int priority)
 {
-    std::unique_ptr<Expression> left = parseOperand(priority);
+    std::unique_ptr<Expression> left = parseUnary();
     for (;;) {
-        const LexerToken token = m_lexer.next();
-        if (token.priority != priority) {
-            m_lexer.pushBack(token);
+        const int next = m_lexer.peek().priority;
+        if (next < priority || next > highestLevel)
             return left;
-        }
+        const LexerToken token = m_lexer.next();
         // `,`, `?` and `>>>` are lexed but have no node.
         if (!hasNode(token.number))
             fail("operator not supported");
-        // Every operator is left-associative, assignment included: `a = b = 1` is `(a = b) = 1`.
-        std::unique_ptr<Expression> node =
-            makeBinary(this, token.number, std::move(left), parseOperand(priority), m_copiedNodes);
-        left = checked(std::move(node));
+        left = checked(makeBinary(this, token.number, std::move(left), parseLevel(next + 1),
+                                  m_copiedNodes));
     }
 }
 
@@ -355,12 +354,8 @@ std::unique_ptr<Expression> ExpressionParser::parsePrimary(const LexerToken &tok
 
 std::unique_ptr<Expression> ExpressionParser::parseScopedName(QStringList parts)
 {
-    for (;;) {
-        const LexerToken token = m_lexer.next();
-        if (!token.is(CToken::Scope)) {
-            m_lexer.pushBack(token);
-            break;
-        }
+    while (m_lexer.peek().is(CToken::Scope)) {
+        (void)m_lexer.next();
         const LexerToken name = m_lexer.next();
         if (!name.is(CToken::Identifier))
             fail("identifier expected");
@@ -374,8 +369,17 @@ std::unique_ptr<Expression> ExpressionParser::parseScopedName(QStringList parts)
 std::unique_ptr<Expression> ExpressionParser::parsePostfix(std::unique_ptr<Expression> node)
 {
     for (;;) {
-        const LexerToken token = m_lexer.next();
-        switch (CToken(token.number)) {
+        const CToken token = CToken(m_lexer.peek().number);
+        switch (token) {
+        case CToken::Arrow:
+        case CToken::Dot:
+        case CToken::LeftSquareBracket:
+        case CToken::LeftParenthesis:
+        case CToken::PlusPlus:
+        case CToken::MinusMinus: (void)m_lexer.next(); break;
+        default: return node;
+        }
+        switch (token) {
         case CToken::Arrow:
             node = checked(std::make_unique<LeftSquareBracketExpression>(
                 this, std::move(node), std::make_unique<IntegerConstantExpression>(this, 0)));
@@ -396,11 +400,9 @@ std::unique_ptr<Expression> ExpressionParser::parsePostfix(std::unique_ptr<Expre
             break;
         }
         case CToken::LeftParenthesis: node = parseCall(std::move(node)); break;
-        case CToken::PlusPlus:
-        case CToken::MinusMinus:
-            node = makeIncrement(this, std::move(node), token.is(CToken::PlusPlus), m_copiedNodes);
+        default:
+            node = makeIncrement(this, std::move(node), token == CToken::PlusPlus, m_copiedNodes);
             break;
-        default: m_lexer.pushBack(token); return node;
         }
         node = checked(std::move(node));
     }
@@ -409,12 +411,12 @@ std::unique_ptr<Expression> ExpressionParser::parsePostfix(std::unique_ptr<Expre
 std::unique_ptr<Expression> ExpressionParser::parseCall(std::unique_ptr<Expression> function)
 {
     std::vector<std::unique_ptr<Expression>> arguments;
-    LexerToken token = m_lexer.next();
-    if (!token.is(CToken::RightParenthesis)) {
-        m_lexer.pushBack(token);
+    if (m_lexer.peek().is(CToken::RightParenthesis)) {
+        (void)m_lexer.next();
+    } else {
         for (;;) {
             arguments.push_back(parseLevel(argumentLevel));
-            token = m_lexer.next();
+            const LexerToken token = m_lexer.next();
             if (token.is(CToken::RightParenthesis))
                 break;
             if (!token.is(CToken::Comma))
@@ -426,11 +428,9 @@ std::unique_ptr<Expression> ExpressionParser::parseCall(std::unique_ptr<Expressi
 
 std::unique_ptr<Expression> ExpressionParser::parseSizeof()
 {
-    const LexerToken token = m_lexer.next();
-    if (!token.is(CToken::LeftParenthesis)) {
-        m_lexer.pushBack(token);
+    if (!m_lexer.peek().is(CToken::LeftParenthesis))
         return checked(std::make_unique<SizeofExpression>(this, parseUnary()));
-    }
+    (void)m_lexer.next();
     QString typeName;
     if (parseTypeName(typeName)) {
         expect(CToken::RightParenthesis, "')' expected");
@@ -471,6 +471,8 @@ bool ExpressionParser::isTypeName(const QString &word) const
 
 bool ExpressionParser::parseTypeName(QString &typeName)
 {
+    if (!m_lexer.peek().is(CToken::Identifier)) // the common case of a parenthesised expression
+        return false;
     QList<LexerToken> taken;
     const auto take = [&] {
         taken.append(m_lexer.next());

@@ -90,7 +90,6 @@ protected:
     [[nodiscard]] std::unique_ptr<Expression> parseUnary();
 
 private:
-    [[nodiscard]] std::unique_ptr<Expression> parseOperand(int priority);
     [[nodiscard]] std::unique_ptr<Expression> parsePrimary(const LexerToken &token);
     [[nodiscard]] std::unique_ptr<Expression> parsePostfix(std::unique_ptr<Expression> node);
     [[nodiscard]] std::unique_ptr<Expression> parseSizeof();

@@ -168,6 +168,36 @@ constexpr std::array<int, cTokenCount> operatorPriorities = [] {
     return priorities;
 }();
 
+// For each ASCII character, the operator rules that begin with it, in table order; -1 ends a
+// list.
+constexpr int maxOperatorsPerCharacter = 8;
+using OperatorList = std::array<int, maxOperatorsPerCharacter>;
+constexpr std::array<OperatorList, 128> operatorsByFirstCharacter = [] {
+    std::array<OperatorList, 128> lists{};
+    for (OperatorList &list : lists)
+        list.fill(-1);
+    for (size_t index = 0; index < std::size(operatorRules); ++index) {
+        OperatorList &list = lists[size_t(tokenInfo[size_t(operatorRules[index].token)].literal[0])];
+        size_t slot = 0;
+        while (list[slot] >= 0)
+            ++slot;
+        list[slot] = int(index);
+    }
+    return lists;
+}();
+
+// The texts of the operator tokens, made once, so that lexing an operator allocates nothing.
+const std::array<QString, cTokenCount> &operatorTexts()
+{
+    static const std::array<QString, cTokenCount> texts = [] {
+        std::array<QString, cTokenCount> result;
+        for (const OperatorRule &rule : operatorRules)
+            result[size_t(rule.token)] = literalOf(rule.token);
+        return result;
+    }();
+    return texts;
+}
+
 } // namespace
 
 Lexer::~Lexer() = default;
@@ -191,21 +221,23 @@ void Lexer::setText(const QString &text)
 
 LexerToken Lexer::next()
 {
-    if (!m_pushedBack.isEmpty())
-        return m_pushedBack.takeLast();
-    return scan(true);
-}
-
-LexerToken Lexer::peek()
-{
-    const LexerToken token = next();
-    pushBack(token);
+    if (m_pushedBack.empty())
+        return scan(true);
+    LexerToken token = std::move(m_pushedBack.back());
+    m_pushedBack.pop_back();
     return token;
 }
 
-void Lexer::pushBack(const LexerToken &token)
+const LexerToken &Lexer::peek()
 {
-    m_pushedBack.append(token);
+    if (m_pushedBack.empty())
+        m_pushedBack.push_back(scan(true));
+    return m_pushedBack.back();
+}
+
+void Lexer::pushBack(LexerToken token)
+{
+    m_pushedBack.push_back(std::move(token));
 }
 
 QString Lexer::tokenName(int number)
@@ -290,7 +322,9 @@ bool CStyleLexer::scanFast(LexerToken &token)
             ++end;
         if (at(end) >= 0x80)
             return false;
-        return finish(CToken::Whitespace);
+        token = {int(CToken::Whitespace), QString(), nonOperatorPriority}; // skipped: no text
+        m_position = end;
+        return true;
     }
     if (c == '"') {
         end = start + 1;
@@ -348,14 +382,18 @@ bool CStyleLexer::scanFast(LexerToken &token)
             ++end;
         return finish(CToken::Register);
     }
-    for (const OperatorRule &rule : operatorRules) {
+    for (const int index : operatorsByFirstCharacter[c]) {
+        if (index < 0)
+            break;
+        const OperatorRule &rule = operatorRules[size_t(index)];
         const std::string_view literal = tokenInfo[size_t(rule.token)].literal;
-        qsizetype i = 0;
+        qsizetype i = 1;
         while (i < qsizetype(literal.size()) && at(start + i) == char16_t(literal[size_t(i)]))
             ++i;
         if (i == qsizetype(literal.size())) {
-            end = start + i;
-            return finish(rule.token);
+            token = {int(rule.token), operatorTexts()[size_t(rule.token)], rule.priority};
+            m_position = start + i;
+            return true;
         }
     }
     ++end;

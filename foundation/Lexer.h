@@ -2,6 +2,7 @@
 #include <QList>
 #include <QRegularExpression>
 #include <QString>
+#include <vector>
 
 // Token numbers of the C-style expression language. The numbers are part of the language: a
 // rule's number decides how the parser treats the text it matched.
@@ -100,8 +101,10 @@ public:
     int position() const { return m_position; }
 
     [[nodiscard]] LexerToken next();
-    [[nodiscard]] LexerToken peek();
-    void pushBack(const LexerToken &token);
+    // The token next() would give, left in place; the reference holds until the lexer is next
+    // used.
+    [[nodiscard]] const LexerToken &peek();
+    void pushBack(LexerToken token);
 
     // The printable name of a token number, such as "TOKEN_COMMA"; "TOKEN_<n>" for others.
     [[nodiscard]] static QString tokenName(int number);
@@ -125,7 +128,7 @@ private:
     [[nodiscard]] LexerToken scan(bool allowFast);
 
     QList<LexerRule> m_rules; // implicitly shared: lexers of one kind share one compiled table
-    QList<LexerToken> m_pushedBack;
+    std::vector<LexerToken> m_pushedBack; // the next token last
 };
 
 // The lexer of the C-style expression language.
