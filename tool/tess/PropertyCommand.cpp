@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char *usage =
     "tess property get FILE ELEMENT CONFIG NAME [--expand] [--trace]\n"
-    "       tess property dump FILE CONFIG NAME [--expand]\n"
+    "       tess property dump FILE CONFIG[;CONFIG...] NAME [--expand]\n"
     "       tess property list";
 
 struct Options {
@@ -82,13 +82,14 @@ int get(const QStringList &arguments)
     return 0;
 }
 
-// Every file of the solution with its value, one a line: "path<TAB>value".
+// Every file of the solution with its value, one a line: "path<TAB>value". CONFIG may list
+// several configurations separated by ';'; each line then starts with "configuration<TAB>".
 int dump(const QStringList &arguments)
 {
     const Options options = parseOptions(arguments);
     if (!options.valid || options.trace || options.positional.size() != 3)
         return printCommandUsage(usage);
-    const QString &configuration = options.positional[1];
+    const QStringList configurations = options.positional[1].split(u';', Qt::SkipEmptyParts);
     const QString &name = options.positional[2];
     ProjectCommandSession session;
     if (!session.load(options.positional[0]))
@@ -97,24 +98,29 @@ int dump(const QStringList &arguments)
     if (!system.findClass(name) || dynamic_cast<const MacroPropertyClass *>(system.findClass(name)))
         return printCommandError(QStringLiteral("unknown property '%1'").arg(name));
     QByteArray out;
-    std::vector<std::pair<const ProjectElement *, QByteArray>> stack{{system.solution(), {}}};
-    while (!stack.empty()) {
-        const auto [element, path] = stack.back();
-        stack.pop_back();
-        const auto &children = element->children();
-        for (auto it = children.rbegin(); it != children.rend(); ++it)
-            stack.emplace_back(*it, path.isEmpty() ? (*it)->elementName().toUtf8()
-                                                   : path + '/' + (*it)->elementName().toUtf8());
-        if (element->kind() != ProjectElement::Kind::File)
-            continue;
-        const PropertyClass *row = system.classFor(name, element, configuration);
-        const QString value = options.expand
-                                  ? system.expandedProperty(element, row, configuration)
-                                  : system.resolveProperty(element, row, configuration);
-        out += path + '\t' + value.toUtf8() + '\n';
-        if (out.size() > 1 << 20) {
-            write(out);
-            out.clear();
+    for (const QString &configuration : configurations) {
+        const QByteArray prefix =
+            configurations.size() > 1 ? configuration.toUtf8() + '\t' : QByteArray();
+        std::vector<std::pair<const ProjectElement *, QByteArray>> stack{{system.solution(), {}}};
+        while (!stack.empty()) {
+            const auto [element, path] = stack.back();
+            stack.pop_back();
+            const auto &children = element->children();
+            for (auto it = children.rbegin(); it != children.rend(); ++it) {
+                const QByteArray childName = (*it)->elementName().toUtf8();
+                stack.emplace_back(*it, path.isEmpty() ? childName : path + '/' + childName);
+            }
+            if (element->kind() != ProjectElement::Kind::File)
+                continue;
+            const PropertyClass *row = system.classFor(name, element, configuration);
+            const QString value = options.expand
+                                      ? system.expandedProperty(element, row, configuration)
+                                      : system.resolveProperty(element, row, configuration);
+            out += prefix + path + '\t' + value.toUtf8() + '\n';
+            if (out.size() > 1 << 20) {
+                write(out);
+                out.clear();
+            }
         }
     }
     write(out);
