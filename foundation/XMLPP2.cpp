@@ -554,12 +554,19 @@ XMLPP2::Cursor XMLPP2::handleFor(XMLElement *element, XMLNode *previous, Walk &w
         quint32 ap = quint32(mul) * quint32(start) + quint32(offset);
         quint32 alpha = quint32(start) + 65u;
         qint64 rounds = 0;
+        // One table whose five values are replaced each round: no map is rebuilt per round.
+        MacroTable round;
+        const MacroTable::iterator value = round.insert(index, {});
+        const MacroTable::iterator alphaValue = round.insert(index + QStringLiteral("_alpha"), {});
+        const MacroTable::iterator hexValue = round.insert(index + QStringLiteral("_hex"), {});
+        const MacroTable::iterator apValue = round.insert(index + QStringLiteral("_ap"), {});
+        const MacroTable::iterator apHexValue = round.insert(index + QStringLiteral("_ap_hex"), {});
         do {
-            const MacroTable round{{index, QString::number(i)},
-                                   {index + QStringLiteral("_alpha"), QString(QChar(char16_t(alpha)))},
-                                   {index + QStringLiteral("_hex"), hex(i)},
-                                   {index + QStringLiteral("_ap"), QString::number(ap)},
-                                   {index + QStringLiteral("_ap_hex"), hex(ap)}};
+            *value = QString::number(i);
+            *alphaValue = QString(QChar(char16_t(alpha)));
+            *hexValue = hex(i);
+            *apValue = QString::number(ap);
+            *apHexValue = hex(ap);
             if (!appendRound(element, round, chain))
                 break;
             if (++rounds >= m_limits.loopRounds) {
