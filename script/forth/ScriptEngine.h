@@ -156,7 +156,12 @@ public:
     // Loops and locals at run time.
     std::vector<LoopFrame> &loops() { return m_loops; }
     void pushLoop(qint64 limit, qint64 index, pcode *start);
-    LoopFrame &loopFrame(int fromTop);
+    LoopFrame &loopFrame(int fromTop)
+    {
+        if (qsizetype(m_loops.size()) <= fromTop)
+            noLoop();
+        return m_loops[m_loops.size() - 1 - size_t(fromTop)];
+    }
     Cell &local(qint32 index);
 
     // Search order.
@@ -218,6 +223,7 @@ public:
 private:
     friend class NestScope;
     [[noreturn]] void stepLimit();
+    [[noreturn]] static void noLoop();
     void interpretToken(const QString &token);
     std::optional<ForthException> guarded(const std::function<void()> &work, bool wholeText);
     void registerWords();

@@ -83,11 +83,9 @@ void ScriptEngine::pushLoop(qint64 limit, qint64 index, pcode *start)
     m_loops.push_back({index, limit, start});
 }
 
-LoopFrame &ScriptEngine::loopFrame(int fromTop)
+void ScriptEngine::noLoop()
 {
-    if (qsizetype(m_loops.size()) <= fromTop)
-        forthThrow(-26);
-    return m_loops[m_loops.size() - 1 - size_t(fromTop)];
+    forthThrow(-26);
 }
 
 Cell &ScriptEngine::local(qint32 index)

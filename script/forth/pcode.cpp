@@ -48,6 +48,24 @@ pcode *PCFA::append(std::unique_ptr<pcode> instruction)
     return raw;
 }
 
+void PCFA::seal()
+{
+    if (sealed)
+        return;
+    sealed = true;
+    const auto skipLabels = [](pcode *instruction) {
+        while (instruction && instruction->op == Op::Label)
+            instruction = instruction->next;
+        return instruction;
+    };
+    bodyStart = skipLabels(bodyStart);
+    for (const std::unique_ptr<pcode> &instruction : m_code) {
+        instruction->next = skipLabels(instruction->next);
+        if (auto *const branch = dynamic_cast<PBranch *>(instruction.get()))
+            branch->target = skipLabels(branch->target);
+    }
+}
+
 pcode *PCFA::keep(std::unique_ptr<pcode> object)
 {
     m_code.push_back(std::move(object));

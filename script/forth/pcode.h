@@ -94,7 +94,8 @@ public:
 
     // Appends to the chain; a sealed chain throws -270 with the word's name.
     pcode *append(std::unique_ptr<pcode> instruction);
-    void seal() { sealed = true; }
+    // Closes the chain. Branches and links then bypass labels, which only mark places.
+    void seal();
     // Keeps an object the chain refers to without linking it (locals, hidden store words).
     pcode *keep(std::unique_ptr<pcode> object);
     pcode *tail() const { return m_tail; }
