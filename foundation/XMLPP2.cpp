@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QRegExp>
+#include <QSet>
 #include <cstring>
 #include <vector>
 
@@ -583,19 +584,22 @@ XMLPP2::Cursor XMLPP2::handleFor(XMLElement *element, XMLNode *previous, Walk &w
     return replaceByClones(element, previous, chain);
 }
 
-XMLPP2::Cursor XMLPP2::handleForeach(XMLElement *element, XMLNode *previous, Walk &walk)
+// The loop variables of a foreach with their entries, read in attribute order: split_by,
+// expand_macros and the exclusions change how the attributes behind them are read.
+std::vector<XMLPP2::LoopVariable> XMLPP2::foreachVariables(const XMLElement *element,
+                                                           const MacroTable &table)
 {
     QString separator = QStringLiteral(",");
     bool expand = false;
     QStringList excluded;
+    QSet<QString> excludedSet;
     QList<QRegExp> patterns;
-    QStringList names;
-    QList<QStringList> values;
+    std::vector<LoopVariable> variables;
     for (const XMLAttribute &attribute : element->attributes()) {
         const QString name = utf8(attribute.name);
         QString value = utf8(attribute.value);
         if (expand)
-            value = expandMacros(PropertyClassList::global(), walk.table, value, false, false);
+            value = expandMacros(PropertyClassList::global(), table, value, false, false);
         if (name == QLatin1String("split_by")) {
             separator = value;
             continue;
@@ -608,6 +612,7 @@ XMLPP2::Cursor XMLPP2::handleForeach(XMLElement *element, XMLNode *previous, Wal
         const QStringList items = value.split(separator);
         if (name == QLatin1String("exclude_entries")) {
             excluded += items;
+            excludedSet.unite(QSet<QString>(items.begin(), items.end()));
             continue;
         }
         if (name == QLatin1String("exclude_wildcard")) {
@@ -615,37 +620,46 @@ XMLPP2::Cursor XMLPP2::handleForeach(XMLElement *element, XMLNode *previous, Wal
                 patterns.append(QRegExp(pattern, Qt::CaseSensitive, QRegExp::Wildcard));
             continue;
         }
-        QStringList entries;
-        for (const QString &entry : excluded)
-            if (!items.contains(entry))
+        const QSet<QString> present(items.begin(), items.end());
+        for (const QString &entry : std::as_const(excluded))
+            if (!present.contains(entry))
                 error(prefix + QStringLiteral("exclude_entries cannot find entry named ") + entry);
+        LoopVariable variable{name, {}};
         for (const QString &item : items) {
-            bool matched = excluded.contains(item);
-            for (const QRegExp &pattern : std::as_const(patterns))
-                matched = matched || pattern.indexIn(item) >= 0;
+            bool matched = excludedSet.contains(item);
+            for (qsizetype p = 0; p < patterns.size() && !matched; ++p)
+                matched = patterns.at(p).indexIn(item) >= 0;
             if (!matched)
-                entries.append(item);
+                variable.entries.append(item);
         }
-        names.append(name);
-        values.append(entries);
+        variables.push_back(std::move(variable));
     }
+    return variables;
+}
 
-    // The cartesian product, the first variable running slowest.
+XMLPP2::Cursor XMLPP2::handleForeach(XMLElement *element, XMLNode *previous, Walk &walk)
+{
+    const std::vector<LoopVariable> variables = foreachVariables(element, walk.table);
+    // The cartesian product, the first variable running slowest, through one table whose
+    // values are replaced as the positions move.
     Chain chain;
-    std::vector<qsizetype> position(size_t(names.size()), 0);
-    bool empty = isElement(element->firstChild()) ? false : true;
-    for (const QStringList &entries : std::as_const(values))
-        empty = empty || entries.isEmpty();
-    while (!empty) {
-        MacroTable round;
-        for (qsizetype v = 0; v < names.size(); ++v)
-            round.insert(names.at(v), values.at(v).at(position[size_t(v)]));
+    std::vector<qsizetype> position(variables.size(), 0);
+    MacroTable round;
+    std::vector<MacroTable::iterator> values;
+    bool done = !isElement(element->firstChild());
+    for (const LoopVariable &variable : variables) {
+        done = done || variable.entries.isEmpty();
+        values.push_back(round.insert(variable.name, {}));
+    }
+    while (!done) {
+        for (size_t v = 0; v < variables.size(); ++v)
+            *values[v] = variables[v].entries.at(position[v]);
         if (!appendRound(element, round, chain))
             break;
-        qsizetype v = names.size() - 1;
-        while (v >= 0 && ++position[size_t(v)] == values.at(v).size())
+        qsizetype v = qsizetype(variables.size()) - 1;
+        while (v >= 0 && ++position[size_t(v)] == variables[size_t(v)].entries.size())
             position[size_t(v--)] = 0;
-        empty = v < 0;
+        done = v < 0;
     }
     return replaceByClones(element, previous, chain);
 }

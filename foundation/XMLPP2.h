@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <map>
 #include <memory>
+#include <vector>
 
 class SimpleExpressionParser;
 
@@ -119,6 +120,12 @@ private:
     };
     // Appends to `chain` one clone of each child of `loop` up to the first that is not an
     // element; false when the element limit stops it.
+    struct LoopVariable {
+        QString name;
+        QStringList entries;
+    };
+    [[nodiscard]] std::vector<LoopVariable> foreachVariables(const XMLElement *element,
+                                                             const MacroTable &table);
     [[nodiscard]] bool appendRound(const XMLElement *loop, const MacroTable &round, Chain &chain);
     Cursor replaceByClones(XMLElement *loop, XMLNode *previous, const Chain &chain);
     [[nodiscard]] bool takeElements(qint64 count);
