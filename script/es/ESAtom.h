@@ -40,6 +40,8 @@ public:
 
     ESAtom *intern(const QString &text);
     ESAtom *atomForIndex(unsigned index);
+    // The atom of a whole number's decimal text, for 0 <= number < 2^32.
+    ESAtom *atomForWholeNumber(double number);
     ESAtom *atomAt(int index) const { return m_atoms[std::size_t(index)].get(); }
     int size() const { return int(m_atoms.size()); }
     const ESWellKnownAtoms &names() const { return m_names; }
@@ -47,7 +49,16 @@ public:
 private:
     ESAtomTable();
 
-    QHash<QString, ESAtom *> m_map;
+    // The key of the map: long texts hash by their length and a sample of their characters,
+    // so interning the growing result of a concatenation loop does not rehash every character.
+    struct Key {
+        QString text;
+        bool operator==(const Key &other) const { return text == other.text; }
+    };
+    friend std::size_t qHash(const Key &key, std::size_t seed) noexcept;
+
+    QHash<Key, ESAtom *> m_map;
+    std::vector<ESAtom *> m_largeNumbers;   // decimal texts beyond the cache, filled on use
     std::vector<std::unique_ptr<ESAtom>> m_atoms;
     ESAtom *m_numbers[cachedNumbers] = {};
     ESWellKnownAtoms m_names;

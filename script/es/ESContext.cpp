@@ -57,7 +57,10 @@ ESContext::ESContext(ContinuePolling polling)
     activationClass = std::make_unique<ESActivation>();
 
     stackSize = defaultStackSize;
-    m_stackStorage = std::make_unique<ESValue[]>(std::size_t(stackSize + stackSlack));
+    m_stackStorage.reset(static_cast<ESValue *>(
+        std::calloc(std::size_t(stackSize + stackSlack), sizeof(ESValue))));
+    if (!m_stackStorage)
+        fatal(QStringLiteral("virtual machine stack too small"));
     stack = m_stackStorage.get();
     m_nativeStackLimit = nativeStackLimit();
 

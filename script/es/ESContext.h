@@ -8,6 +8,7 @@
 #include <QString>
 #include <QStringList>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <span>
 #include <vector>
@@ -190,7 +191,8 @@ private:
     [[noreturn]] void illegalInstruction(const ESCode &code, int pc);
 
     ESAtomTable &m_atoms;
-    std::unique_ptr<ESValue[]> m_stackStorage;
+    // Zero bits are an undefined value, so the stack comes from calloc: untouched pages cost nothing.
+    std::unique_ptr<ESValue[], void (*)(void *)> m_stackStorage{nullptr, std::free};
     std::vector<std::unique_ptr<ESObject[]>> m_blocks;
     std::unique_ptr<QString> m_globalText;   // the tag-4 "[object global]"
     const char *m_nativeStackLimit = nullptr;

@@ -51,8 +51,9 @@ ESAtom *ESContext::valueToAtom(ESValue value)
     case ESTag::String:
         return intern(*value.string);
     case ESTag::Number:
-        if (value.number >= 0 && value.number < 100 && value.number == std::floor(value.number))
-            return m_atoms.atomForIndex(unsigned(value.number));
+        // Whole numbers reach the same atom as through their text, without formatting it.
+        if (value.number >= 0 && value.number < 4294967296.0 && value.number == std::floor(value.number))
+            return m_atoms.atomForWholeNumber(value.number);
         break;
     default:
         break;

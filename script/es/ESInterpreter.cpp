@@ -10,6 +10,10 @@
 
 namespace {
 
+// A concatenation longer than this raises a RangeError instead of exhausting memory: every
+// intermediate result of a string built in a loop stays in the atom table.
+constexpr qsizetype maxStringLength = qsizetype(1) << 27;
+
 const QString &textOf(const ESValue &value)
 {
     return value.tag == ESTag::Atom ? value.atom->text : *value.string;
@@ -34,8 +38,11 @@ ESValue add(ESContext &context, ESValue left, ESValue right)
     right = context.toPrimitive(right, ESHint::Default);
     left = context.toPrimitive(left, ESHint::Default);
     if (left.isString() || right.isString()) {
-        const QString text = context.toESString(left) + context.toESString(right);
-        return ESValue::fromAtom(context.intern(text));
+        const QString leftText = context.toESString(left);
+        const QString rightText = context.toESString(right);
+        if (leftText.size() + rightText.size() > maxStringLength)
+            context.throwRangeError(QStringLiteral("string too long"));
+        return ESValue::fromAtom(context.intern(leftText + rightText));
     }
     const double r = context.toNumber(right);
     return numberValue(context.toNumber(left) + r);
@@ -770,7 +777,12 @@ void ESContext::run(const ESCode &code)
         }
         case ESOp::LT: case ESOp::LE:
             scratch = stack[--stackPointer];
-            accumulator = compare(*this, scratch, accumulator, code_ == ESOp::LE);
+            if (scratch.tag == ESTag::Number && accumulator.tag == ESTag::Number
+                && !std::isnan(scratch.number) && !std::isnan(accumulator.number))
+                accumulator = ESValue::boolean(code_ == ESOp::LE ? scratch.number <= accumulator.number
+                                                                 : scratch.number < accumulator.number);
+            else
+                accumulator = compare(*this, scratch, accumulator, code_ == ESOp::LE);
             ++pc;
             break;
         case ESOp::EQ: case ESOp::NE: {
@@ -820,7 +832,8 @@ void ESContext::run(const ESCode &code)
             break;
         case ESOp::JT:
         case ESOp::JF: {
-            const bool truth = toBoolean(accumulator);
+            const bool truth = accumulator.tag == ESTag::Boolean ? accumulator.number != 0.0
+                                                                 : toBoolean(accumulator);
             pop(*this);
             jumpOrNext(truth == (code_ == ESOp::JT), 3);
             break;

@@ -1,0 +1,3 @@
+var notAFunction = 3;
+
+notAFunction();

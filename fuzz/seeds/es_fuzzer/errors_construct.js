@@ -1,0 +1,3 @@
+var e = new TypeError("custom");
+Echo(e.message);
+Echo(e.name);

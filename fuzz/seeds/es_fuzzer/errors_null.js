@@ -1,0 +1,2 @@
+var n = null;
+n.x = 1;
