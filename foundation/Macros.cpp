@@ -21,8 +21,8 @@ constexpr ComputedMacro computedMacros[] = {
 class MacroLookup {
 public:
     MacroLookup(const PropertyClassList *system, const MacroTable &table, bool useGlobal,
-                bool useSystem)
-        : m_table(table),
+                bool useSystem, const MacroTable *overlay = nullptr)
+        : m_overlay(overlay), m_table(table),
           m_global(system && useGlobal ? &system->globalMacros : nullptr),
           m_system(system && useSystem ? &system->macros : nullptr)
     {
@@ -43,7 +43,7 @@ public:
 private:
     const QString *find(const QString &name) const
     {
-        for (const MacroTable *map : {&m_table, m_global, m_system}) {
+        for (const MacroTable *map : {m_overlay, &m_table, m_global, m_system}) {
             if (!map)
                 continue;
             const auto it = map->constFind(name);
@@ -63,6 +63,7 @@ private:
         return false;
     }
 
+    const MacroTable *m_overlay;   // searched before the table, when given
     const MacroTable &m_table;
     const MacroTable *m_global;
     const MacroTable *m_system;
@@ -187,7 +188,16 @@ QString expandMacros(const PropertyClassList *system, const MacroTable &table,
                      const QString &text, bool useGlobalMacros, bool useSystemMacros,
                      bool *truncated)
 {
-    const MacroLookup lookup(system, table, useGlobalMacros, useSystemMacros);
+    return expandMacros(system, MacroTable(), table, text, useGlobalMacros, useSystemMacros,
+                        truncated);
+}
+
+QString expandMacros(const PropertyClassList *system, const MacroTable &overlay,
+                     const MacroTable &table, const QString &text, bool useGlobalMacros,
+                     bool useSystemMacros, bool *truncated)
+{
+    const MacroLookup lookup(system, table, useGlobalMacros, useSystemMacros,
+                             overlay.isEmpty() ? nullptr : &overlay);
     const QChar macroCharacter = system ? system->macroCharacter : QChar(u'$');
     if (truncated)
         *truncated = false;

@@ -22,6 +22,13 @@ using MacroTable = QMap<QString, QString>;
                                    const QString &text, bool useGlobalMacros,
                                    bool useSystemMacros, bool *truncated = nullptr);
 
+// The same with `overlay` searched before `table`, so that a few macros of a caller's own can
+// stand over a shared table without a merged copy.
+[[nodiscard]] QString expandMacros(const PropertyClassList *system, const MacroTable &overlay,
+                                   const MacroTable &table, const QString &text,
+                                   bool useGlobalMacros, bool useSystemMacros,
+                                   bool *truncated = nullptr);
+
 // Upper bound of an expanded text; beyond it a pass stops appending (see expandMacros).
 constexpr qsizetype maxExpandedLength = 4 * 1024 * 1024;
 // Further passes are made only while this many have not run yet.

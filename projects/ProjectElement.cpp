@@ -50,6 +50,7 @@ void ProjectElement::setName(char *name)
 {
     XMLElement::setName(name);
     m_kind = kindOfTag(name);
+    updateElementName();
 }
 
 bool ProjectElement::isValueAttribute(const QString &name) const
@@ -63,31 +64,59 @@ void ProjectElement::setAttribute(char *name, char *value)
     const QString key = attributeText(name);
     const QString text = attributeText(value);
     XMLElement::setAttribute(name, value);
-    if (isValueAttribute(key))
-        m_properties.insert(key, text);
+    if (key == QLatin1String("Name") || key == QLatin1String("file_name"))
+        updateElementName();
+    if (!isValueAttribute(key))
+        return;
+    for (auto &[property, stored] : m_properties) {
+        if (property == key) {
+            stored = text;
+            return;
+        }
+    }
+    m_properties.emplace_back(key, text);
 }
 
 void ProjectElement::removeAttribute(const char *name)
 {
     XMLElement::removeAttribute(name);
-    m_properties.remove(attributeText(name));
+    const QString key = attributeText(name);
+    if (key == QLatin1String("Name") || key == QLatin1String("file_name"))
+        updateElementName();
+    for (auto it = m_properties.begin(); it != m_properties.end(); ++it) {
+        if (it->first == key) {
+            m_properties.erase(it);
+            return;
+        }
+    }
 }
 
-QString ProjectElement::elementName() const
+void ProjectElement::updateElementName()
 {
-    if (const char *name = attribute("Name"))
-        return QString::fromUtf8(name);
-    if (m_kind == Kind::File) {
+    if (const char *name = attribute("Name")) {
+        m_elementName = QString::fromUtf8(name);
+    } else if (m_kind == Kind::File) {
         const QString fileName = attributeText(attribute("file_name"));
-        return fileName.mid(fileName.lastIndexOf(u'/') + 1);
+        m_elementName = fileName.mid(fileName.lastIndexOf(u'/') + 1);
+    } else {
+        m_elementName.clear();
     }
-    return {};
 }
 
 const QString *ProjectElement::findProperty(const QString &name) const
 {
-    const auto it = m_properties.constFind(name);
-    return it == m_properties.constEnd() ? nullptr : &it.value();
+    for (const auto &[property, value] : m_properties)
+        if (property == name)
+            return &value;
+    return nullptr;
+}
+
+ProjectElement *ProjectElement::holder(const QString &configuration) const
+{
+    for (const auto &[name, holder] : m_configurations)
+        if (name == configuration)
+            return holder;
+    return nullptr;
 }
 
 void ProjectElement::setProperty(const QString &name, const QString &value)
@@ -103,7 +132,7 @@ void ProjectElement::removeProperty(const QString &name)
 const QString *ProjectElement::findValue(const QString &configuration,
                                          const QString &property) const
 {
-    const ProjectElement *holder = m_configurations.value(configuration);
+    const ProjectElement *holder = this->holder(configuration);
     if (!holder)
         return nullptr;
     if (const QString *value = holder->findProperty(property))

@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QString>
 #include <QStringList>
+#include <utility>
 #include <vector>
 
 // One node of the solution tree, and an element of the parsed solution file at the same time:
@@ -39,7 +40,7 @@ public:
 
     // The name the tree knows the element by: `Name`, or for a file without one the file name
     // part of `file_name`.
-    [[nodiscard]] QString elementName() const;
+    [[nodiscard]] const QString &elementName() const { return m_elementName; }
 
     // The tree of nodes (solutions, projects, folders, files), as wired.
     [[nodiscard]] ProjectElement *parentElement() const { return m_parentElement; }
@@ -47,21 +48,19 @@ public:
 
     // This holder's own values, by property name. On a `configuration` element its `Name` (and
     // the private-declaration mark `hidden`) are not values.
-    [[nodiscard]] const QHash<QString, QString> &properties() const { return m_properties; }
+    // An element holds a handful of values: a scan of a short vector beats hashing the name.
+    using PropertyList = std::vector<std::pair<QString, QString>>;
+    using HolderList = std::vector<std::pair<QString, ProjectElement *>>;
+
+    [[nodiscard]] const PropertyList &properties() const { return m_properties; }
     [[nodiscard]] const QString *findProperty(const QString &name) const;
     void setProperty(const QString &name, const QString &value);
     void removeProperty(const QString &name);
 
     // The holder of this element's values for a configuration; "Common" is the element itself.
     // A `configuration` child named "Common" is consulted after the element's own attributes.
-    [[nodiscard]] const QHash<QString, ProjectElement *> &configurations() const
-    {
-        return m_configurations;
-    }
-    [[nodiscard]] ProjectElement *holder(const QString &configuration) const
-    {
-        return m_configurations.value(configuration);
-    }
+    [[nodiscard]] const HolderList &configurations() const { return m_configurations; }
+    [[nodiscard]] ProjectElement *holder(const QString &configuration) const;
     // The value this element holds for a configuration, without looking anywhere else.
     [[nodiscard]] const QString *findValue(const QString &configuration,
                                            const QString &property) const;
@@ -89,16 +88,18 @@ private:
     friend class ProjectTreeWiring;
 
     [[nodiscard]] bool isValueAttribute(const QString &name) const;
+    void updateElementName();
 
     Kind m_kind;
     bool m_dynamic = false;
     ProjectElement *m_parentElement = nullptr;
     ProjectElement *m_commonChild = nullptr;   // a `configuration` child named "Common"
     std::vector<ProjectElement *> m_children;   // observers; the XML tree owns
-    QHash<QString, QString> m_properties;
-    QHash<QString, ProjectElement *> m_configurations;
+    PropertyList m_properties;
+    HolderList m_configurations;
     QHash<QString, QStringList> m_inheritedConfigurations;
     Path m_filePath;
+    QString m_elementName;
     QDateTime m_lastModified;
     QString m_importFileName;
 };

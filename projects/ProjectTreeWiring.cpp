@@ -101,8 +101,9 @@ void ProjectTreeWiring::wireOne(const Pending &pending, std::vector<Pending> &st
     }
     // Children are wired in document order: the stack pops the last pushed first.
     std::reverse(stack.begin() + firstPending, stack.end());
-    if (!element->m_properties.isEmpty() || element->m_commonChild)
-        element->m_configurations.insert(QStringLiteral("Common"), element);
+    if (!element->m_properties.empty() || element->m_commonChild)
+        element->m_configurations.emplace(element->m_configurations.begin(),
+                                          QStringLiteral("Common"), element);
 }
 
 void ProjectTreeWiring::addConfiguration(ProjectElement *owner, ProjectElement *configuration,
@@ -119,9 +120,9 @@ void ProjectTreeWiring::addConfiguration(ProjectElement *owner, ProjectElement *
         owner->m_commonChild = configuration;
         return;
     }
-    if (owner->m_configurations.contains(name))
+    if (owner->holder(name))
         fail(configuration, sourceFile, QStringLiteral("duplicate configuration '%1'").arg(name));
-    owner->m_configurations.insert(name, configuration);
+    owner->m_configurations.emplace_back(name, configuration);
     if (const QString *inherited = configuration->findProperty(QStringLiteral("inherited_configurations")))
         owner->m_inheritedConfigurations.insert(name, inherited->split(u';', Qt::SkipEmptyParts));
 }

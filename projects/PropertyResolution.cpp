@@ -23,10 +23,24 @@ constexpr DerivedMacro derivedMacros[] = {
 constexpr std::size_t derivedCount = std::size(derivedMacros);
 
 // The macros in which a file differs from the folder or project that holds it.
-constexpr const char *fileMacroNames[] = {
-    "ProjectNodeName", "InputPath",   "InputName",   "InputExt",
-    "InputFileName",   "InputDir",    "RelInputPath", "RelInputDir",
-};
+const std::array<QString, 8> &fileMacroNames()
+{
+    static const std::array<QString, 8> names = {
+        QStringLiteral("ProjectNodeName"), QStringLiteral("InputPath"),
+        QStringLiteral("InputName"),       QStringLiteral("InputExt"),
+        QStringLiteral("InputFileName"),   QStringLiteral("InputDir"),
+        QStringLiteral("RelInputPath"),    QStringLiteral("RelInputDir"),
+    };
+    return names;
+}
+
+const QString &derivedName(std::size_t index)
+{
+    static const std::array<QString, derivedCount> names = {
+        QStringLiteral("IntDir"), QStringLiteral("OutDir"), QStringLiteral("RootOutDir"),
+        QStringLiteral("ToolChainDir")};
+    return names[index];
+}
 
 // The extensions a build gives its outputs.
 constexpr const char *executableExtension = ".elf";
@@ -73,10 +87,18 @@ void layOver(MacroTable &table, const QString &definitions, QSet<QString> &userK
 struct StandardProjectSystem::MacroCacheEntry {
     MacroTable table;
     QSet<QString> userKeys;   // defined by `macros`: the build's own values do not replace them
-    // Per derived macro: the value a file below shares when it holds nothing of its own, or
-    // reusable false when the expansion depends on macros that differ per file.
-    std::array<QString, derivedCount> fileValues;
+    bool userDefinesFileMacro = false;   // userKeys holds one of fileMacroNames()
+    std::array<bool, derivedCount> userDefinesDerived{};
+    // Per derived macro: true when the value in `table` is what every file below gets that
+    // holds neither a value of the row nor macros of its own; false when the expansion looked
+    // up a macro that differs per file.
     std::array<bool, derivedCount> fileReusable{};
+};
+
+// The macros of one file: its own few over the table of the element that holds it.
+struct StandardProjectSystem::FileMacros {
+    const MacroCacheEntry *base = nullptr;
+    MacroTable overlay;
 };
 
 QString StandardProjectSystem::resolveProperty(const ProjectElement *element,
@@ -106,7 +128,7 @@ QString StandardProjectSystem::resolveProperty(const ProjectElement *element,
         return false;
     };
     for (const ProjectElement *at = element; at; at = at->parentElement()) {
-        if (at->configurations().isEmpty())
+        if (at->configurations().empty())
             continue;
         if (take(at, configuration))
             break;
@@ -132,11 +154,9 @@ QString StandardProjectSystem::resolveProperty(const ProjectElement *element,
 bool StandardProjectSystem::holdsValue(const ProjectElement *element,
                                        const PropertyClass *row) const
 {
-    for (auto it = element->configurations().constBegin();
-         it != element->configurations().constEnd(); ++it) {
-        if (element->findValue(it.key(), row->name))
+    for (const auto &[configuration, holder] : element->configurations())
+        if (element->findValue(configuration, row->name))
             return true;
-    }
     return false;
 }
 
@@ -145,8 +165,13 @@ StandardProjectSystem::nodeMacros(const ProjectElement *element,
                                   const QString &configuration) const
 {
     const QPair<const ProjectElement *, QString> key(element, configuration);
-    if (const auto it = m_macroCache.constFind(key); it != m_macroCache.constEnd())
+    if (m_lastMacros.first == element && m_lastMacros.second && m_lastConfiguration == configuration)
+        return *m_lastMacros.second;
+    if (const auto it = m_macroCache.constFind(key); it != m_macroCache.constEnd()) {
+        m_lastMacros = {element, it.value().get()};
+        m_lastConfiguration = configuration;
         return *it.value();
+    }
     auto entry = std::make_shared<MacroCacheEntry>();
     MacroTable &table = entry->table;
     const ProjectElement *parent = element->parentElement();
@@ -205,72 +230,81 @@ StandardProjectSystem::nodeMacros(const ProjectElement *element,
             table.insert(key, nodeMacros(parent, configuration).table.value(key));
 
     MacroTable probe = table;
-    for (const char *fileMacro : fileMacroNames)
-        probe.insert(latin(fileMacro), probeValue());
+    for (const QString &fileMacro : fileMacroNames()) {
+        probe.insert(fileMacro, probeValue());
+        entry->userDefinesFileMacro |= entry->userKeys.contains(fileMacro);
+    }
     for (std::size_t i = 0; i < derivedCount; ++i)
-        probe.insert(latin(derivedMacros[i].name), probeValue());
+        probe.insert(derivedName(i), probeValue());
     for (std::size_t i = 0; i < derivedCount; ++i) {
-        const QString macro = latin(derivedMacros[i].name);
-        if (entry->userKeys.contains(macro))
+        const QString &macro = derivedName(i);
+        if ((entry->userDefinesDerived[i] = entry->userKeys.contains(macro)))
             continue;
         const QString raw = resolveProperty(element, propertyClass(derivedMacros[i].row),
                                             configuration);
         table.insert(macro, expandMacros(PropertyClassList::global(), table, raw, true, true));
-        entry->fileValues[i] = expandMacros(PropertyClassList::global(), probe, raw, true, true);
-        entry->fileReusable[i] = !entry->fileValues[i].contains(QChar(1));
+        entry->fileReusable[i] =
+            !expandMacros(PropertyClassList::global(), probe, raw, true, true).contains(QChar(1));
     }
     return *m_macroCache.insert(key, std::move(entry)).value();
 }
 
-MacroTable StandardProjectSystem::fileMacros(const ProjectElement *file,
-                                             const QString &configuration) const
+StandardProjectSystem::FileMacros
+StandardProjectSystem::fileMacros(const ProjectElement *file, const QString &configuration) const
 {
-    const MacroCacheEntry &base = nodeMacros(file->parentElement(), configuration);
-    MacroTable table = base.table;
-    const QString projectDirectory = table.value(QStringLiteral("ProjectDir"));
+    FileMacros macros;
+    macros.base = &nodeMacros(file->parentElement(), configuration);
+    const MacroCacheEntry &base = *macros.base;
+    MacroTable &overlay = macros.overlay;
+    const QString projectDirectory = base.table.value(QStringLiteral("ProjectDir"));
     QString fileName = QString::fromUtf8(file->attribute("file_name"));
     if (fileName.contains(u'$'))
-        fileName = expandMacros(PropertyClassList::global(), table, fileName, true, true);
+        fileName = expandMacros(PropertyClassList::global(), base.table, fileName, true, true);
     const QString inputPath = joinPath(projectDirectory, fileName);
     const qsizetype slash = inputPath.lastIndexOf(u'/');
     const QString inputFileName = inputPath.mid(slash + 1);
     const qsizetype dot = inputFileName.lastIndexOf(u'.');
-    const QString relative = fileName.startsWith(u'/') || fileName.contains(QLatin1String(".."))
-                                 ? QDir(projectDirectory).relativeFilePath(inputPath)
-                                 : QDir::cleanPath(fileName);
+    const bool plain = !fileName.startsWith(u'/') && !fileName.contains(QLatin1String(".."))
+                    && !fileName.contains(QLatin1String("./"))
+                    && !fileName.contains(QLatin1String("//"));
+    const QString relative =
+        plain ? fileName : QDir(projectDirectory).relativeFilePath(inputPath);
     const qsizetype relativeSlash = relative.lastIndexOf(u'/');
-    table.insert(QStringLiteral("ProjectNodeName"), file->elementName());
-    table.insert(QStringLiteral("InputPath"), inputPath);
-    table.insert(QStringLiteral("InputFileName"), inputFileName);
-    table.insert(QStringLiteral("InputName"), dot < 0 ? inputFileName : inputFileName.left(dot));
-    table.insert(QStringLiteral("InputExt"), dot < 0 ? QString() : inputFileName.mid(dot + 1));
-    table.insert(QStringLiteral("InputDir"), slash < 0 ? QString() : inputPath.left(slash));
-    table.insert(QStringLiteral("RelInputPath"), relative);
-    table.insert(QStringLiteral("RelInputDir"),
-                 relativeSlash < 0 ? QStringLiteral(".") : relative.left(relativeSlash));
+    const auto &names = fileMacroNames();
+    overlay.insert(names[0], file->elementName());
+    overlay.insert(names[1], inputPath);
+    overlay.insert(names[2], dot < 0 ? inputFileName : inputFileName.left(dot));
+    overlay.insert(names[3], dot < 0 ? QString() : inputFileName.mid(dot + 1));
+    overlay.insert(names[4], inputFileName);
+    overlay.insert(names[5], slash < 0 ? QString() : inputPath.left(slash));
+    overlay.insert(names[6], relative);
+    overlay.insert(names[7], relativeSlash < 0 ? QStringLiteral(".") : relative.left(relativeSlash));
 
     const PropertyClass *macrosRow = propertyClass(ProjectProperty::Macros);
     const bool ownMacros = holdsValue(file, macrosRow);
-    QSet<QString> userKeys = base.userKeys;
-    if (ownMacros)
-        layOver(table, resolveProperty(file, macrosRow, configuration), userKeys);
-    else
-        for (const char *fileMacro : fileMacroNames)
-            if (userKeys.contains(latin(fileMacro)))
-                table.insert(latin(fileMacro), base.table.value(latin(fileMacro)));
+    QSet<QString> userKeys;
+    if (ownMacros) {
+        userKeys = base.userKeys;
+        MacroTable own = overlay;
+        layOver(own, resolveProperty(file, macrosRow, configuration), userKeys);
+        overlay = std::move(own);
+    } else if (base.userDefinesFileMacro) {
+        for (const QString &name : names)
+            if (base.userKeys.contains(name))
+                overlay.insert(name, base.table.value(name));
+    }
     for (std::size_t i = 0; i < derivedCount; ++i) {
-        const QString macro = latin(derivedMacros[i].name);
-        if (userKeys.contains(macro))
+        const QString &macro = derivedName(i);
+        if (ownMacros ? userKeys.contains(macro) : base.userDefinesDerived[i])
             continue;
         const PropertyClass *row = propertyClass(derivedMacros[i].row);
         if (!ownMacros && base.fileReusable[i] && !holdsValue(file, row))
-            table.insert(macro, base.fileValues[i]);
-        else
-            table.insert(macro, expandMacros(PropertyClassList::global(), table,
-                                             resolveProperty(file, row, configuration), true,
-                                             true));
+            continue;   // the holder's value stands for the file too
+        overlay.insert(macro, expandMacros(PropertyClassList::global(), overlay, base.table,
+                                           resolveProperty(file, row, configuration), true,
+                                           true));
     }
-    return table;
+    return macros;
 }
 
 QString StandardProjectSystem::projectDirectory(const ProjectElement *element,
@@ -286,8 +320,10 @@ MacroTable StandardProjectSystem::macroTable(const ProjectElement *element,
 {
     if (!element)
         return {};
-    if (element->kind() == ProjectElement::Kind::File && element->parentElement())
-        return fileMacros(element, configuration);
+    if (element->kind() == ProjectElement::Kind::File && element->parentElement()) {
+        const FileMacros macros = fileMacros(element, configuration);
+        return mergeMacros(macros.base->table, macros.overlay);
+    }
     return nodeMacros(element, configuration).table;
 }
 
@@ -295,11 +331,16 @@ QString StandardProjectSystem::expand(const ProjectElement *element,
                                       const QString &configuration, const QString &text,
                                       const MacroTable &extra) const
 {
-    if (!text.contains(u'$'))
+    if (!element || !text.contains(u'$'))
         return text;
-    const MacroTable table = macroTable(element, configuration);
-    return expandMacros(PropertyClassList::global(),
-                        extra.isEmpty() ? table : mergeMacros(table, extra), text, true, true);
+    if (element->kind() == ProjectElement::Kind::File && element->parentElement()) {
+        const FileMacros macros = fileMacros(element, configuration);
+        return expandMacros(PropertyClassList::global(),
+                            extra.isEmpty() ? macros.overlay : mergeMacros(macros.overlay, extra),
+                            macros.base->table, text, true, true);
+    }
+    const MacroTable &table = nodeMacros(element, configuration).table;
+    return expandMacros(PropertyClassList::global(), extra, table, text, true, true);
 }
 
 QString StandardProjectSystem::expandedProperty(const ProjectElement *element,
@@ -313,5 +354,6 @@ QString StandardProjectSystem::expandedProperty(const ProjectElement *element,
 
 void StandardProjectSystem::invalidateCaches()
 {
+    m_lastMacros = {};
     m_macroCache.clear();
 }

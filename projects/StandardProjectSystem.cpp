@@ -159,6 +159,8 @@ QStringList StandardProjectSystem::inheritedConfigurations(const ProjectElement 
                                                            const QString &configuration) const
 {
     for (const ProjectElement *at = element; at; at = at->parentElement()) {
+        if (at->inheritedConfigurations().isEmpty())
+            continue;
         const auto it = at->inheritedConfigurations().constFind(configuration);
         if (it != at->inheritedConfigurations().constEnd())
             return it.value();

@@ -167,6 +167,7 @@ public:
 private:
     struct LoadState;
     struct MacroCacheEntry;
+    struct FileMacros;
 
     void declareCatalogue();
     ProjectElement *loadFile(const QString &path, const QString &macroDefinitions,
@@ -183,7 +184,7 @@ private:
     // The absolute directory of the element's project (empty outside any project).
     [[nodiscard]] QString projectDirectory(const ProjectElement *element,
                                            const QString &configuration) const;
-    [[nodiscard]] MacroTable fileMacros(const ProjectElement *file,
+    [[nodiscard]] FileMacros fileMacros(const ProjectElement *file,
                                         const QString &configuration) const;
     [[nodiscard]] bool holdsValue(const ProjectElement *element, const PropertyClass *row) const;
     void scanFolder(ProjectElement *folder);
@@ -204,4 +205,7 @@ private:
     std::vector<PropertyChange> m_changeLog;
     mutable QHash<QPair<const ProjectElement *, QString>, std::shared_ptr<MacroCacheEntry>>
         m_macroCache;
+    // The last lookup of m_macroCache: the files of a folder ask for the same entry in a row.
+    mutable std::pair<const ProjectElement *, const MacroCacheEntry *> m_lastMacros{};
+    mutable QString m_lastConfiguration;
 };

@@ -82,6 +82,46 @@ int get(const QStringList &arguments)
     return 0;
 }
 
+struct DumpContext {
+    StandardProjectSystem &system;
+    const QString &name;
+    const QString &configuration;
+    QByteArray prefix;   // "configuration<TAB>" when several are dumped
+    bool expand;
+    QByteArray out;
+};
+
+// Appends a line for each file below `element` in tree order. Nodes nest at most as deep as
+// the loader allows, so the recursion is bounded.
+void dumpBelow(const ProjectElement *element, const QByteArray &path, DumpContext &context)
+{
+    for (const ProjectElement *child : element->children()) {
+        const QByteArray childName = child->elementName().toUtf8();
+        if (child->kind() != ProjectElement::Kind::File) {
+            dumpBelow(child, path.isEmpty() ? childName : path + '/' + childName, context);
+            continue;
+        }
+        const PropertyClass *row = context.system.classFor(context.name, child, context.configuration);
+        const QString value =
+            context.expand ? context.system.expandedProperty(child, row, context.configuration)
+                           : context.system.resolveProperty(child, row, context.configuration);
+        QByteArray &out = context.out;
+        out += context.prefix;
+        if (!path.isEmpty()) {
+            out += path;
+            out += '/';
+        }
+        out += childName;
+        out += '\t';
+        out += value.toUtf8();
+        out += '\n';
+        if (out.size() > 1 << 20) {
+            write(out);
+            out.clear();
+        }
+    }
+}
+
 // Every file of the solution with its value, one a line: "path<TAB>value". CONFIG may list
 // several configurations separated by ';'; each line then starts with "configuration<TAB>".
 int dump(const QStringList &arguments)
@@ -97,33 +137,14 @@ int dump(const QStringList &arguments)
     StandardProjectSystem &system = session.system();
     if (!system.findClass(name) || dynamic_cast<const MacroPropertyClass *>(system.findClass(name)))
         return printCommandError(QStringLiteral("unknown property '%1'").arg(name));
-    QByteArray out;
     for (const QString &configuration : configurations) {
-        const QByteArray prefix =
-            configurations.size() > 1 ? configuration.toUtf8() + '\t' : QByteArray();
-        std::vector<std::pair<const ProjectElement *, QByteArray>> stack{{system.solution(), {}}};
-        while (!stack.empty()) {
-            const auto [element, path] = stack.back();
-            stack.pop_back();
-            const auto &children = element->children();
-            for (auto it = children.rbegin(); it != children.rend(); ++it) {
-                const QByteArray childName = (*it)->elementName().toUtf8();
-                stack.emplace_back(*it, path.isEmpty() ? childName : path + '/' + childName);
-            }
-            if (element->kind() != ProjectElement::Kind::File)
-                continue;
-            const PropertyClass *row = system.classFor(name, element, configuration);
-            const QString value = options.expand
-                                      ? system.expandedProperty(element, row, configuration)
-                                      : system.resolveProperty(element, row, configuration);
-            out += prefix + path + '\t' + value.toUtf8() + '\n';
-            if (out.size() > 1 << 20) {
-                write(out);
-                out.clear();
-            }
-        }
+        DumpContext context{system, name, configuration, {}, options.expand, {}};
+        if (configurations.size() > 1)
+            context.prefix = configuration.toUtf8() + '\t';
+        context.out.reserve(1 << 20);
+        dumpBelow(system.solution(), {}, context);
+        write(context.out);
     }
-    write(out);
     return 0;
 }
 
