@@ -5,6 +5,7 @@
 
 // One declaration and one row per subcommand, kept in step.
 int diagCommand(const QStringList &arguments);
+int buildCommand(const QStringList &arguments);
 int depsCommand(const QStringList &arguments);
 int jsCommand(const QStringList &arguments);
 int solutionCommand(const QStringList &arguments);
@@ -18,6 +19,7 @@ constexpr TessCommand commands[] = {
     {"diag", "tess diag [--regexp PATTERN]... [--base DIR] [--all]  < tool output", diagCommand},
     {"deps", "tess deps [--names] FILE|@LIST...", depsCommand},
     {"js", "tess js [--max-instructions N] [--list] (-e TEXT | FILE...)", jsCommand},
+    {"build", "tess build SOLUTION [-config NAME] [-project NAME] [-j N] [-rebuild | -clean] [-batch] [-keep-going] [-show-commands] [-verbose] [-export FILE | -makefile FILE]", buildCommand},
     {"solution", "tess solution show FILE | tess solution save FILE OUT", solutionCommand},
     {"property", "tess property get FILE ELEMENT CONFIG NAME [--expand] [--trace] | dump FILE CONFIG NAME [--expand] | list", propertyCommand},
     {"forth", "tess forth [-i] [-e TEXT | FILE]...", forthCommand},

@@ -1,0 +1,156 @@
+#pragma once
+#include "build/BuildFlags.h"
+#include "build/BuildKind.h"
+#include "build/Builder.h"
+#include "foundation/Macros.h"
+#include "projects/ProjectCatalogue.h"
+#include <QDateTime>
+#include <QHash>
+#include <QPair>
+#include <QSet>
+#include <QStringList>
+#include <ctime>
+#include <vector>
+
+class ProjectElement;
+class StandardProjectSystem;
+
+// The build walker over the open solution: which items a build consists of, in which order and
+// how many at once, and for each element whether it is out of date and what runs to bring it
+// up to date. One build at a time; its shared state is the stopped and failed flags.
+class BuildEngine {
+public:
+    // Results of buildTop.
+    static constexpr int UpToDate = 0;
+    static constexpr int Built = 1;
+    static constexpr int Failed = 2;
+    static constexpr int Stopped = 3;
+    static constexpr int maxThreads = 128;
+
+    explicit BuildEngine(StandardProjectSystem &system);
+
+    [[nodiscard]] StandardProjectSystem &system() const { return m_system; }
+    [[nodiscard]] BuildState &state() { return m_state; }
+
+    int buildTop(ProjectElement *element, const QString &configuration, int threads,
+                 const std::vector<Builder *> &builders, Idler &idler, uint flags,
+                 bool followDependencies, bool batch);
+    // Forgets what was learnt of the tree; buildTop does so on entry.
+    void clearCaches();
+    // Sets the stopped flag; the caller terminates its builders' tools.
+    void cancelBuild(const std::vector<Builder *> &builders);
+
+    void collectSolutionItems(ProjectElement *solution, const QString &configuration, uint flags,
+                              bool batch, bool atomic, Builder &builder, Idler &idler,
+                              std::vector<BuildItem> &items);
+    void collectProjectItems(ProjectElement *project, const QString &configuration, uint flags,
+                             bool batch, bool dependencies, bool atomic, Builder &builder,
+                             Idler &idler, std::vector<BuildItem> &items);
+    int scheduleBuild(std::vector<BuildItem> &items, int threads,
+                      const std::vector<Builder *> &builders, Idler &idler);
+    // Brings one element up to date; true when it built (under NoExecute: would build).
+    bool buildElement(ProjectElement *element, const QString &configuration, Builder &builder,
+                      Idler &idler, uint flags);
+
+    // ---- What the walker and the exporters ask of an element
+    [[nodiscard]] BuildKind kindOf(const ProjectElement *element,
+                                   const QString &configuration) const;
+    // The element's output; with `absolute` a relative name is taken from the project directory.
+    [[nodiscard]] QString outputName(const ProjectElement *element, const QString &configuration,
+                                     bool absolute) const;
+    [[nodiscard]] QString dependencyFileName(const ProjectElement *element,
+                                             const QString &configuration, bool forBuild) const;
+    [[nodiscard]] QString projectDirectory(const ProjectElement *element,
+                                           const QString &configuration) const;
+    // Outputs of the link step besides the output itself: map file and other formats.
+    [[nodiscard]] QStringList outputsOfLink(const ProjectElement *project,
+                                            const QString &configuration) const;
+    [[nodiscard]] QStringList collectObjects(const ProjectElement *first,
+                                             const QString &configuration, uint flags) const;
+    [[nodiscard]] QString unityFileName(const ProjectElement *folder,
+                                        const QString &configuration) const;
+    [[nodiscard]] QStringList dependencyNames(const ProjectElement *project,
+                                              const QString &configuration) const;
+    [[nodiscard]] ProjectElement *findProject(const ProjectElement *from,
+                                              const QString &name) const;
+    [[nodiscard]] int countSteps(const ProjectElement *element, const QString &configuration,
+                                 uint flags) const;
+    [[nodiscard]] QString itemLabel(const ProjectElement *element, const QString &configuration,
+                                    uint flags) const;
+    [[nodiscard]] QStringList batchConfigurations(const ProjectElement *project,
+                                                  const QString &configuration, bool batch) const;
+
+    // ---- Time stamps, in whole seconds
+    static bool fileTime(const QString &directory, const QString &path, std::time_t &time,
+                         Builder &builder, bool quiet);
+    static bool newestCheck(const QString &directory, const QStringList &files, std::time_t time,
+                            const QString &output, Builder &builder, bool quiet);
+    bool propertiesChanged(const ProjectElement *element, const QString &configuration,
+                           std::time_t time, BuildKind kind, Builder &builder, bool quiet) const;
+    static QString timeText(std::time_t time);
+
+    // Deletes a file, with "Remove <file>" or "Cannot remove <file>" unless quiet.
+    static void removeFile(const QString &path, Builder &builder, bool quiet);
+
+    // ---- Property access
+    [[nodiscard]] QString value(const ProjectElement *element, ProjectProperty property,
+                                const QString &configuration) const;
+    [[nodiscard]] QString expanded(const ProjectElement *element, ProjectProperty property,
+                                   const QString &configuration,
+                                   const MacroTable &extra = {}) const;
+
+private:
+    struct StepContext;
+    bool buildChildren(ProjectElement *element, const QString &configuration, Builder &builder,
+                       Idler &idler, uint flags, bool &forced);
+    bool buildUnityFolder(ProjectElement *folder, const QString &configuration, Builder &builder,
+                          Idler &idler, uint flags, bool &forced);
+    bool buildCompile(StepContext &step);
+    bool buildLink(StepContext &step);
+    bool buildArchive(StepContext &step);
+    bool buildExternalProject(StepContext &step);
+    bool buildStage(StepContext &step);
+    bool buildCombine(StepContext &step);
+    bool runAnalyzer(StepContext &step);
+    bool runCommandSteps(StepContext &step, ProjectProperty commandProperty, ProjectProperty directoryProperty,
+                         const QString &title, const QString &separator,
+                         const MacroTable &macros, const QString &outputPath);
+    bool compileUpToDate(StepContext &step, const QString &output);
+    QStringList compileArguments(StepContext &step, const QString &input, const QString &output,
+                                 bool withDependencyFile);
+    QStringList linkArguments(StepContext &step, const QString &script, const QString &output);
+    [[nodiscard]] QString printfWord(StepContext &step) const;
+    [[nodiscard]] QString scanfWord(StepContext &step) const;
+    // "$(VarnelDir)/bin/cc" and the options every line of the front end starts with.
+    QStringList frontEndHead(StepContext &step);
+    bool runToolStep(StepContext &step, const QStringList &inputs, const QString &output,
+                     const QString &title, const QString &script);
+    void setReadOnly(StepContext &step, ProjectProperty property, const QString &output);
+    MacroTable toolMacros(StepContext &step, const QString &output);
+    bool writeListFile(StepContext &step, const QStringList &inputs, const QString &path,
+                       bool absolute);
+    bool appendOptionsFrom(StepContext &step, ProjectProperty property, const QString &prefix,
+                           QStringList &arguments);
+    void dependentInputs(const ProjectElement *project, const QString &configuration,
+                         QStringList &libraries) const;
+    void runProjectCommand(ProjectElement *project, const QString &configuration,
+                           Builder &builder, Idler &idler, bool post, bool forced, bool built);
+    void collectFiles(ProjectElement *element, const QString &configuration, uint flags,
+                      std::vector<BuildItem> &items) const;
+    void collectInputs(const ProjectElement *element, const QString &configuration,
+                       QStringList &inputs) const;
+    [[nodiscard]] bool canBuildInParallel(const ProjectElement *project,
+                                          const QString &configuration) const;
+    [[nodiscard]] bool hasItem(const std::vector<BuildItem> &items, const ProjectElement *element,
+                               const QString &configuration) const;
+
+    StandardProjectSystem &m_system;
+    BuildState m_state;
+    // Kinds and output names, per element and configuration, for the length of one build: the
+    // walker asks for them several times per element and the tree does not change meanwhile.
+    mutable QHash<QPair<const ProjectElement *, QString>, BuildKind> m_kinds;
+    mutable QHash<QPair<const ProjectElement *, QString>, QString> m_outputs;
+    // Projects whose dependencies are being collected, outermost first: a project met again
+    // while on this chain closes a cycle.
+    std::vector<std::pair<const ProjectElement *, QString>> m_collecting;
+};

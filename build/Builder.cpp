@@ -1,0 +1,5 @@
+#include "build/Builder.h"
+
+ToolContext::~ToolContext() = default;
+Builder::~Builder() = default;
+Idler::~Idler() = default;

@@ -1,0 +1,6 @@
+#include "mathlib.h"
+
+int scale(int value, int factor)
+{
+    return value * factor;
+}

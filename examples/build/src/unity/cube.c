@@ -1,0 +1,6 @@
+#include "mathlib.h"
+
+int cube(int value)
+{
+    return square(value) * value;
+}

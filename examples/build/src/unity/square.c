@@ -1,0 +1,6 @@
+#include "mathlib.h"
+
+int square(int value)
+{
+    return value * value;
+}
