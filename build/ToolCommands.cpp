@@ -1,6 +1,7 @@
 #include "build/ToolCommands.h"
 #include "build/CommandLine.h"
 #include "build/GenericOptions.h"
+#include "foundation/PropertyClass.h"
 #include "projects/StandardProjectSystem.h"
 #include <QDir>
 #include <QFile>
@@ -112,7 +113,8 @@ bool ToolCommandLines::standardStep(const CompileRequest &request, ToolStep &ste
     const QString directory = projectDirectory(request.element, request.configuration);
     const QString fileName = QFileInfo(request.output).fileName();
     QStringList &arguments = step.arguments;
-    arguments = {m_system.expand(nullptr, request.configuration, QStringLiteral("$(VarnelDir)/bin/cc"))};
+    arguments = {expandMacros(PropertyClassList::global(), MacroTable(),
+                              QStringLiteral("$(VarnelDir)/bin/cc"), true, true)};
     if (!yes(request, row(P::BuildQuietly)))
         arguments.append(QStringLiteral("-v"));
     if (yes(request, row(P::BuildTreatWarningsAsErrors)))

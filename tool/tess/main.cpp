@@ -7,6 +7,7 @@
 int diagCommand(const QStringList &arguments);
 int buildCommand(const QStringList &arguments);
 int depsCommand(const QStringList &arguments);
+int commandsCommand(const QStringList &arguments);
 int jsCommand(const QStringList &arguments);
 int solutionCommand(const QStringList &arguments);
 int propertyCommand(const QStringList &arguments);
@@ -18,6 +19,7 @@ constexpr TessCommand commands[] = {
     {"help", "tess help", nullptr},
     {"diag", "tess diag [--regexp PATTERN]... [--base DIR] [--all]  < tool output", diagCommand},
     {"deps", "tess deps [--names] FILE|@LIST...", depsCommand},
+    {"commands", "tess commands FILE CONFIGURATION [ELEMENT]", commandsCommand},
     {"js", "tess js [--max-instructions N] [--list] (-e TEXT | FILE...)", jsCommand},
     {"build", "tess build SOLUTION [-config NAME] [-project NAME] [-j N] [-rebuild | -clean] [-batch] [-keep-going] [-show-commands] [-verbose] [-export FILE | -makefile FILE]", buildCommand},
     {"solution", "tess solution show FILE | tess solution save FILE OUT", solutionCommand},
