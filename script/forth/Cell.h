@@ -28,7 +28,7 @@ public:
 
     bool isNull() const { return !d; }
     const QString &value() const;
-    void reset() { if (d) release(); d = nullptr; }
+    void reset() { if (d) { release(); d = nullptr; } }
 
 private:
     struct Data {

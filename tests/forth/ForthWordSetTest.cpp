@@ -11,8 +11,9 @@ TEST_P(ForthWords, TypesAndThrowsAsExpected)
     ForthRun forth;
     EXPECT_EQ(forth.run(QString::fromUtf8(row.source)), row.code) << forth.errors;
     EXPECT_EQ(forth.output, row.output);
-    if (row.message)
+    if (row.message) {
         EXPECT_EQ(forth.lastMessage, row.message);
+    }
 }
 
 std::string caseName(const ::testing::TestParamInfo<ForthCase> &info)
