@@ -50,6 +50,9 @@ struct ESNativeFunctionRow {
 
 // Base of the native classes: `call` and `construct` dispatch on the function object's
 // `builtinId` through the class's rows, and `installFunctions` puts the rows in place.
+// A class is a table: one row per function (the constructor is id 0 with the Constructor flag,
+// statics carry the Static flag, the rest go on the prototype), each with its handler. Adding a
+// function is adding a row and its handler; an id without a row fails as a bad signature.
 class ESNativeClass : public ESClass {
 public:
     ESNativeClass(QString className, QString scriptName, std::span<const ESNativeFunctionRow> rows);

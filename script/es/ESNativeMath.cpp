@@ -1,16 +1,9 @@
 #include "script/es/ESContext.h"
 #include "script/es/ESNativeClass.h"
 
-namespace {
-
-// Math has no constructor: calling or constructing it fails as an unknown id.
-constexpr ESNativeFunctionRow rows[] = {
-    {"", 0, -1, -1, nullptr, nullptr, nullptr},
-};
-
-} // namespace
-
-ESNativeMath::ESNativeMath() : ESNativeClass(QStringLiteral("Math"), QStringLiteral("Math"), rows)
+// Math has no constructor row; its functions are statics on the one Math object.
+ESNativeMath::ESNativeMath()
+    : ESNativeClass(QStringLiteral("Math"), QStringLiteral("Math"), std::span<const ESNativeFunctionRow>())
 {
 }
 
