@@ -129,6 +129,14 @@ void ProjectElement::removeProperty(const QString &name)
     removeAttribute(name.toUtf8().constData());
 }
 
+const QStringList *ProjectElement::declaredInheritance(const QString &configuration) const
+{
+    for (const auto &[name, inherited] : m_inheritedConfigurations)
+        if (name == configuration)
+            return &inherited;
+    return nullptr;
+}
+
 const QString *ProjectElement::findValue(const QString &configuration,
                                          const QString &property) const
 {

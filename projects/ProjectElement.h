@@ -65,10 +65,13 @@ public:
     [[nodiscard]] const QString *findValue(const QString &configuration,
                                            const QString &property) const;
     // Configuration name to the names it inherits, as declared on this element.
-    [[nodiscard]] const QHash<QString, QStringList> &inheritedConfigurations() const
+    using InheritanceList = std::vector<std::pair<QString, QStringList>>;
+    [[nodiscard]] const InheritanceList &inheritedConfigurations() const
     {
         return m_inheritedConfigurations;
     }
+    // The names `configuration` inherits as declared here; null when this element declares none.
+    [[nodiscard]] const QStringList *declaredInheritance(const QString &configuration) const;
 
     // The file the element came from, or for a file element the file it stands for.
     [[nodiscard]] const Path &filePath() const { return m_filePath; }
@@ -97,7 +100,7 @@ private:
     std::vector<ProjectElement *> m_children;   // observers; the XML tree owns
     PropertyList m_properties;
     HolderList m_configurations;
-    QHash<QString, QStringList> m_inheritedConfigurations;
+    InheritanceList m_inheritedConfigurations;
     Path m_filePath;
     QString m_elementName;
     QDateTime m_lastModified;

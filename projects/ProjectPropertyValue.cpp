@@ -74,7 +74,8 @@ void PrivateConfigurationsProjectPropertyValue::setValue(const QString &value)
 
 QString InheritedConfigurationsProjectPropertyValue::value() const
 {
-    return element()->inheritedConfigurations().value(configuration()).join(u';');
+    const QStringList *inherited = element()->declaredInheritance(configuration());
+    return inherited ? inherited->join(u';') : QString();
 }
 
 void InheritedConfigurationsProjectPropertyValue::setValue(const QString &value)

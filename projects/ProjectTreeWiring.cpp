@@ -124,5 +124,6 @@ void ProjectTreeWiring::addConfiguration(ProjectElement *owner, ProjectElement *
         fail(configuration, sourceFile, QStringLiteral("duplicate configuration '%1'").arg(name));
     owner->m_configurations.emplace_back(name, configuration);
     if (const QString *inherited = configuration->findProperty(QStringLiteral("inherited_configurations")))
-        owner->m_inheritedConfigurations.insert(name, inherited->split(u';', Qt::SkipEmptyParts));
+        owner->m_inheritedConfigurations.emplace_back(name,
+                                                      inherited->split(u';', Qt::SkipEmptyParts));
 }

@@ -84,6 +84,16 @@ void layOver(MacroTable &table, const QString &definitions, QSet<QString> &userK
 
 } // namespace
 
+// A text expanded once for all files below one holder: the file macros stand as placeholders
+// to be filled in per file. `places` alternate with the literal runs of `literals`:
+// literals[0] places[0] literals[1] ... places[n-1] literals[n].
+struct ExpansionTemplate {
+    bool valid = false;
+    QStringList literals;
+    std::vector<int> places;   // index into fileMacroNames()
+    unsigned wanted = 0;       // bit i: places holds i
+};
+
 struct StandardProjectSystem::MacroCacheEntry {
     MacroTable table;
     QSet<QString> userKeys;   // defined by `macros`: the build's own values do not replace them
@@ -93,6 +103,10 @@ struct StandardProjectSystem::MacroCacheEntry {
     // holds neither a value of the row nor macros of its own; false when the expansion looked
     // up a macro that differs per file.
     std::array<bool, derivedCount> fileReusable{};
+    // Texts expanded for the files below, by unexpanded text (see expandForFile).
+    mutable QHash<QString, ExpansionTemplate> templates;
+    mutable const ExpansionTemplate *lastTemplate = nullptr;   // files ask for one text in a row
+    mutable QString lastTemplateText;
 };
 
 // The macros of one file: its own few over the table of the element that holds it.
@@ -249,6 +263,46 @@ StandardProjectSystem::nodeMacros(const ProjectElement *element,
     return *m_macroCache.insert(key, std::move(entry)).value();
 }
 
+std::array<QString, 8> StandardProjectSystem::fileMacroValues(const ProjectElement *file,
+                                                              const MacroTable &table,
+                                                              unsigned wanted) const
+{
+    std::array<QString, 8> values;
+    values[0] = file->elementName();
+    if (!(wanted & ~1u))
+        return values;
+    const QString projectDirectory = table.value(QStringLiteral("ProjectDir"));
+    QString fileName = QString::fromUtf8(file->attribute("file_name"));
+    if (fileName.contains(u'$'))
+        fileName = expandMacros(PropertyClassList::global(), table, fileName, true, true);
+    const bool plain = !fileName.startsWith(u'/') && !fileName.contains(QLatin1String(".."))
+                    && !fileName.contains(QLatin1String("./"))
+                    && !fileName.contains(QLatin1String("//"));
+    // Paths are made only when asked for; the name parts come from the relative form.
+    const bool wantsPath = wanted & (1u << 1 | 1u << 5) || !plain;
+    const QString inputPath = wantsPath ? joinPath(projectDirectory, fileName) : QString();
+    const QString relative =
+        plain ? fileName : QDir(projectDirectory).relativeFilePath(inputPath);
+    const QStringView nameSource = plain ? QStringView(fileName) : QStringView(inputPath);
+    const QStringView inputFileName = nameSource.mid(nameSource.lastIndexOf(u'/') + 1);
+    const qsizetype dot = inputFileName.lastIndexOf(u'.');
+    values[1] = inputPath;
+    values[2] = (dot < 0 ? inputFileName : inputFileName.left(dot)).toString();
+    if (wanted & (1u << 3))
+        values[3] = dot < 0 ? QString() : inputFileName.mid(dot + 1).toString();
+    if (wanted & (1u << 4))
+        values[4] = inputFileName.toString();
+    if (wanted & (1u << 5)) {
+        const qsizetype slash = inputPath.lastIndexOf(u'/');
+        values[5] = slash < 0 ? QString() : inputPath.left(slash);
+    }
+    values[6] = relative;
+    const qsizetype relativeSlash = relative.lastIndexOf(u'/');
+    if (wanted & (1u << 7))
+        values[7] = relativeSlash < 0 ? QStringLiteral(".") : relative.left(relativeSlash);
+    return values;
+}
+
 StandardProjectSystem::FileMacros
 StandardProjectSystem::fileMacros(const ProjectElement *file, const QString &configuration) const
 {
@@ -256,29 +310,10 @@ StandardProjectSystem::fileMacros(const ProjectElement *file, const QString &con
     macros.base = &nodeMacros(file->parentElement(), configuration);
     const MacroCacheEntry &base = *macros.base;
     MacroTable &overlay = macros.overlay;
-    const QString projectDirectory = base.table.value(QStringLiteral("ProjectDir"));
-    QString fileName = QString::fromUtf8(file->attribute("file_name"));
-    if (fileName.contains(u'$'))
-        fileName = expandMacros(PropertyClassList::global(), base.table, fileName, true, true);
-    const QString inputPath = joinPath(projectDirectory, fileName);
-    const qsizetype slash = inputPath.lastIndexOf(u'/');
-    const QString inputFileName = inputPath.mid(slash + 1);
-    const qsizetype dot = inputFileName.lastIndexOf(u'.');
-    const bool plain = !fileName.startsWith(u'/') && !fileName.contains(QLatin1String(".."))
-                    && !fileName.contains(QLatin1String("./"))
-                    && !fileName.contains(QLatin1String("//"));
-    const QString relative =
-        plain ? fileName : QDir(projectDirectory).relativeFilePath(inputPath);
-    const qsizetype relativeSlash = relative.lastIndexOf(u'/');
     const auto &names = fileMacroNames();
-    overlay.insert(names[0], file->elementName());
-    overlay.insert(names[1], inputPath);
-    overlay.insert(names[2], dot < 0 ? inputFileName : inputFileName.left(dot));
-    overlay.insert(names[3], dot < 0 ? QString() : inputFileName.mid(dot + 1));
-    overlay.insert(names[4], inputFileName);
-    overlay.insert(names[5], slash < 0 ? QString() : inputPath.left(slash));
-    overlay.insert(names[6], relative);
-    overlay.insert(names[7], relativeSlash < 0 ? QStringLiteral(".") : relative.left(relativeSlash));
+    const std::array<QString, 8> values = fileMacroValues(file, base.table, 0xffu);
+    for (std::size_t i = 0; i < names.size(); ++i)
+        overlay.insert(names[i], values[i]);
 
     const PropertyClass *macrosRow = propertyClass(ProjectProperty::Macros);
     const bool ownMacros = holdsValue(file, macrosRow);
@@ -334,6 +369,11 @@ QString StandardProjectSystem::expand(const ProjectElement *element,
     if (!element || !text.contains(u'$'))
         return text;
     if (element->kind() == ProjectElement::Kind::File && element->parentElement()) {
+        if (extra.isEmpty()) {
+            QString expanded;
+            if (expandFromTemplate(element, configuration, text, expanded))
+                return expanded;
+        }
         const FileMacros macros = fileMacros(element, configuration);
         return expandMacros(PropertyClassList::global(),
                             extra.isEmpty() ? macros.overlay : mergeMacros(macros.overlay, extra),
@@ -350,6 +390,113 @@ QString StandardProjectSystem::expandedProperty(const ProjectElement *element,
 {
     return expand(element, configuration, resolveProperty(element, propertyClass, configuration),
                   extra);
+}
+
+// Whether a file takes all its macros from its holder but for the file macros: it holds no
+// `macros` and no value of a row a macro is derived from, and the holder's derived macros do
+// not depend on the file.
+bool StandardProjectSystem::sharesHolderMacros(const ProjectElement *file,
+                                               const MacroCacheEntry &base) const
+{
+    if (base.userDefinesFileMacro)
+        return false;
+    for (std::size_t i = 0; i < derivedCount; ++i)
+        if (!base.fileReusable[i] && !base.userDefinesDerived[i])
+            return false;
+    for (const auto &[configuration, holder] : file->configurations()) {
+        for (const auto &[name, value] : holder->properties()) {
+            if (name == propertyClass(ProjectProperty::Macros)->name)
+                return false;
+            for (std::size_t i = 0; i < derivedCount; ++i)
+                if (name == propertyClass(derivedMacros[i].row)->name)
+                    return false;
+        }
+    }
+    return true;
+}
+
+// `text` expanded for a file by filling its file macros into the expansion made once for its
+// holder. Equal to the full expansion whenever it answers: the holder's expansion must have
+// left no macro character (so no later pass could have looked at a filled-in value), and the
+// filled-in values must hold none either.
+bool StandardProjectSystem::expandFromTemplate(const ProjectElement *file,
+                                               const QString &configuration,
+                                               const QString &text, QString &expanded) const
+{
+    const MacroCacheEntry &base = nodeMacros(file->parentElement(), configuration);
+    if (!sharesHolderMacros(file, base))
+        return false;
+    if (!base.lastTemplate || base.lastTemplateText != text) {
+        auto it = base.templates.find(text);
+        if (it == base.templates.end())
+            it = base.templates.insert(text, makeTemplate(base, text));
+        base.lastTemplate = &it.value();
+        base.lastTemplateText = text;
+    }
+    const ExpansionTemplate &pattern = *base.lastTemplate;
+    if (!pattern.valid)
+        return false;
+    std::array<QString, 8> values;
+    if (!pattern.places.empty()) {
+        values = fileMacroValues(file, base.table, pattern.wanted);
+        for (const int place : pattern.places)
+            if (values[size_t(place)].contains(u'$'))
+                return false;
+    }
+    expanded = pattern.literals.first();
+    for (std::size_t i = 0; i < pattern.places.size(); ++i) {
+        expanded += values[size_t(pattern.places[i])];
+        expanded += pattern.literals[qsizetype(i) + 1];
+    }
+    return true;
+}
+
+ExpansionTemplate StandardProjectSystem::makeTemplate(const MacroCacheEntry &base,
+                                                      const QString &text) const
+{
+    ExpansionTemplate pattern;
+    constexpr char16_t firstPlaceholder = 0xE000;
+    const auto &names = fileMacroNames();
+    auto usesPlaceholders = [&](const QString &value) {
+        for (const QChar character : value)
+            if (character.unicode() >= firstPlaceholder
+                && character.unicode() < firstPlaceholder + names.size())
+                return true;
+        return false;
+    };
+    // Texts that could reach the clock, or that hold the placeholders themselves, are
+    // expanded in full every time.
+    auto unsuitable = [&](const QString &value) {
+        return usesPlaceholders(value) || value.contains(QLatin1String("Date"))
+            || value.contains(QLatin1String("Time"));
+    };
+    if (unsuitable(text))
+        return pattern;
+    for (auto it = base.table.constBegin(); it != base.table.constEnd(); ++it)
+        if (unsuitable(it.value()))
+            return pattern;
+    MacroTable overlay;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        overlay.insert(names[i], QString(QChar(char16_t(firstPlaceholder + i))));
+    const QString probe =
+        expandMacros(PropertyClassList::global(), overlay, base.table, text, true, true);
+    if (probe.contains(u'$'))
+        return pattern;
+    QString literal;
+    for (const QChar character : probe) {
+        const char16_t code = character.unicode();
+        if (code >= firstPlaceholder && code < firstPlaceholder + names.size()) {
+            pattern.literals.append(literal);
+            pattern.places.push_back(int(code - firstPlaceholder));
+            pattern.wanted |= 1u << (code - firstPlaceholder);
+            literal.clear();
+        } else {
+            literal += character;
+        }
+    }
+    pattern.literals.append(literal);
+    pattern.valid = true;
+    return pattern;
 }
 
 void StandardProjectSystem::invalidateCaches()

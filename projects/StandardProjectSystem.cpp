@@ -158,13 +158,9 @@ void StandardProjectSystem::wireTree(ProjectElement *root)
 QStringList StandardProjectSystem::inheritedConfigurations(const ProjectElement *element,
                                                            const QString &configuration) const
 {
-    for (const ProjectElement *at = element; at; at = at->parentElement()) {
-        if (at->inheritedConfigurations().isEmpty())
-            continue;
-        const auto it = at->inheritedConfigurations().constFind(configuration);
-        if (it != at->inheritedConfigurations().constEnd())
-            return it.value();
-    }
+    for (const ProjectElement *at = element; at; at = at->parentElement())
+        if (const QStringList *inherited = at->declaredInheritance(configuration))
+            return *inherited;
     return {};
 }
 

@@ -13,6 +13,7 @@
 
 class PropertyClass;
 class PropertyClassList;
+struct ExpansionTemplate;
 class QXMLDocument;
 class ProjectSystemXMLPP2;
 
@@ -186,6 +187,18 @@ private:
                                            const QString &configuration) const;
     [[nodiscard]] FileMacros fileMacros(const ProjectElement *file,
                                         const QString &configuration) const;
+    // The file macros in the order of their names; only those whose bit is set in `wanted`
+    // are sure to be filled.
+    [[nodiscard]] std::array<QString, 8> fileMacroValues(const ProjectElement *file,
+                                                         const MacroTable &table,
+                                                         unsigned wanted) const;
+    [[nodiscard]] bool sharesHolderMacros(const ProjectElement *file,
+                                          const MacroCacheEntry &base) const;
+    [[nodiscard]] bool expandFromTemplate(const ProjectElement *file,
+                                          const QString &configuration, const QString &text,
+                                          QString &expanded) const;
+    [[nodiscard]] ExpansionTemplate makeTemplate(const MacroCacheEntry &base,
+                                                 const QString &text) const;
     [[nodiscard]] bool holdsValue(const ProjectElement *element, const PropertyClass *row) const;
     void scanFolder(ProjectElement *folder);
     void scanDynamicFolders(ProjectElement *top);

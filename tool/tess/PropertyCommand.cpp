@@ -85,6 +85,8 @@ int get(const QStringList &arguments)
 struct DumpContext {
     StandardProjectSystem &system;
     const QString &name;
+    const PropertyClass *row;
+    const PropertyClass *outputFileName;   // the one row whose class depends on the project
     const QString &configuration;
     QByteArray prefix;   // "configuration<TAB>" when several are dumped
     bool expand;
@@ -101,7 +103,10 @@ void dumpBelow(const ProjectElement *element, const QByteArray &path, DumpContex
             dumpBelow(child, path.isEmpty() ? childName : path + '/' + childName, context);
             continue;
         }
-        const PropertyClass *row = context.system.classFor(context.name, child, context.configuration);
+        const PropertyClass *row = context.row == context.outputFileName
+                                       ? context.system.classFor(context.name, child,
+                                                                 context.configuration)
+                                       : context.row;
         const QString value =
             context.expand ? context.system.expandedProperty(child, row, context.configuration)
                            : context.system.resolveProperty(child, row, context.configuration);
@@ -138,7 +143,14 @@ int dump(const QStringList &arguments)
     if (!system.findClass(name) || dynamic_cast<const MacroPropertyClass *>(system.findClass(name)))
         return printCommandError(QStringLiteral("unknown property '%1'").arg(name));
     for (const QString &configuration : configurations) {
-        DumpContext context{system, name, configuration, {}, options.expand, {}};
+        DumpContext context{system,
+                            name,
+                            system.findClass(name),
+                            system.propertyClass(ProjectProperty::BuildOutputFileName),
+                            configuration,
+                            {},
+                            options.expand,
+                            {}};
         if (configurations.size() > 1)
             context.prefix = configuration.toUtf8() + '\t';
         context.out.reserve(1 << 20);
