@@ -98,7 +98,7 @@ INSTANTIATE_TEST_SUITE_P(Inputs, TessForthBadInput, ::testing::Values(
     BadInputCase{"includesItself", "S\" in.fs\" INCLUDED\n", "(throw -5)"},
     BadInputCase{"hugeAllot", "9223372036854775807 ALLOT\n", "(throw -24)"},
     BadInputCase{"negativeAllot", "-5 ALLOT\n", "(throw -24)"},
-    BadInputCase{"binaryGarbage", QByteArray("\x00\xff\xfe\x01 \x7f\x80 ::: \xc3(\n", 20), "(throw -"}),
+    BadInputCase{"binaryGarbage", QByteArray::fromHex("00fffe01207f80203a3a3a20c3280a"), "(throw -"}),
     [](const auto &info) { return std::string(info.param.name); });
 
 TEST(TessForthCommand, RejectsUnknownOption)
