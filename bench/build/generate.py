@@ -36,22 +36,25 @@ def main():
     lines += ['    </project>', '  </solution>', '</Tessbench_Project_File>', '']
     with open(os.path.join(out, "bench.qvProject"), "w") as f:
         f.write("\n".join(lines))
-    # The same command lines the engine gives the front end, objects under nout/.
+    # The same command lines the engine gives the front end, and the same outputs in the same
+    # places, so that either tool finds the other's work up to date.
     cc = os.path.join(bindir, "cc")
     system_include = os.path.join(os.path.dirname(bindir), "include")
     ninja = ["rule cc",
-             "  command = %s -v -c -xc $in -Isrc/include -I%s -depend $out.d -o $out" % (cc, system_include),
-             "  depfile = $out.d", "  deps = gcc",
+             "  command = %s -v -c -xc $in -Isrc/include -I%s -depend $dep -o $out" % (cc, system_include),
+             "  depfile = $dep", "  deps = gcc",
              "rule link",
-             "  command = %s -v -inputfiles $out.ind -printf=i -scanf=i -o $out" % cc,
-             "  rspfile = $out.ind", "  rspfile_content = $in_newline", ""]
+             "  command = %s -v -inputfiles $rsp -printf=i -scanf=i -o $out" % cc,
+             "  rspfile = $rsp", "  rspfile_content = $in_newline", ""]
     objects = []
     for name in ["src/main.c"] + [n for _, ns in sorted(folders.items()) for n in ns]:
-        obj = "nout/obj/" + os.path.splitext(os.path.basename(name))[0] + ".o"
+        obj = "Output/Debug/Obj/app/" + os.path.splitext(os.path.basename(name))[0] + ".o"
         objects.append(obj)
         ninja.append("build %s: cc %s" % (obj, os.path.join(out, name)))
-    ninja.append("build nout/app.elf: link " + " ".join(objects))
-    ninja.append("default nout/app.elf")
+        ninja.append("  dep = %s.d" % obj[:-2])
+    ninja.append("build Output/Debug/Exe/app.elf: link " + " ".join(objects))
+    ninja.append("  rsp = Output/Debug/Obj/app/app.ind")
+    ninja.append("default Output/Debug/Exe/app.elf")
     with open(os.path.join(out, "build.ninja"), "w") as f:
         f.write("\n".join(ninja) + "\n")
 
