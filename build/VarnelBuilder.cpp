@@ -15,9 +15,12 @@
 
 namespace {
 
-// A silent tool is looked at this often even when nothing says it has ended, so that output
-// beyond a pipe's buffer does not stall it.
-constexpr qint64 drainMilliseconds = 100;
+// A tool that has not ended is read from this often, so that output beyond a pipe's buffer
+// does not stall it. Reading a silent tool waits up to 100 ms, during which the other slots are
+// not looked at, so this is rare: a typical compile ends well before and is read once, at its end.
+constexpr qint64 drainMilliseconds = 1000;
+// Longest wait for a tool to end before events are let in (cancel comes through them).
+constexpr int waitMilliseconds = 100;
 constexpr int idleMilliseconds = 100;
 
 QList<QByteArray> toBytes(const QStringList &arguments)
@@ -277,7 +280,7 @@ void VarnelIdler::idleWith(int busyCount, const std::vector<Builder *> &busyBuil
     }
     // Sleeps until one of the running tools ends, or the time to look at their output comes.
     if (!descriptors.empty())
-        ::poll(descriptors.data(), nfds_t(descriptors.size()), int(drainMilliseconds));
+        ::poll(descriptors.data(), nfds_t(descriptors.size()), waitMilliseconds);
     idle(busyCount);
 }
 
