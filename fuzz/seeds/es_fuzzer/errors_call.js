@@ -1,3 +1,0 @@
-var notAFunction = 3;
-
-notAFunction();

@@ -1,3 +1,0 @@
-var e = new TypeError("custom");
-Echo(e.message);
-Echo(e.name);

@@ -1,2 +1,0 @@
-var n = null;
-n.x = 1;
