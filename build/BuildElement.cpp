@@ -2,6 +2,8 @@
 #include "build/BuildStep.h"
 #include "build/CommandLine.h"
 #include "build/DependencyFile.h"
+#include "build/GenericOptions.h"
+#include "build/ToolCommands.h"
 #include "foundation/PropertyClass.h"
 #include "projects/StandardProjectSystem.h"
 #include <QDir>
@@ -21,20 +23,14 @@ QString inDirectory(const QString &directory, const QString &path)
     return directory + u'/' + path;
 }
 
-QString prefixedJoin(const QString &prefix, const QStringList &values)
-{
-    QStringList parts;
-    for (const QString &value : values)
-        parts.append(prefix + value);
-    return parts.join(u' ');
-}
-
 } // namespace
 
 bool BuildEngine::buildElement(ProjectElement *element, const QString &configuration,
                                Builder &builder, Idler &idler, uint flags)
 {
     idler.idle(0);
+    if (!loadGenericOptions(element, configuration, builder))
+        return false;
     const BuildKind kind = kindOf(element, configuration);
     if (kind == BuildKind::Excluded)
         return false;
@@ -123,7 +119,7 @@ bool BuildEngine::buildUnityFolder(ProjectElement *folder, const QString &config
     const QString unityFile = unityFileName(folder, configuration);
     if (flags & BuildFlag::RemoveOutputs)
         removeFile(unityFile, builder, flags & BuildFlag::Quiet);
-    if (!(flags & BuildFlag::NoExecute)) {
+    if (!(flags & BuildFlag::NoExecute) && builder.makesFiles()) {
         const QFileInfo info(unityFile);
         const QFileInfo solutionFile(m_system.solutionPath().text());
         if (!info.exists() || info.lastModified() < solutionFile.lastModified() || forced) {
@@ -203,30 +199,19 @@ bool BuildEngine::buildCompile(StepContext &step)
         input = preOutput;
     if (m_state.failed || m_state.stopped)
         return true;
-    const QString name = step.element->elementName();
-    QString title = step.kind == BuildKind::Assemble ? QStringLiteral("Assembling %1").arg(name)
-                                                     : QStringLiteral("Compiling %1").arg(name);
-    if (unity)
-        title = QStringLiteral("Compiling folder %1 in unity mode as %2")
-                    .arg(name, QFileInfo(input).fileName());
-    QStringList arguments;
     if (isExternallyBuilt(m_system, StandardProjectSystem::projectOf(step.element),
                           step.configuration)) {
         static constexpr ProjectProperty commands[] = {ProjectProperty::ExternalCCompileCommand,
                                                        ProjectProperty::ExternalCppCompileCommand,
                                                        ProjectProperty::ExternalAssembleCommand};
-        const ProjectProperty command = commands[int(step.kind) - int(BuildKind::CCompile)];
-        arguments = splitCommandLine(expanded(step.element, command, step.configuration,
-                                              toolMacros(step, output)));
+        runExternalTool(step, compileRequest(step, input, output, true),
+                        commands[int(step.kind) - int(BuildKind::CCompile)], QString());
     } else {
-        arguments = compileArguments(step, input, output,
-                                     !step.has(BuildFlag::NoDependencyFile));
+        runToolStep(step,
+                    compileRequest(step, input, output, !step.has(BuildFlag::NoDependencyFile)));
     }
     if (m_state.failed)
         return true;
-    step.builder.beginStep(step.element, title, step.configuration, 1);
-    step.builder.runCommand(step.directory, arguments, output);
-    step.builder.endStep(step.element, step.configuration);
     if (step.kind != BuildKind::Assemble
         && isYes(value(step.element, ProjectProperty::AnalyzeAfterCompile, step.configuration)))
         runAnalyzer(step);
@@ -263,141 +248,53 @@ bool BuildEngine::runCommandSteps(StepContext &step, ProjectProperty commandProp
     return true;
 }
 
-QStringList BuildEngine::compileArguments(StepContext &step, const QString &input,
-                                          const QString &output, bool withDependencyFile)
+CompileRequest BuildEngine::compileRequest(StepContext &step, const QString &input,
+                                           const QString &output, bool withDependencyFile) const
 {
-    const ProjectElement *element = step.element;
-    const QString &configuration = step.configuration;
-    auto yes = [&](ProjectProperty property) {
-        return isYes(value(element, property, configuration));
-    };
-    auto list = [&](ProjectProperty property) {
-        return splitOptions(expanded(element, property, configuration));
-    };
-    QStringList arguments = frontEndHead(step);
-    static const char *const languages[] = {"-xc", "-xc++", "-xasm"};
-    arguments << QStringLiteral("-c")
-              << QLatin1String(languages[int(step.kind) - int(BuildKind::CCompile)]) << input;
-    if (step.kind == BuildKind::CppCompile) {
-        if (yes(ProjectProperty::CppEnableExceptions))
-            arguments.append(QStringLiteral("-exceptions"));
-        if (yes(ProjectProperty::CppEnableRtti))
-            arguments.append(QStringLiteral("-rtti"));
-    }
-    if (yes(ProjectProperty::BuildDebugInformation))
-        arguments.append(QStringLiteral("-g"));
-    for (const ProjectProperty property : {ProjectProperty::CUserIncludeDirectories,
-                                           ProjectProperty::CSystemIncludeDirectories})
-        for (const QString &directory : list(property))
-            arguments.append(QStringLiteral("-I") + directory);
-    for (const QString &definition : list(ProjectProperty::CPreprocessorDefinitions))
-        arguments.append(QStringLiteral("-D") + definition);
-    for (const QString &name : list(ProjectProperty::CPreprocessorUndefinitions))
-        arguments.append(QStringLiteral("-U") + name);
+    CompileRequest request;
+    request.element = step.element;
+    request.configuration = step.configuration;
+    request.kind = ToolKind(int(step.kind));
+    request.inputs = {input};
+    request.output = output;
     if (withDependencyFile)
-        arguments << QStringLiteral("-depend") << dependencyFileName(element, configuration, true);
-    static constexpr std::pair<ProjectProperty, const char *> sections[] = {
-        {ProjectProperty::DefaultCodeSection, "-Rc,"},
-        {ProjectProperty::DefaultDataSection, "-Rd,"},
-        {ProjectProperty::DefaultZeroedSection, "-Rz,"},
-        {ProjectProperty::DefaultConstSection, "-Rk,"}};
-    for (const auto &[property, option] : sections) {
-        const QString name = value(element, property, configuration);
-        if (name != m_system.propertyClass(property)->defaultValue)
-            arguments.append(QLatin1String(option) + name);
-    }
-    using P = ProjectProperty;
-    const bool assembly = step.kind == BuildKind::Assemble;
-    const QString prefix = assembly ? QStringLiteral("-Wa,") : QStringLiteral("-Wc,");
-    const std::vector<std::pair<P, P>> options =
-        assembly ? std::vector<std::pair<P, P>>{{P::AsmAdditionalOptions,
-                                                 P::AsmAdditionalOptionsFromFile}}
-        : step.kind == BuildKind::CppCompile
-            ? std::vector<std::pair<P, P>>{{P::CAdditionalOptions, P::CAdditionalOptionsFromFile},
-                                           {P::CppOnlyAdditionalOptions,
-                                            P::CppOnlyAdditionalOptionsFromFile}}
-            : std::vector<std::pair<P, P>>{{P::CAdditionalOptions, P::CAdditionalOptionsFromFile},
-                                           {P::COnlyAdditionalOptions,
-                                            P::COnlyAdditionalOptionsFromFile}};
-    for (const auto &[plain, fromFile] : options) {
-        for (const QString &option : list(plain))
-            arguments.append(prefix + option);
-        if (!appendOptionsFrom(step, fromFile, prefix, arguments))
-            return {};
-    }
-    arguments << QStringLiteral("-o") << output;
-    return arguments;
+        request.dependencyFile = dependencyFileName(step.element, step.configuration, true);
+    return request;
 }
 
-QStringList BuildEngine::frontEndHead(StepContext &step)
+bool BuildEngine::loadGenericOptions(ProjectElement *element, const QString &configuration,
+                                     Builder &builder)
 {
-    auto yes = [&](ProjectProperty property) {
-        return isYes(value(step.element, property, step.configuration));
-    };
-    QStringList arguments{
-        m_system.expand(step.element, step.configuration, QStringLiteral("$(VarnelDir)/bin/cc"))};
-    if (!yes(ProjectProperty::BuildQuietly))
-        arguments.append(QStringLiteral("-v"));
-    if (yes(ProjectProperty::BuildTreatWarningsAsErrors))
-        arguments.append(QStringLiteral("-we"));
-    if (yes(ProjectProperty::BuildSuppressWarnings))
-        arguments.append(QStringLiteral("-w"));
-    return arguments;
-}
-
-bool BuildEngine::appendOptionsFrom(StepContext &step, ProjectProperty property,
-                                    const QString &prefix, QStringList &arguments)
-{
-    const QString file = expanded(step.element, property, step.configuration);
-    if (file.isEmpty())
+    QString error;
+    if (m_generic->load(element, configuration, &error))
         return true;
-    const QString path = inDirectory(step.directory, file);
-    QStringList lines;
-    if (!readOptionsFile(path, lines)) {
-        step.builder.addError(QStringLiteral("Cannot load options file: %1").arg(path));
-        m_state.failed = true;
-        return false;
-    }
-    for (const QString &line : std::as_const(lines))
-        arguments.append(prefix + line);
-    return true;
+    builder.addError(error);
+    m_state.failed = true;
+    return false;
 }
 
-MacroTable BuildEngine::toolMacros(StepContext &step, const QString &output)
+bool BuildEngine::failStep(StepContext &step, const QStringList &errors)
 {
-    const ProjectElement *element = step.element;
-    const QString &configuration = step.configuration;
-    auto list = [&](ProjectProperty property) {
-        return splitOptions(expanded(element, property, configuration));
-    };
-    const QDir directory(step.directory);
-    MacroTable macros;
-    macros.insert(QStringLiteral("TargetPath"), output);
-    macros.insert(QStringLiteral("RelTargetPath"), directory.relativeFilePath(output));
-    if (isCompileKind(step.kind)) {
-        const QString dependencies = dependencyFileName(element, configuration, true);
-        macros.insert(QStringLiteral("DependencyPath"), dependencies);
-        macros.insert(QStringLiteral("RelDependencyPath"),
-                      directory.relativeFilePath(dependencies));
-    }
-    macros.insert(QStringLiteral("Defines"),
-                  prefixedJoin(QStringLiteral("-D"), list(ProjectProperty::CPreprocessorDefinitions)));
-    macros.insert(QStringLiteral("Undefines"),
-                  prefixedJoin(QStringLiteral("-U"),
-                               list(ProjectProperty::CPreprocessorUndefinitions)));
-    macros.insert(QStringLiteral("Includes"),
-                  prefixedJoin(QStringLiteral("-I"),
-                               list(ProjectProperty::CUserIncludeDirectories)
-                                   + list(ProjectProperty::CSystemIncludeDirectories)));
-    static constexpr std::pair<const char *, ProjectProperty> options[] = {
-        {"COptions", ProjectProperty::CAdditionalOptions},
-        {"COnlyOptions", ProjectProperty::COnlyAdditionalOptions},
-        {"CppOnlyOptions", ProjectProperty::CppOnlyAdditionalOptions},
-        {"AsmOptions", ProjectProperty::AsmAdditionalOptions},
-        {"LinkOptions", ProjectProperty::LinkerAdditionalOptions}};
-    for (const auto &[name, property] : options)
-        macros.insert(QLatin1String(name), list(property).join(u' '));
-    return macros;
+    if (!errors.isEmpty())
+        step.builder.addError(errors.first());
+    for (qsizetype i = 1; i < errors.size(); ++i)
+        step.builder.addInformation(errors.at(i));
+    m_state.failed = true;
+    return false;
+}
+
+bool BuildEngine::runToolStep(StepContext &step, const CompileRequest &request)
+{
+    ToolStep tool;
+    QStringList errors;
+    if (!m_tools->standardStep(request, tool, errors))
+        return failStep(step, errors);
+    if (step.builder.makesFiles() && !ToolCommandLines::writeListFile(tool))
+        return failStep(step, {QStringLiteral("Cannot open file: %1").arg(tool.listFile)});
+    step.builder.beginStep(step.element, tool.title, step.configuration, 1);
+    step.builder.runCommand(tool.workingDirectory, tool.arguments, request.output);
+    step.builder.endStep(step.element, step.configuration);
+    return true;
 }
 
 bool BuildEngine::runAnalyzer(StepContext &step)
@@ -416,7 +313,10 @@ bool BuildEngine::runAnalyzer(StepContext &step)
                                          step.configuration),
                           QStringLiteral("-quiet"), source, QStringLiteral("--"),
                           QStringLiteral("-x"), cpp ? QStringLiteral("c++") : QStringLiteral("c")};
-    for (const QString &argument : compileArguments(step, source, QString(), false)) {
+    ToolStep compile;
+    QStringList ignored;   // a bad options file is reported by the compile itself
+    (void)m_tools->standardStep(compileRequest(step, source, QString(), false), compile, ignored);
+    for (const QString &argument : std::as_const(compile.arguments)) {
         if (argument.startsWith(QLatin1String("-I")) || argument.startsWith(QLatin1String("-D"))
             || argument.startsWith(QLatin1String("-U")))
             arguments.append(argument);

@@ -2,6 +2,8 @@
 #include "build/BuildEngine.h"
 #include "build/BuildThread.h"
 #include "build/CommandLine.h"
+#include "build/GenericOptions.h"
+#include "build/ToolCommands.h"
 #include "projects/StandardProjectSystem.h"
 #include <QDir>
 #include <QRegularExpression>
@@ -35,7 +37,13 @@ QStringList projectNames(const ProjectElement *solution)
 
 } // namespace
 
-BuildEngine::BuildEngine(StandardProjectSystem &system) : m_system(system) {}
+BuildEngine::BuildEngine(StandardProjectSystem &system)
+    : m_system(system), m_generic(std::make_unique<GenericOptions>(system)),
+      m_tools(std::make_unique<ToolCommandLines>(system, *m_generic))
+{
+}
+
+BuildEngine::~BuildEngine() = default;
 
 BuildKind BuildEngine::kindOf(const ProjectElement *element, const QString &configuration) const
 {
@@ -479,7 +487,8 @@ void BuildEngine::runProjectCommand(ProjectElement *project, const QString &conf
                                  configuration);
     if (directory.isEmpty())
         directory = projectDirectory(project, configuration);
-    QDir().mkpath(directory);
+    if (builder.makesFiles())
+        QDir().mkpath(directory);
     idler.idle(0);
     builder.beginStep(project, post ? QStringLiteral("Post-build command ")
                                     : QStringLiteral("Pre-build command "),

@@ -10,10 +10,15 @@
 #include <QSet>
 #include <QStringList>
 #include <ctime>
+#include <memory>
 #include <vector>
 
+class GenericOptions;
 class ProjectElement;
 class StandardProjectSystem;
+class ToolCommandLines;
+struct CompileRequest;
+struct ToolStep;
 
 // The build walker over the open solution: which items a build consists of, in which order and
 // how many at once, and for each element whether it is out of date and what runs to bring it
@@ -28,8 +33,11 @@ public:
     static constexpr int maxThreads = 128;
 
     explicit BuildEngine(StandardProjectSystem &system);
+    ~BuildEngine();
 
     [[nodiscard]] StandardProjectSystem &system() const { return m_system; }
+    // The command lines of the tool steps, with the generic options of the project walked last.
+    [[nodiscard]] ToolCommandLines &toolCommands() const { return *m_tools; }
     [[nodiscard]] BuildState &state() { return m_state; }
 
     int buildTop(ProjectElement *element, const QString &configuration, int threads,
@@ -116,21 +124,21 @@ private:
                          const QString &title, const QString &separator,
                          const MacroTable &macros, const QString &outputPath);
     bool compileUpToDate(StepContext &step, const QString &output);
-    QStringList compileArguments(StepContext &step, const QString &input, const QString &output,
-                                 bool withDependencyFile);
-    QStringList linkArguments(StepContext &step, const QString &script, const QString &output);
-    [[nodiscard]] QString printfWord(StepContext &step) const;
-    [[nodiscard]] QString scanfWord(StepContext &step) const;
-    // "$(VarnelDir)/bin/cc" and the options every line of the front end starts with.
-    QStringList frontEndHead(StepContext &step);
-    bool runToolStep(StepContext &step, const QStringList &inputs, const QString &output,
-                     const QString &title, const QString &script);
+    // Loads the generic options file the element's project names; false (reported, the build
+    // failed) when it can't be read.
+    bool loadGenericOptions(ProjectElement *element, const QString &configuration,
+                            Builder &builder);
+    // Runs a tool step as one builder step; false (reported, the build failed) when its
+    // command line or list file could not be made.
+    bool runToolStep(StepContext &step, const CompileRequest &request);
+    bool runProjectTool(StepContext &step, const CompileRequest &request);
+    bool runExternalTool(StepContext &step, const CompileRequest &request,
+                         ProjectProperty commandProperty, const QString &separator);
+    [[nodiscard]] CompileRequest compileRequest(StepContext &step, const QString &input,
+                                                const QString &output,
+                                                bool withDependencyFile) const;
+    bool failStep(StepContext &step, const QStringList &errors);
     void setReadOnly(StepContext &step, ProjectProperty property, const QString &output);
-    MacroTable toolMacros(StepContext &step, const QString &output);
-    bool writeListFile(StepContext &step, const QStringList &inputs, const QString &path,
-                       bool absolute);
-    bool appendOptionsFrom(StepContext &step, ProjectProperty property, const QString &prefix,
-                           QStringList &arguments);
     void dependentInputs(const ProjectElement *project, const QString &configuration,
                          QStringList &libraries) const;
     void runProjectCommand(ProjectElement *project, const QString &configuration,
@@ -145,6 +153,8 @@ private:
                                const QString &configuration) const;
 
     StandardProjectSystem &m_system;
+    std::unique_ptr<GenericOptions> m_generic;
+    std::unique_ptr<ToolCommandLines> m_tools;
     BuildState m_state;
     // Kinds and output names, per element and configuration, for the length of one build: the
     // walker asks for them several times per element and the tree does not change meanwhile.

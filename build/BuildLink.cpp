@@ -1,6 +1,7 @@
 // The project-level steps: link, archive, external builds, staging and combining.
 #include "build/BuildStep.h"
 #include "build/CommandLine.h"
+#include "build/ToolCommands.h"
 #include "projects/StandardProjectSystem.h"
 #include <QDir>
 #include <QFile>
@@ -25,6 +26,21 @@ QString quotedJoin(const QStringList &paths)
     for (const QString &path : paths)
         quoted.append(u'"' + path + u'"');
     return quoted.join(u' ');
+}
+
+// The request of a link or archive: objects first, then what follows them on the list.
+CompileRequest projectRequest(ProjectElement *project, const QString &configuration,
+                              ToolKind kind, QStringList objects, QStringList libraries,
+                              QString output)
+{
+    CompileRequest request;
+    request.element = project;
+    request.configuration = configuration;
+    request.kind = kind;
+    request.inputs = std::move(objects);
+    request.libraries = std::move(libraries);
+    request.output = std::move(output);
+    return request;
 }
 
 QStringList existing(const QStringList &paths)
@@ -104,27 +120,6 @@ void BuildEngine::dependentInputs(const ProjectElement *project, const QString &
     }
 }
 
-bool BuildEngine::writeListFile(StepContext &step, const QStringList &inputs, const QString &path,
-                                bool absolute)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QSaveFile file(path);
-    QByteArray text;
-    const QDir directory(step.directory);
-    for (const QString &input : inputs) {
-        const QString expandedInput = m_system.expand(step.element, step.configuration, input);
-        text += (absolute ? expandedInput : directory.relativeFilePath(expandedInput)).toUtf8()
-                + '\n';
-    }
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text) || file.write(text) != text.size()
-        || !file.commit()) {
-        step.builder.addError(QStringLiteral("Cannot open file: %1").arg(path));
-        m_state.failed = true;
-        return false;
-    }
-    return true;
-}
-
 bool BuildEngine::buildLink(StepContext &step)
 {
     ProjectElement *project = step.element;
@@ -193,9 +188,10 @@ bool BuildEngine::buildLink(StepContext &step)
                     QString(), {}, QString());
     const bool linkDependents =
         isYes(value(project, ProjectProperty::LinkDependentProjects, configuration));
-    const QStringList inputs = objects + (linkDependents ? libraries : QStringList()) + additional;
-    if (!runToolStep(step, inputs, output,
-                     QStringLiteral("Linking %1").arg(QFileInfo(output).fileName()), script))
+    if (!runProjectTool(step, projectRequest(project, configuration, ToolKind::Link, objects,
+                                             (linkDependents ? libraries : QStringList())
+                                                 + additional,
+                                             output)))
         return true;
     if (!step.builder.acceptOutput(output)) {
         for (const QString &path : QStringList{output} + outputs)
@@ -235,8 +231,8 @@ bool BuildEngine::buildArchive(StepContext &step)
         removeFile(output, step.builder, step.quiet());
     if (step.has(BuildFlag::NoExecute))
         return true;
-    if (!runToolStep(step, objects, output,
-                     QStringLiteral("Archiving %1").arg(QFileInfo(output).fileName()), QString()))
+    if (!runProjectTool(step, projectRequest(project, configuration, ToolKind::Archive, objects,
+                                             {}, output)))
         return true;
     MacroTable macros;
     macros.insert(QStringLiteral("TargetPath"), output);
@@ -250,181 +246,60 @@ bool BuildEngine::buildArchive(StepContext &step)
 
 // The link or archive command itself: the project's external command when it has one, else
 // the front end with the inputs in a list file. False when nothing could be run.
-bool BuildEngine::runToolStep(StepContext &step, const QStringList &inputs,
-                              const QString &output, const QString &title, const QString &script)
+bool BuildEngine::runProjectTool(StepContext &step, const CompileRequest &request)
 {
     ProjectElement *project = step.element;
     const QString &configuration = step.configuration;
-    const bool archive = step.kind == BuildKind::Archive;
-    ProjectProperty commandProperty =
+    const bool archive = request.kind == ToolKind::Archive;
+    ProjectProperty command =
         archive ? ProjectProperty::ExternalArchiveCommand : ProjectProperty::ExternalLinkCommand;
-    QString command = expanded(project, commandProperty, configuration);
-    if (command.isEmpty() && !archive && projectHasCpp(m_system, project, configuration)) {
-        commandProperty = ProjectProperty::ExternalCppLinkCommand;
-        command = expanded(project, commandProperty, configuration);
+    if (!archive && expanded(project, command, configuration).isEmpty()
+        && projectHasCpp(m_system, project, configuration))
+        command = ProjectProperty::ExternalCppLinkCommand;
+    if (isExternallyBuilt(m_system, project, configuration)
+        && !expanded(project, command, configuration).isEmpty())
+        return runExternalTool(step, request, command,
+                               archive ? QStringLiteral("&&") : QString());
+    return runToolStep(step, request);
+}
+
+bool BuildEngine::runExternalTool(StepContext &step, const CompileRequest &request,
+                                  ProjectProperty commandProperty, const QString &separator)
+{
+    const PropertyClass *row = m_system.propertyClass(commandProperty);
+    ToolStep tool = m_tools->externalStep(request, row);
+    const QString listName =
+        request.kind == ToolKind::Link || request.kind == ToolKind::Archive
+            ? expanded(step.element, ProjectProperty::ExternalObjectsFileName, step.configuration)
+            : QString();
+    if (!listName.isEmpty()) {
+        // Entries are relative to the project directory unless the list itself is named
+        // absolutely.
+        const bool absolute = !QDir::isRelativePath(listName);
+        const QDir directory(step.directory);
+        tool.listFile = inDirectory(step.directory, listName);
+        for (const QString &input : request.inputs + request.libraries) {
+            const QString path = m_system.expand(step.element, step.configuration, input);
+            tool.listFileLines.append(absolute ? path : directory.relativeFilePath(path));
+        }
+        if (step.builder.makesFiles() && !ToolCommandLines::writeListFile(tool))
+            return failStep(step, {QStringLiteral("Cannot open file: %1").arg(tool.listFile)});
     }
-    const QDir directory(step.directory);
-    if (!command.isEmpty() && isExternallyBuilt(m_system, project, configuration)) {
-        MacroTable macros = toolMacros(step, output);
-        const QString listName =
-            expanded(project, ProjectProperty::ExternalObjectsFileName, configuration);
-        if (!listName.isEmpty()) {
-            const QString listPath = inDirectory(step.directory, listName);
-            if (!writeListFile(step, inputs, listPath, !QDir::isRelativePath(listName)))
-                return false;
-            macros.insert(QStringLiteral("ObjectsFilePath"), listPath);
-            macros.insert(QStringLiteral("RelObjectsFilePath"), directory.relativeFilePath(listPath));
-        }
-        macros.insert(QStringLiteral("Objects"), quotedJoin(inputs));
-        const QStringList outputs = outputsOfLink(project, configuration);
-        if (!archive && isYes(value(project, ProjectProperty::LinkerMapFile, configuration))
-            && !outputs.isEmpty()) {
-            macros.insert(QStringLiteral("MapPath"), outputs.first());
-            macros.insert(QStringLiteral("RelMapPath"), directory.relativeFilePath(outputs.first()));
-        }
-        macros.insert(QStringLiteral("LinkerScriptPath"), script);
-        macros.insert(QStringLiteral("RelLinkerScriptPath"),
-                      script.isEmpty() ? QString() : directory.relativeFilePath(script));
-        const QString text = expanded(project, commandProperty, configuration, macros);
-        step.builder.beginStep(project, title, configuration, 1);
-        for (const QString &part : text.split(QStringLiteral("&&"), Qt::SkipEmptyParts)) {
-            const QStringList arguments = splitCommandLine(part.trimmed());
-            if (!arguments.isEmpty())
-                step.builder.runCommand(step.directory, arguments, output);
-        }
-        step.builder.endStep(project, configuration);
-        return true;
+    QList<QStringList> commands{tool.arguments};
+    if (!separator.isEmpty()) {
+        commands.clear();
+        const QString text = m_tools->expandCommand(step.element, row, step.configuration,
+                                                    m_tools->stepMacros(request));
+        for (const QString &part : text.split(separator, Qt::SkipEmptyParts))
+            commands.append(splitCommandLine(part.trimmed()));
     }
-    const QFileInfo outputInfo(output);
-    const QString listPath = inDirectory(
-        step.directory,
-        expanded(project, ProjectProperty::BuildIntermediateDirectory, configuration) + u'/'
-            + outputInfo.completeBaseName() + QStringLiteral(".ind"));
-    if (!writeListFile(step, inputs, listPath, true))
-        return false;
-    QStringList arguments = frontEndHead(step);
-    arguments << QStringLiteral("-inputfiles") << directory.relativeFilePath(listPath);
-    if (archive)
-        arguments << QStringLiteral("-ar");
-    else
-        arguments += linkArguments(step, script, output);
-    arguments << QStringLiteral("-o") << output;
-    if (m_state.failed)
-        return false;
-    step.builder.beginStep(project, title, configuration, 1);
-    step.builder.runCommand(step.directory, arguments, output);
-    step.builder.endStep(project, configuration);
+    step.builder.beginStep(step.element, tool.title, step.configuration, 1);
+    for (const QStringList &arguments : std::as_const(commands)) {
+        if (!arguments.isEmpty())
+            step.builder.runCommand(tool.workingDirectory, arguments, request.output);
+    }
+    step.builder.endStep(step.element, step.configuration);
     return true;
-}
-
-QStringList BuildEngine::linkArguments(StepContext &step, const QString &script,
-                                       const QString &output)
-{
-    const ProjectElement *project = step.element;
-    const QString &configuration = step.configuration;
-    auto text = [&](ProjectProperty property) { return value(project, property, configuration); };
-    auto yes = [&](ProjectProperty property) { return isYes(text(property)); };
-    const QDir directory(step.directory);
-    QStringList arguments;
-    if (yes(ProjectProperty::LinkUseLinkerScriptFile)) {
-        arguments.append(QStringLiteral("-T") + script);
-    } else {
-        const QString map = inDirectory(
-            step.directory, expanded(project, ProjectProperty::LinkerMemoryMapFile, configuration));
-        const QString mapMacros =
-            expanded(project, ProjectProperty::LinkerMemoryMapMacros, configuration);
-        if (!map.isEmpty() && QFileInfo::exists(map)) {
-            arguments << QStringLiteral("-memorymap") << directory.relativeFilePath(map);
-            if (!mapMacros.isEmpty())
-                arguments << QStringLiteral("-memorymapmacros") << mapMacros;
-        } else if (const QString segments = text(ProjectProperty::LinkerSectionPlacementsSegments);
-                   !segments.isEmpty()) {
-            arguments << QStringLiteral("-placementsegments") << segments;
-        }
-        const QString placement = inDirectory(
-            step.directory,
-            expanded(project, ProjectProperty::LinkerSectionPlacementFile, configuration));
-        if (!placement.isEmpty() && QFileInfo::exists(placement)) {
-            arguments << QStringLiteral("-placement") << directory.relativeFilePath(placement);
-            const QString macros =
-                expanded(project, ProjectProperty::LinkerSectionPlacementMacros, configuration);
-            if (!macros.isEmpty())
-                arguments << QStringLiteral("-placementmacros") << macros;
-        }
-    }
-    if (yes(ProjectProperty::CppEnableExceptions))
-        arguments.append(QStringLiteral("-exceptions"));
-    if (yes(ProjectProperty::CppEnableRtti))
-        arguments.append(QStringLiteral("-rtti"));
-    arguments.append(QStringLiteral("-printf=") + printfWord(step));
-    arguments.append(QStringLiteral("-scanf=") + scanfWord(step));
-    const QString format = text(ProjectProperty::LinkerOutputFormat);
-    if (format != QLatin1String("None") && !format.isEmpty())
-        arguments.append(QStringLiteral("-F") + format);
-    if (text(ProjectProperty::LinkIncludeStandardLibraries) == QLatin1String("No"))
-        arguments.append(QStringLiteral("-l-"));
-    if (yes(ProjectProperty::LinkerMapFile))
-        arguments.append(QStringLiteral("-M"));
-    for (const QString &symbol : text(ProjectProperty::LinkSymbolDefinitions).split(u';', Qt::SkipEmptyParts))
-        arguments.append(QStringLiteral("-d") + symbol);
-    for (const QString &symbol : text(ProjectProperty::LinkerKeepSymbols).split(u';', Qt::SkipEmptyParts))
-        arguments.append(QStringLiteral("-K") + symbol);
-    for (const QString &option :
-         splitOptions(expanded(project, ProjectProperty::LinkerAdditionalOptions, configuration)))
-        arguments.append(QStringLiteral("-Wl,") + option);
-    if (!appendOptionsFrom(step, ProjectProperty::LinkerAdditionalOptionsFromFile,
-                           QStringLiteral("-Wl,"), arguments))
-        return {};
-    const QString patch = expanded(project, ProjectProperty::LinkerPatchBuildCommand, configuration);
-    if (!patch.isEmpty())
-        arguments << QStringLiteral("-patch") << patch;
-    Q_UNUSED(output);
-    return arguments;
-}
-
-QString BuildEngine::printfWord(StepContext &step) const
-{
-    auto text = [&](ProjectProperty property) {
-        return value(step.element, property, step.configuration);
-    };
-    const QString level = text(ProjectProperty::LinkerPrintfFmtLevel);
-    const bool longLong = level == QLatin1String("long long");
-    const QString fp = text(ProjectProperty::LinkerPrintfFpEnabled);
-    QString word;
-    if (fp == QLatin1String("No")) {
-        word = longLong ? QStringLiteral("ll")
-               : level == QLatin1String("long") ? QStringLiteral("l")
-                                                : QStringLiteral("i");
-        if (isYes(text(ProjectProperty::LinkerPrintfWidthPrecisionSupported)))
-            word += u'p';
-    } else if (fp == QLatin1String("Double") || fp == QLatin1String("Yes")) {
-        word = longLong ? QStringLiteral("dll") : QStringLiteral("d");
-    } else {
-        word = longLong ? QStringLiteral("fll") : QStringLiteral("f");
-    }
-    if (isYes(text(ProjectProperty::LinkerPrintfWcharEnabled)))
-        word += u'w';
-    return word;
-}
-
-QString BuildEngine::scanfWord(StepContext &step) const
-{
-    auto text = [&](ProjectProperty property) {
-        return value(step.element, property, step.configuration);
-    };
-    // The integer size of the scan support follows the print support's level.
-    const QString level = text(ProjectProperty::LinkerPrintfFmtLevel);
-    const bool longLong = level == QLatin1String("long long");
-    QString word;
-    if (isYes(text(ProjectProperty::LinkerScanfFpEnabled)))
-        word = longLong ? QStringLiteral("dll") : QStringLiteral("d");
-    else
-        word = longLong ? QStringLiteral("ll")
-               : level == QLatin1String("long") ? QStringLiteral("l")
-                                                : QStringLiteral("i");
-    if (isYes(text(ProjectProperty::LinkerScanfCharacterGroupMatchingEnabled)))
-        word += u'c';
-    return word;
 }
 
 bool BuildEngine::buildExternalProject(StepContext &step)
@@ -500,7 +375,8 @@ bool BuildEngine::buildStage(StepContext &step)
             step.builder.addDetail(QStringLiteral("nothing to do"));
         return false;
     }
-    QDir().mkpath(QFileInfo(output).absolutePath());
+    if (step.builder.makesFiles())
+        QDir().mkpath(QFileInfo(output).absolutePath());
     runCommandSteps(step, ProjectProperty::StageCommand, ProjectProperty::StageCommandWd,
                     QStringLiteral("Copying %1").arg(step.element->elementName()),
                     QStringLiteral("&&"), macros, output);
@@ -557,7 +433,8 @@ bool BuildEngine::buildCombine(StepContext &step)
             step.builder.addDetail(QStringLiteral("nothing to do"));
         return false;
     }
-    QDir().mkpath(QFileInfo(output).absolutePath());
+    if (step.builder.makesFiles())
+        QDir().mkpath(QFileInfo(output).absolutePath());
     runCommandSteps(step, ProjectProperty::CombineCommand, ProjectProperty::CombineCommandWd,
                     QStringLiteral("Combining %1").arg(QFileInfo(output).fileName()),
                     QStringLiteral("&&"), macros, output);

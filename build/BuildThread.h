@@ -55,6 +55,7 @@ public:
     void addDetail(const QString &text) override { m_target.addDetail(text); }
     void addInformation(const QString &text) override { m_target.addInformation(text); }
     bool acceptOutput(const QString &path) override;
+    [[nodiscard]] bool makesFiles() const override { return m_target.makesFiles(); }
 
     // Idler: recorded; planning pumps no events.
     void beginGroup(ProjectElement *element, const QString &label, const QString &configuration,

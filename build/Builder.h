@@ -49,6 +49,9 @@ public:
     [[nodiscard]] virtual ToolContext *toolContext() { return nullptr; }
     // True in every builder of this system; a refusal fails the step and removes the output.
     [[nodiscard]] virtual bool acceptOutput(const QString &path) { return true; }
+    // False for a builder that only lists what would run: the walker then writes none of the
+    // files it makes for the tools (unity files, list files, directories).
+    [[nodiscard]] virtual bool makesFiles() const { return true; }
     // Makes the log group the idler holds for the element (or its nearest ancestor) current.
     virtual void adoptGroup(ProjectElement *element, const QString &configuration) {}
 };

@@ -66,6 +66,17 @@ constexpr std::pair<P, const char *> sectionOptions[] = {
     return word;
 }
 
+// A unity folder compiles as its generated file.
+[[nodiscard]] QString compileTitle(const CompileRequest &request)
+{
+    if (request.element->kind() == ProjectElement::Kind::Folder)
+        return QStringLiteral("Compiling folder %1 in unity mode as %2")
+            .arg(request.element->elementName(), QFileInfo(request.inputs.value(0)).fileName());
+    return (request.kind == ToolKind::Assemble ? QStringLiteral("Assembling ")
+                                               : QStringLiteral("Compiling "))
+        + request.element->elementName();
+}
+
 } // namespace
 
 ToolCommandLines::ToolCommandLines(StandardProjectSystem &system, GenericOptions &generic)
@@ -143,14 +154,7 @@ bool ToolCommandLines::standardStep(const CompileRequest &request, ToolStep &ste
         if (!additionalOptions(request, arguments, errors))
             return false;
         arguments << QStringLiteral("-o") << request.output;
-        if (request.element->kind() == ProjectElement::Kind::Folder)
-            step.title = QStringLiteral("Compiling folder %1 in unity mode as %2")
-                             .arg(request.element->elementName(),
-                                  QFileInfo(request.inputs.value(0)).fileName());
-        else
-            step.title = (request.kind == ToolKind::Assemble ? QStringLiteral("Assembling ")
-                                                              : QStringLiteral("Compiling "))
-                + request.element->elementName();
+        step.title = compileTitle(request);
         return true;
     case ToolKind::Archive:
         arguments << QStringLiteral("-ar") << QStringLiteral("-o") << request.output;
@@ -399,17 +403,17 @@ ToolStep ToolCommandLines::externalStep(const CompileRequest &request,
     case ToolKind::CCompile:
         m_generic.addOptions({GenericTool::Compiler, GenericTool::CCompiler}, request.element,
                              request.configuration, step.arguments);
-        step.title = QStringLiteral("Compiling ") + request.element->elementName();
+        step.title = compileTitle(request);
         break;
     case ToolKind::CppCompile:
         m_generic.addOptions({GenericTool::Compiler, GenericTool::CppCompiler}, request.element,
                              request.configuration, step.arguments);
-        step.title = QStringLiteral("Compiling ") + request.element->elementName();
+        step.title = compileTitle(request);
         break;
     case ToolKind::Assemble:
         m_generic.addOptions({GenericTool::Assembler}, request.element, request.configuration,
                              step.arguments);
-        step.title = QStringLiteral("Assembling ") + request.element->elementName();
+        step.title = compileTitle(request);
         break;
     case ToolKind::Link:
         m_generic.addOptions({GenericTool::Linker}, request.element, request.configuration,

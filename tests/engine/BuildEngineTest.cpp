@@ -378,6 +378,57 @@ TEST_F(BuildEngineTest, ExportWritesOneCdPerDirectoryAndEscapesBlanksInRules)
     EXPECT_FALSE(QFileInfo::exists(path("Output/Debug/Obj/app/main.o")));
 }
 
+TEST_F(BuildEngineTest, GenericOptionsFileReachesEveryToolLine)
+{
+    writeSources([this](const QString &name, const QByteArray &bytes) { write(name, bytes); });
+    write("chain.xml", "<generic>"
+                       "<property name=\"cpu\" tool=\"c_compiler\" prefix=\"D\" default=\"CPU=7\"/>"
+                       "<property name=\"entry\" tool=\"linker\" prefix=\"e\" default=\"start\"/>"
+                       "</generic>");
+    load("<project Name=\"app\" linker_map_file=\"No\""
+         " build_generic_options_file_name=\"chain.xml\"><file file_name=\"main.c\"/></project>");
+    EXPECT_EQ(build(), BuildEngine::Built) << m_log.toStdString();
+    const QStringList lines = calls();
+    ASSERT_EQ(lines.size(), 2) << lines.join(u'\n').toStdString();
+    EXPECT_TRUE(lines.at(0).contains(QLatin1String(" -DCPU=7 "))) << lines.at(0).toStdString();
+    EXPECT_FALSE(lines.at(0).contains(QLatin1String("-estart")));
+    EXPECT_TRUE(lines.at(1).contains(QLatin1String(" -estart "))) << lines.at(1).toStdString();
+
+    // A tool chain file that can't be read stops the build before any tool runs.
+    write("chain.xml", "<generic><property");
+    clearCalls();
+    load("<project Name=\"app\" linker_map_file=\"No\""
+         " build_generic_options_file_name=\"chain.xml\"><file file_name=\"main.c\"/></project>");
+    EXPECT_EQ(build(BuildFlag::Quiet | BuildFlag::Force), BuildEngine::Failed);
+    EXPECT_TRUE(m_log.contains(path("chain.xml"))) << m_log.toStdString();
+    EXPECT_TRUE(calls().isEmpty());
+}
+
+TEST_F(BuildEngineTest, SolutionFileRewrittenDuringBuildIsLeftAloneAndRenewsTheUnityFile)
+{
+    writeSources([this](const QString &name, const QByteArray &bytes) { write(name, bytes); });
+    write("rewrite.sh", "echo '<broken' > s.qvProject\n");
+    load("<project Name=\"lib\" project_type=\"Library\" pre_build_command=\"sh rewrite.sh\""
+         " pre_build_command_control=\"Always Run\">"
+         "<folder Name=\"u\" unity_build_file_name=\"gen/all.c\">"
+         "<file file_name=\"a.c\"/><file file_name=\"b.c\"/></folder></project>");
+    EXPECT_EQ(build(), BuildEngine::Built) << m_log.toStdString();
+    EXPECT_EQ(TestSupport::readFile(path("s.qvProject")), QByteArray("<broken\n"));
+    EXPECT_TRUE(QFileInfo::exists(path("Output/Debug/Obj/lib/all.o")));
+
+    // The build goes on from the solution in memory; a solution file newer than the unity file
+    // has it written again, and the folder's object with it.
+    const qint64 written = timeOf("gen/all.c");
+    setTime("gen/all.c", written - 100);
+    setTime("Output/Debug/Obj/lib/all.o", written - 100);
+    setTime("s.qvProject", written - 50);
+    clearCalls();
+    EXPECT_EQ(build(), BuildEngine::Built) << m_log.toStdString();
+    EXPECT_GT(timeOf("gen/all.c"), written - 50);
+    ASSERT_FALSE(calls().isEmpty());
+    EXPECT_TRUE(calls().first().contains(path("gen/all.c"))) << calls().first().toStdString();
+}
+
 TEST(BuildOperations, TableAndFlags)
 {
     const BuildOperationInfo *clean = buildOperation(2);
