@@ -114,10 +114,14 @@ QByteArray solutionFile()
            "  <file file_name=\"a.c\"/>\n"
            "  <file file_name=\"skip.c\" build_exclude_from_build=\"Yes\"/>\n"
            "  <file file_name=\"readme.txt\"/>\n"
+           "  <folder Name=\"u\" unity_build_file_name=\"gen/u.c\">"
+           "<file file_name=\"u1.c\"/><file file_name=\"u2.c\"/></folder>\n"
            " </project>\n"
            " <project Name=\"app\">\n"
            "  <configuration Name=\"Common\" project_type=\"Executable\" build_quietly=\"Yes\""
-           " c_additional_options_from_file=\"$(ProjectDir)/opts\"/>\n"
+           " c_additional_options_from_file=\"$(ProjectDir)/opts\""
+           " pre_build_command=\"mkhdr map.xml &quot;my regs.h&quot;\" pre_build_command_control=\"Always Run\""
+           " post_build_command=\"echo done &amp;&amp; rm -f stamp\"/>\n"
            "  <folder Name=\"src\"><file file_name=\"main.cpp\"/><file file_name=\"boot.s\"/></folder>\n"
            " </project>\n"
            " <project Name=\"ext\">\n"
@@ -125,6 +129,17 @@ QByteArray solutionFile()
            " external_c_compile_command=\"gcc -c $(RelInputPath) -o $(RelTargetPath)\""
            " external_link_command=\"gcc $(Objects) -o &quot;$(TargetPath)&quot;\"/>\n"
            "  <file file_name=\"x.c\"/>\n"
+           " </project>\n"
+           " <project Name=\"pack\">\n"
+           "  <configuration Name=\"Common\" project_type=\"Staging\""
+           " stage_output_filepath=\"out/$(InputFileName)\" stage_set_readonly=\"Yes\"/>\n"
+           "  <file file_name=\"notes.txt\"/>\n"
+           " </project>\n"
+           " <project Name=\"all\">\n"
+           "  <configuration Name=\"Common\" project_type=\"Combining\""
+           " combine_output_filepath=\"out/all.txt\""
+           " combine_command=\"xmlcp -cat $(CombiningRelInputPaths) $(CombiningOutputFilePath)\"/>\n"
+           "  <file file_name=\"notes.txt\"/>\n"
            " </project>\n"
            " <configuration Name=\"Debug\"/>\n"
            "</solution>\n</Tessbench_Project_File>\n";
@@ -141,7 +156,9 @@ TEST(CommandsCommand, ListsEveryStepOfSolution)
     text.replace(QFile::encodeName(dir.path()), "<dir>");
     text.replace(QFile::encodeName(QDir::cleanPath(TESS_BIN_DIR "/..")), "<install>");
     TestSupport::expectGolden(QStringLiteral(TESS_TEST_DATA "/golden/commands.txt"), text);
-    EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("Output"))));   // nothing written
+    // Nothing written: no list file, no unity file, no output directory.
+    for (const char *made : {"Output", "gen", "out"})
+        EXPECT_FALSE(QFile::exists(dir.filePath(QLatin1String(made)))) << made;
 }
 
 TEST(CommandsCommand, ReportsProblems)
