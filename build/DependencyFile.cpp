@@ -1,6 +1,10 @@
 #include "build/DependencyFile.h"
 #include <QFile>
+#include <cerrno>
 #include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -96,16 +100,34 @@ QStringList parseDependencies(QByteArrayView text)
 
 QStringList readDependencyFile(const QString &path, QString *error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    // Read once per compiled file on every build, so straight through the system calls.
+    const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
         return {};
-    if (file.size() > dependencyFileLimit) {
-        if (error)
+    struct stat info {};
+    QByteArray text;
+    const bool stated = ::fstat(descriptor, &info) == 0;
+    const bool fits = stated && info.st_size <= dependencyFileLimit;
+    if (fits) {
+        text.resize(qsizetype(info.st_size));
+        qsizetype done = 0;
+        while (done < text.size()) {
+            const ssize_t got = ::read(descriptor, text.data() + done, size_t(text.size() - done));
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got <= 0)
+                break;
+            done += got;
+        }
+        text.truncate(done);
+    }
+    ::close(descriptor);
+    if (!fits) {
+        if (error && stated)
             *error = QStringLiteral("%1: dependency file of %2 bytes is too large")
                          .arg(path)
-                         .arg(file.size());
+                         .arg(qint64(info.st_size));
         return {};
     }
-    const QByteArray text = file.readAll();
     return parseDependencies(text);
 }

@@ -22,6 +22,9 @@ constexpr qint64 drainMilliseconds = 1000;
 // Longest wait for a tool to end before events are let in (cancel comes through them).
 constexpr int waitMilliseconds = 100;
 constexpr int idleMilliseconds = 100;
+// A walk over thousands of up-to-date files calls idle once per file: the event loop runs at
+// most this often, which keeps a cancel prompt without costing the walk its time.
+constexpr int pumpMilliseconds = 10;
 
 QList<QByteArray> toBytes(const QStringList &arguments)
 {
@@ -267,7 +270,10 @@ void VarnelIdler::idle(int busyCount)
 {
     if (m_hook)
         m_hook();
+    if (m_sincePumped.isValid() && m_sincePumped.elapsed() < pumpMilliseconds)
+        return;
     QCoreApplication::processEvents(QEventLoop::AllEvents, idleMilliseconds);
+    m_sincePumped.start();
 }
 
 void VarnelIdler::idleWith(int busyCount, const std::vector<Builder *> &busyBuilders)

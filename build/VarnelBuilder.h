@@ -120,4 +120,5 @@ private:
     BuildReporter *m_reporter = nullptr;
     int m_stepsDone = 0;
     int m_stepsTotal = 0;
+    QElapsedTimer m_sincePumped;   // since the event loop last ran
 };
