@@ -3,11 +3,13 @@
 #include "script/es/ESValue.h"
 #include <QString>
 #include <QStringList>
+#include <memory>
 #include <span>
 #include <vector>
 
 class ESContext;
 struct ESObject;
+struct ESProperty;
 
 // One call of a native function: its result goes into arguments[0] (the first argument slot,
 // which exists even when no argument was passed).
@@ -96,12 +98,30 @@ public:
     QStringList searchDirectories;   // tried in order by `load`
 };
 
+// The longest text a native function builds; longer results raise RangeError "string too long"
+// before anything is allocated.
+constexpr qsizetype ESNativeMaxTextLength = qsizetype(1) << 27;
+
 class ESNativeArray : public ESNativeClass {
 public:
     ESNativeArray();
+    ~ESNativeArray() override;
     void initialise(ESContext &context) override;
+    // Reads as the default does, but finds an element's slot without scanning the vector.
+    ESValue get(ESContext &context, ESObject *object, ESAtom *atom) override;
     // Keeps "length" in step with the indices stored.
     void put(ESContext &context, ESObject *object, ESAtom *atom, ESValue value) override;
+    // The object's own slot for `atom` (an Array instance), or null.
+    ESProperty *findOwn(ESObject *object, const ESAtom *atom);
+
+    struct SlotIndex;
+
+private:
+    SlotIndex &slotIndex(ESObject *object);
+    void append(ESObject *object, SlotIndex &index, ESAtom *atom, ESValue value);
+    void truncate(ESObject *object, SlotIndex &index, double oldLength, double newLength);
+
+    std::vector<std::unique_ptr<SlotIndex>> m_indices;   // ESObject::reserved - 1 indexes this
 };
 
 class ESNativeString : public ESNativeClass {

@@ -1,7 +1,54 @@
-#include "script/es/ESContext.h"
 #include "script/es/ESNativeClass.h"
+#include "script/es/ESContext.h"
+#include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace {
+
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+// A split into more parts fails: every part is an element of 32 bytes plus its atom.
+constexpr qsizetype maxSplitParts = qsizetype(1) << 22;
+
+// The text a prototype method works on: `this` through toObject, then its text.
+QString thisText(ESNativeCall &call)
+{
+    ESContext &context = call.context;
+    ESObject *object = context.toObject(call.thisValue);
+    if (context.isString(object))
+        return object->primitive.tag == ESTag::Atom ? object->primitive.atom->text : QString();
+    return context.toESString(ESValue::fromObject(object));
+}
+
+QString argumentText(ESNativeCall &call, int index)
+{
+    return call.context.toESString(call.argument(index));
+}
+
+double integerArgument(ESNativeCall &call, int index)
+{
+    return ESContext::toInteger(call.context.toNumber(call.argument(index)));
+}
+
+// A position argument clamped to 0..length; `absent` when the argument is undefined.
+qsizetype clampedArgument(ESNativeCall &call, int index, qsizetype length, qsizetype absent)
+{
+    if (call.argument(index).isUndefined())
+        return absent;
+    return qsizetype(std::clamp(integerArgument(call, index), 0.0, double(length)));
+}
+
+void setText(ESNativeCall &call, const QString &text)
+{
+    if (text.size() > ESNativeMaxTextLength)
+        call.context.throwRangeError(QStringLiteral("string too long"));
+    call.setResult(ESValue::fromAtom(call.context.intern(text)));
+}
+
+void setNumber(ESNativeCall &call, double number)
+{
+    call.setResult(ESValue::fromNumber(number));
+}
 
 void stringCall(ESNativeCall &call)
 {
@@ -17,8 +64,216 @@ ESObject *stringConstruct(ESNativeCall &call)
                              ESValue::fromAtom(text));
 }
 
+void fromCharCode(ESNativeCall &call)
+{
+    QString text(call.argumentCount, Qt::Uninitialized);
+    for (int i = 0; i < call.argumentCount; ++i)
+        text[i] = QChar(ESContext::toUint16(call.context.toNumber(call.arguments[i])));
+    setText(call, text);
+}
+
+// toString and valueOf: the wrapped text of a String object (or of a string value).
+void wrappedText(ESNativeCall &call, const QString &message)
+{
+    ESContext &context = call.context;
+    const ESValue self = call.thisValue;
+    if (self.isString()) {
+        call.setResult(ESValue::fromAtom(context.valueToAtom(self)));
+        return;
+    }
+    if (!self.isObject() || !self.object || !context.isString(self.object))
+        context.throwTypeError(message);
+    setText(call, thisText(call));
+}
+
+void toString(ESNativeCall &call)
+{
+    wrappedText(call, QStringLiteral("String.prototype.toString called on non-String object"));
+}
+
+void valueOf(ESNativeCall &call)
+{
+    wrappedText(call, QStringLiteral("String.prototype.valueOf called on non-String object"));
+}
+
+void charAt(ESNativeCall &call)
+{
+    const QString text = thisText(call);
+    const double position = integerArgument(call, 0);
+    if (position < 0 || position >= double(text.size()))
+        setText(call, QString());
+    else
+        setText(call, QString(text.at(qsizetype(position))));
+}
+
+void charCodeAt(ESNativeCall &call)
+{
+    const QString text = thisText(call);
+    const double position = integerArgument(call, 0);
+    if (position < 0 || position >= double(text.size()))
+        setNumber(call, notANumber);
+    else
+        setNumber(call, text.at(qsizetype(position)).unicode());
+}
+
+void concat(ESNativeCall &call)
+{
+    QString text = thisText(call);
+    for (int i = 0; i < call.argumentCount; ++i) {
+        const QString part = call.context.toESString(call.arguments[i]);
+        if (text.size() + part.size() > ESNativeMaxTextLength)
+            call.context.throwRangeError(QStringLiteral("string too long"));
+        text += part;
+    }
+    setText(call, text);
+}
+
+void indexOf(ESNativeCall &call)
+{
+    const QString text = thisText(call);
+    const QString search = argumentText(call, 0);
+    const qsizetype start = clampedArgument(call, 1, text.size(), 0);
+    setNumber(call, double(text.indexOf(search, start, Qt::CaseSensitive)));
+}
+
+void lastIndexOf(ESNativeCall &call)
+{
+    const QString text = thisText(call);
+    const QString search = argumentText(call, 0);
+    const double position = call.context.toNumber(call.argument(1));
+    const qsizetype start = std::isnan(position)
+                                ? text.size()
+                                : qsizetype(std::clamp(ESContext::toInteger(position), 0.0,
+                                                       double(text.size())));
+    setNumber(call, double(text.lastIndexOf(search, start, Qt::CaseSensitive)));
+}
+
+void localeCompare(ESNativeCall &call)
+{
+    setNumber(call, double(QString::localeAwareCompare(thisText(call), argumentText(call, 0))));
+}
+
+void match(ESNativeCall &call)
+{
+    call.setResult(ESValue::undefined());
+}
+
+// Every occurrence of the plain text is replaced; the size of the result is known before it is
+// built, so a growing replacement fails before allocating.
+void replace(ESNativeCall &call)
+{
+    QString text = thisText(call);
+    const QString before = argumentText(call, 0);
+    const QString after = argumentText(call, 1);
+    const qsizetype count = before.isEmpty() ? text.size() + 1 : text.count(before);
+    const double size = double(text.size()) + double(count) * double(after.size() - before.size());
+    if (size > double(ESNativeMaxTextLength))
+        call.context.throwRangeError(QStringLiteral("string too long"));
+    setText(call, text.replace(before, after));
+}
+
+void search(ESNativeCall &call)
+{
+    setNumber(call, double(thisText(call).indexOf(argumentText(call, 0), 0, Qt::CaseSensitive)));
+}
+
+void slice(ESNativeCall &call)
+{
+    const QString text = thisText(call);
+    const double length = double(text.size());
+    const auto relative = [&](int index, double absent) {
+        if (call.argument(index).isUndefined())
+            return absent;
+        const double position = integerArgument(call, index);
+        return position < 0 ? std::max(length + position, 0.0) : std::min(position, length);
+    };
+    const double start = relative(0, 0);
+    const double end = relative(1, length);
+    setText(call, start < end ? text.mid(qsizetype(start), qsizetype(end - start)) : QString());
+}
+
+void split(ESNativeCall &call)
+{
+    ESContext &context = call.context;
+    const QString text = thisText(call);
+    const ESValue limitValue = call.argument(1);
+    const qsizetype limit = limitValue.isUndefined()
+                                ? std::numeric_limits<qsizetype>::max()
+                                : qsizetype(ESContext::toUint32(context.toNumber(limitValue)));
+    QStringList parts;
+    const auto add = [&](const QString &part) {
+        if (parts.size() >= maxSplitParts)
+            context.throwRangeError(QStringLiteral("too many parts in String.prototype.split"));
+        parts.append(part);
+    };
+    const QString separator = call.argument(0).isUndefined() ? QString() : argumentText(call, 0);
+    if (call.argument(0).isUndefined()) {
+        add(text);
+    } else if (separator.isEmpty()) {
+        for (qsizetype i = 0; i < text.size() && parts.size() < limit; ++i)
+            add(QString(text.at(i)));
+    } else {
+        qsizetype from = 0;
+        while (parts.size() < limit) {
+            const qsizetype found = text.indexOf(separator, from, Qt::CaseSensitive);
+            if (found < 0) {
+                add(text.mid(from));
+                break;
+            }
+            add(text.mid(from, found - from));
+            from = found + separator.size();
+        }
+    }
+    if (parts.size() > limit)
+        parts.resize(limit);
+    call.setResult(ESValue::fromObject(context.newArray(parts)));
+}
+
+void substring(ESNativeCall &call)
+{
+    const QString text = thisText(call);
+    const qsizetype start = clampedArgument(call, 0, text.size(), 0);
+    const qsizetype end = clampedArgument(call, 1, text.size(), text.size());
+    setText(call, text.mid(std::min(start, end), std::abs(end - start)));
+}
+
+void toLowerCase(ESNativeCall &call)
+{
+    setText(call, thisText(call).toLower());
+}
+
+void toUpperCase(ESNativeCall &call)
+{
+    setText(call, thisText(call).toUpper());
+}
+
+void trim(ESNativeCall &call)
+{
+    setText(call, thisText(call).simplified());
+}
+
 constexpr ESNativeFunctionRow rows[] = {
     {"String", 1, 0, ESNativeRowFlag::Constructor, nullptr, stringCall, stringConstruct},
+    {"fromCharCode", 0, 1, ESNativeRowFlag::Static, nullptr, fromCharCode, nullptr},
+    {"toString", 0, 2, ESNativeRowFlag::Method, nullptr, toString, nullptr},
+    {"valueOf", 0, 3, ESNativeRowFlag::Method, nullptr, valueOf, nullptr},
+    {"charAt", 1, 4, ESNativeRowFlag::Method, nullptr, charAt, nullptr},
+    {"charCodeAt", 1, 5, ESNativeRowFlag::Method, nullptr, charCodeAt, nullptr},
+    {"concat", 0, 6, ESNativeRowFlag::Method, nullptr, concat, nullptr},
+    {"indexOf", 2, 7, ESNativeRowFlag::Method, nullptr, indexOf, nullptr},
+    {"lastIndexOf", 2, 8, ESNativeRowFlag::Method, nullptr, lastIndexOf, nullptr},
+    {"localeCompare", 1, 9, ESNativeRowFlag::Method, nullptr, localeCompare, nullptr},
+    {"match", 1, 10, ESNativeRowFlag::Method, nullptr, match, nullptr},
+    {"replace", 2, 11, ESNativeRowFlag::Method, nullptr, replace, nullptr},
+    {"search", 1, 12, ESNativeRowFlag::Method, nullptr, search, nullptr},
+    {"slice", 2, 13, ESNativeRowFlag::Method, nullptr, slice, nullptr},
+    {"split", 2, 14, ESNativeRowFlag::Method, nullptr, split, nullptr},
+    {"substring", 2, 15, ESNativeRowFlag::Method, nullptr, substring, nullptr},
+    {"toLowerCase", 0, 16, ESNativeRowFlag::Method, nullptr, toLowerCase, nullptr},
+    {"toLocaleLowerCase", 0, 17, ESNativeRowFlag::Method, nullptr, toLowerCase, nullptr},
+    {"toUpperCase", 0, 18, ESNativeRowFlag::Method, nullptr, toUpperCase, nullptr},
+    {"toLocaleUpperCase", 0, 19, ESNativeRowFlag::Method, nullptr, toUpperCase, nullptr},
+    {"trim", 0, 20, ESNativeRowFlag::Method, nullptr, trim, nullptr},
 };
 
 } // namespace

@@ -47,7 +47,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, JsCommand, ::testing::Values(
                 "tess js: /nonexistent/x.js: No such file or directory\n"},
     CommandCase{"badOption", {"--frobnicate"}, 64, "",
                 "tess js: unknown option '--frobnicate'\n"
-                "usage: tess js [--max-instructions N] [--list] (-e TEXT | FILE...)\n"}),
+                "usage: tess js [--max-instructions N] [--list] [-I DIR]... (-e TEXT | FILE...)\n"}),
     [](const auto &info) { return std::string(info.param.name); });
 
 TEST(JsFiles, RunInOneContextAndReportTheFile)

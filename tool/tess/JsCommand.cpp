@@ -1,8 +1,10 @@
 // `tess js`: runs scripts in the engine from the command line, or keeps a context open as a
 // console on standard input.
+#include "foundation/Directories.h"
 #include "script/es/ESContext.h"
 #include "script/es/ESNativeClass.h"
 #include "script/es/ESParser.h"
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QStringList>
@@ -48,13 +50,26 @@ WScriptESClass::WScriptESClass()
 {
 }
 
-// A context that counts instructions and stops the run when the budget is used up.
+// $(VarnelDir)/bin: the installation directory is the one above the program's own.
+QString binDirectory()
+{
+    if (installationDirectory().isEmpty()) {
+        setInstallationDirectory(
+            QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/..")).canonicalFilePath());
+    }
+    return installationDirectory() + QStringLiteral("/bin");
+}
+
+// A context that counts instructions and stops the run when the budget is used up. load()
+// searches the programs' bin directory, as in the script system, then the -I directories.
 class CommandContext : public ESContext {
 public:
-    explicit CommandContext(qint64 budget)
+    CommandContext(qint64 budget, const QStringList &searchDirectories)
         : ESContext(budget > 0 ? ContinuePolling::On : ContinuePolling::Off), m_budget(budget)
     {
         m_wscript.initialise(*this);
+        globalClass->searchDirectories.append(binDirectory());
+        globalClass->searchDirectories.append(searchDirectories);
     }
     bool shouldContinue() override { return ++m_executed <= m_budget; }
     bool stopped() const { return m_budget > 0 && m_executed > m_budget; }
@@ -71,6 +86,7 @@ struct Options {
     QString text;   // -e
     bool hasText = false;
     QStringList files;
+    QStringList searchDirectories;   // -I
 };
 
 bool parseOptions(const QStringList &arguments, Options &options)
@@ -84,6 +100,8 @@ bool parseOptions(const QStringList &arguments, Options &options)
                 std::fprintf(stderr, "tess js: bad instruction count '%s'\n", qPrintable(arguments.at(i)));
                 return false;
             }
+        } else if (argument == QLatin1String("-I") && i + 1 < arguments.size()) {
+            options.searchDirectories.append(arguments.at(++i));
         } else if (argument == QLatin1String("--list")) {
             options.list = true;
         } else if (argument == QLatin1String("-e") && i + 1 < arguments.size()) {
@@ -146,7 +164,7 @@ void reportThrown(ESContext &context, ESValue value)
 
 int list(const Options &options)
 {
-    CommandContext context(0);
+    CommandContext context(0, options.searchDirectories);
     int status = Success;
     for (const QString &path : options.files) {
         QString text;
@@ -171,7 +189,7 @@ int list(const Options &options)
 
 int runSources(const Options &options)
 {
-    CommandContext context(options.maxInstructions);
+    CommandContext context(options.maxInstructions, options.searchDirectories);
     ESCompletion completion;
     const QStringList sources = options.hasText ? QStringList{QString()} : options.files;
     for (const QString &path : sources) {
@@ -197,7 +215,8 @@ int runSources(const Options &options)
 // One context across the lines of standard input; a fatal error starts a fresh one.
 int console(const Options &options)
 {
-    auto context = std::make_unique<CommandContext>(options.maxInstructions);
+    auto context = std::make_unique<CommandContext>(options.maxInstructions,
+                                                       options.searchDirectories);
     const bool interactive = isatty(0);
     QFile input;
     if (!input.open(stdin, QIODevice::ReadOnly))
@@ -218,7 +237,8 @@ int console(const Options &options)
                 writeText(stdout, context->toESString(completion.value) + QLatin1Char('\n'));
         } catch (const ESFatalError &error) {
             writeText(stderr, error.message + QLatin1Char('\n'));
-            context = std::make_unique<CommandContext>(options.maxInstructions);
+            context = std::make_unique<CommandContext>(options.maxInstructions,
+                                                       options.searchDirectories);
         }
         std::fflush(stdout);
     }
@@ -231,7 +251,7 @@ int jsCommand(const QStringList &arguments)
 {
     Options options;
     if (!parseOptions(arguments, options)) {
-        std::fprintf(stderr, "usage: tess js [--max-instructions N] [--list] (-e TEXT | FILE...)\n");
+        std::fprintf(stderr, "usage: tess js [--max-instructions N] [--list] [-I DIR]... (-e TEXT | FILE...)\n");
         return UsageError;
     }
     try {
