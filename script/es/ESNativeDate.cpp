@@ -172,11 +172,28 @@ QString textOf(double time, TextForm form)
     return dayText + timeText + QLatin1Char(' ') + yearText;
 }
 
+// The zone's offset from UTC over one whole UTC minute. Zones change their offset only at whole
+// minutes, so the offset found once holds for the rest of that minute; finding it reads the
+// zone database, which costs far more than reading the clock.
+struct MinuteOffset {
+    bool known = false;
+    qint64 minuteStart = 0;   // UTC milliseconds since the epoch
+    qint64 offset = 0;        // milliseconds
+};
+
 // The wall clock as it reads here, taken as if it were UTC.
 double wallClockNow()
 {
+    thread_local MinuteOffset cached;
+    const qint64 utc = QDateTime::currentMSecsSinceEpoch();
+    if (cached.known && utc >= cached.minuteStart && utc - cached.minuteStart < 60000)
+        return double(utc + cached.offset);
     const QDateTime now = QDateTime::currentDateTime();
-    return double(now.toMSecsSinceEpoch() + qint64(now.offsetFromUtc()) * 1000);
+    const qint64 nowUtc = now.toMSecsSinceEpoch();
+    cached.known = true;
+    cached.offset = qint64(now.offsetFromUtc()) * 1000;
+    cached.minuteStart = nowUtc - (nowUtc % 60000 + 60000) % 60000;
+    return double(nowUtc + cached.offset);
 }
 
 // new Date() reads the wall clock; any argument leaves the time undefined, which reads as 0.
