@@ -265,9 +265,16 @@ CompileRequest BuildEngine::compileRequest(StepContext &step, const QString &inp
 bool BuildEngine::loadGenericOptions(ProjectElement *element, const QString &configuration,
                                      Builder &builder)
 {
-    QString error;
-    if (m_generic->load(element, configuration, &error))
+    // A tool chain is a project's choice: its file is looked up once per project walked.
+    ProjectElement *project = StandardProjectSystem::projectOf(element);
+    if (!project || (project == m_genericProject && configuration == m_genericConfiguration))
         return true;
+    QString error;
+    if (m_generic->load(project, configuration, &error)) {
+        m_genericProject = project;
+        m_genericConfiguration = configuration;
+        return true;
+    }
     builder.addError(error);
     m_state.failed = true;
     return false;

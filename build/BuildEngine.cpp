@@ -59,6 +59,7 @@ void BuildEngine::clearCaches()
 {
     m_kinds.clear();
     m_outputs.clear();
+    m_genericProject = nullptr;
 }
 
 int BuildEngine::buildTop(ProjectElement *element, const QString &configuration, int threads,

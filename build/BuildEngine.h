@@ -155,6 +155,9 @@ private:
     StandardProjectSystem &m_system;
     std::unique_ptr<GenericOptions> m_generic;
     std::unique_ptr<ToolCommandLines> m_tools;
+    // The project whose generic options are loaded, for the length of one build.
+    const ProjectElement *m_genericProject = nullptr;
+    QString m_genericConfiguration;
     BuildState m_state;
     // Kinds and output names, per element and configuration, for the length of one build: the
     // walker asks for them several times per element and the tree does not change meanwhile.
