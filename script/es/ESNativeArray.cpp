@@ -19,8 +19,8 @@ namespace {
 // Whole-array walks (join, sort, reverse, concat, ...) stop with a RangeError beyond this many
 // elements, so that a length such as 4294967295 on a nearly empty array never hangs.
 constexpr double maxWalkLength = double(1 << 24);
-// Atoms of the indices a sort touches are made once, up to this count.
-constexpr std::uint32_t maxCachedSortAtoms = 1 << 20;
+// The atoms of the indices up to this count are remembered once made.
+constexpr std::uint32_t maxCachedIndexAtoms = 1 << 22;
 
 // The index a key names, or -1: the key must be the canonical decimal text of the number (so
 // "01" is no index), which is the same as being the atom of that number.
@@ -39,10 +39,25 @@ qint64 arrayIndex(const ESAtom *key)
     return index < 0x7fffffff ? index : -1;
 }
 
-void record(ESNativeArray::SlotIndex &index, std::size_t propertyCount, std::uint32_t position,
-            const ESAtom *key)
+} // namespace
+
+qint64 ESNativeArray::elementIndex(const ESAtom *key)
 {
-    const qint64 element = arrayIndex(key);
+    const std::size_t atom = std::size_t(key->index);
+    if (atom >= m_elementOfAtom.size())
+        m_elementOfAtom.resize(std::max(atom + 1, 2 * m_elementOfAtom.size()), 0);
+    std::uint32_t &known = m_elementOfAtom[atom];
+    if (known == 0) {
+        const qint64 element = arrayIndex(key);
+        known = element < 0 ? 1 : std::uint32_t(element + 2);
+    }
+    return known == 1 ? -1 : qint64(known) - 2;
+}
+
+void ESNativeArray::record(SlotIndex &index, std::size_t propertyCount, std::uint32_t position,
+                           const ESAtom *key)
+{
+    const qint64 element = elementIndex(key);
     if (element < 0) {
         index.others.push_back(position + 1);
         return;
@@ -60,10 +75,10 @@ void record(ESNativeArray::SlotIndex &index, std::size_t propertyCount, std::uin
     index.positions[k] = position + 1;
 }
 
-ESProperty *findIndexed(ESNativeArray::SlotIndex &index, ESObject *object, const ESAtom *atom)
+ESProperty *ESNativeArray::findIndexed(SlotIndex &index, ESObject *object, const ESAtom *atom)
 {
     std::vector<ESProperty> &properties = object->properties;
-    const qint64 element = arrayIndex(atom);
+    const qint64 element = elementIndex(atom);
     if (element < 0) {
         for (const std::uint32_t slot : index.others) {
             if (properties[slot - 1].key == atom)
@@ -84,8 +99,6 @@ ESProperty *findIndexed(ESNativeArray::SlotIndex &index, ESObject *object, const
     }
     return nullptr;
 }
-
-} // namespace
 
 ESNativeArray::~ESNativeArray() = default;
 
@@ -135,10 +148,33 @@ void ESNativeArray::truncate(ESObject *object, SlotIndex &index, double oldLengt
     for (ESProperty &property : properties) {
         if (!property.key)
             continue;
-        const qint64 k = arrayIndex(property.key);
+        const qint64 k = elementIndex(property.key);
         if (k >= 0 && double(k) >= newLength && double(k) < oldLength)
             property = ESProperty{};
     }
+}
+
+ESAtom *ESNativeArray::indexAtom(ESContext &context, double index)
+{
+    if (index >= double(m_indexAtoms.size())) {
+        if (index >= double(maxCachedIndexAtoms))
+            return context.valueToAtom(ESValue::fromNumber(index));
+        const std::size_t size = std::size_t(index) + 1;
+        while (m_indexAtoms.size() < size)
+            m_indexAtoms.push_back(context.valueToAtom(ESValue::fromNumber(double(m_indexAtoms.size()))));
+    }
+    return m_indexAtoms[std::size_t(index)];
+}
+
+ESObject *ESNativeArray::newArray(ESContext &context, const std::vector<ESValue> &values)
+{
+    ESObject *array = context.newObject(context.arrayPrototype, this);
+    array->properties.reserve(values.size() + 1);
+    SlotIndex &index = slotIndex(array);
+    append(array, index, context.names().length, ESValue::fromNumber(double(values.size())));
+    for (std::size_t i = 0; i < values.size(); ++i)
+        append(array, index, indexAtom(context, double(i)), values[i]);
+    return array;
 }
 
 ESValue ESNativeArray::get(ESContext &, ESObject *object, ESAtom *atom)
@@ -173,7 +209,7 @@ void ESNativeArray::put(ESContext &context, ESObject *object, ESAtom *atom, ESVa
         return;
     }
     store(atom, value);
-    const qint64 index = arrayIndex(atom);
+    const qint64 index = elementIndex(atom);
     if (index >= 0 && double(index) >= ownLength())
         store(length, ESValue::fromNumber(double(index + 1)));
 }
@@ -190,7 +226,7 @@ public:
     {
     }
 
-    ESAtom *atom(double index) const { return context.valueToAtom(ESValue::fromNumber(index)); }
+    ESAtom *atom(double index) const { return context.arrayClass->indexAtom(context, index); }
     double length() const
     {
         return ESContext::toUint32(context.toNumber(context.get(object, context.names().length)));
@@ -454,9 +490,6 @@ public:
     Sorter(const Elements &elements, ESObject *compare, std::uint32_t length)
         : m_elements(elements), m_compare(compare), m_length(length)
     {
-        m_atoms.reserve(std::min(length, maxCachedSortAtoms));
-        for (std::uint32_t i = 0; i < std::min(length, maxCachedSortAtoms); ++i)
-            m_atoms.push_back(elements.atom(double(i)));
     }
 
     void sort()
@@ -477,10 +510,7 @@ private:
         ESValue value;
     };
 
-    ESAtom *atom(std::uint32_t index) const
-    {
-        return index < m_atoms.size() ? m_atoms[index] : m_elements.atom(double(index));
-    }
+    ESAtom *atom(std::uint32_t index) const { return m_elements.atom(double(index)); }
     Slot read(std::uint32_t index) const
     {
         Slot slot;
@@ -535,7 +565,6 @@ private:
     const Elements &m_elements;
     ESObject *const m_compare;
     const std::uint32_t m_length;
-    std::vector<ESAtom *> m_atoms;
 };
 
 void sort(ESNativeCall &call)

@@ -113,15 +113,26 @@ public:
     void put(ESContext &context, ESObject *object, ESAtom *atom, ESValue value) override;
     // The object's own slot for `atom` (an Array instance), or null.
     ESProperty *findOwn(ESObject *object, const ESAtom *atom);
+    // The atom of an element index, remembered for the indices the library walks over.
+    ESAtom *indexAtom(ESContext &context, double index);
+    // A new Array of the values, built without searching for slots.
+    ESObject *newArray(ESContext &context, const std::vector<ESValue> &values);
 
     struct SlotIndex;
 
 private:
+    // The element index a key names, or -1; remembered per atom.
+    qint64 elementIndex(const ESAtom *key);
+    void record(SlotIndex &index, std::size_t propertyCount, std::uint32_t position,
+                const ESAtom *key);
+    ESProperty *findIndexed(SlotIndex &index, ESObject *object, const ESAtom *atom);
     SlotIndex &slotIndex(ESObject *object);
     void append(ESObject *object, SlotIndex &index, ESAtom *atom, ESValue value);
     void truncate(ESObject *object, SlotIndex &index, double oldLength, double newLength);
 
     std::vector<std::unique_ptr<SlotIndex>> m_indices;   // ESObject::reserved - 1 indexes this
+    std::vector<ESAtom *> m_indexAtoms;
+    std::vector<std::uint32_t> m_elementOfAtom;   // by atom index: 0 unknown, 1 none, else index + 2
 };
 
 class ESNativeString : public ESNativeClass {

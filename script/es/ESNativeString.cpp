@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string_view>
+#include <unordered_map>
 
 namespace {
 
@@ -226,7 +228,23 @@ void split(ESNativeCall &call)
     }
     if (parts.size() > limit)
         parts.resize(limit);
-    call.setResult(ESValue::fromObject(context.newArray(parts)));
+    // Parts repeat in most texts: a local table spares the atom table's slower hash.
+    std::unordered_map<std::u16string_view, ESAtom *> atoms;
+    std::vector<ESValue> values;
+    values.reserve(std::size_t(parts.size()));
+    for (const QString &part : parts) {
+        const std::u16string_view key(reinterpret_cast<const char16_t *>(part.utf16()),
+                                      std::size_t(part.size()));
+        const auto found = atoms.find(key);
+        ESAtom *atom = found != atoms.end() ? found->second : context.intern(part);
+        if (found == atoms.end()) {
+            atoms.emplace(std::u16string_view(reinterpret_cast<const char16_t *>(atom->text.utf16()),
+                                              std::size_t(atom->text.size())),
+                          atom);
+        }
+        values.push_back(ESValue::fromAtom(atom));
+    }
+    call.setResult(ESValue::fromObject(context.arrayClass->newArray(context, values)));
 }
 
 void substring(ESNativeCall &call)
