@@ -164,14 +164,34 @@ void match(ESNativeCall &call)
 // built, so a growing replacement fails before allocating.
 void replace(ESNativeCall &call)
 {
-    QString text = thisText(call);
+    const QString text = thisText(call);
     const QString before = argumentText(call, 0);
     const QString after = argumentText(call, 1);
-    const qsizetype count = before.isEmpty() ? text.size() + 1 : text.count(before);
+    if (before.isEmpty()) {
+        // Empty text matches before every character and at the end.
+        const double size = double(text.size()) + double(text.size() + 1) * double(after.size());
+        if (size > double(ESNativeMaxTextLength))
+            call.context.throwRangeError(QStringLiteral("string too long"));
+        QString result = after;
+        for (const QChar c : text)
+            result += c + after;
+        setText(call, result);
+        return;
+    }
+    const qsizetype count = text.count(before);
     const double size = double(text.size()) + double(count) * double(after.size() - before.size());
     if (size > double(ESNativeMaxTextLength))
         call.context.throwRangeError(QStringLiteral("string too long"));
-    setText(call, text.replace(before, after));
+    QString result;
+    result.reserve(qsizetype(size));
+    qsizetype from = 0;
+    for (qsizetype found = text.indexOf(before); found >= 0; found = text.indexOf(before, from)) {
+        result += QStringView(text).mid(from, found - from);
+        result += after;
+        from = found + before.size();
+    }
+    result += QStringView(text).mid(from);
+    setText(call, result);
 }
 
 void search(ESNativeCall &call)
@@ -306,15 +326,18 @@ void ESNativeString::initialise(ESContext &context)
     installFunctions(context, context.stringPrototype);
 }
 
+// The String functions share the class but are no wrappers: their primitive is their name, and
+// their "length" is the argument count stored in the vector.
 ESValue ESNativeString::get(ESContext &context, ESObject *object, ESAtom *atom)
 {
-    if (atom == context.names().length && object->primitive.tag == ESTag::Atom)
+    if (atom == context.names().length && object->primitive.tag == ESTag::Atom
+        && !object->functionInfo)
         return ESValue::fromNumber(double(object->primitive.atom->text.size()));
     return defaultGet(object, atom);
 }
 
 void ESNativeString::put(ESContext &context, ESObject *object, ESAtom *atom, ESValue value)
 {
-    if (atom != context.names().length)
+    if (atom != context.names().length || object->functionInfo)
         defaultPut(object, atom, value);
 }
