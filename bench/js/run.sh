@@ -10,7 +10,7 @@ data="$root/bench/data/js"
 results="$root/bench/results"
 mkdir -p "$data" "$results"
 
-programs="fib array properties strings nbody math date"
+programs="fib array properties strings nbody math date sort text"
 for name in $programs; do
     { echo 'function out(x) { WScript.Echo(x); }'; cat "$here/programs/$name.js"; } > "$data/tess-$name.js"
     { echo 'function out(x) { print(x); }'; cat "$here/programs/$name.js"; } > "$data/other-$name.js"
