@@ -100,6 +100,17 @@ ESProperty *ESNativeArray::findIndexed(SlotIndex &index, ESObject *object, const
     return nullptr;
 }
 
+ESProperty *ESNativeArray::findElement(ESObject *object, std::uint32_t index, const ESAtom *atom)
+{
+    SlotIndex &table = slotIndex(object);
+    if (index < table.positions.size()) {
+        const std::uint32_t slot = table.positions[index];
+        if (slot && object->properties[slot - 1].key == atom)
+            return &object->properties[slot - 1];
+    }
+    return table.sparse || index >= 0x7fffffff ? findIndexed(table, object, atom) : nullptr;
+}
+
 ESNativeArray::~ESNativeArray() = default;
 
 ESNativeArray::SlotIndex &ESNativeArray::slotIndex(ESObject *object)
@@ -511,18 +522,33 @@ private:
     };
 
     ESAtom *atom(std::uint32_t index) const { return m_elements.atom(double(index)); }
+    // An Array's own elements are read and overwritten in place, the rest through get and put.
+    ESProperty *ownElement(std::uint32_t index, const ESAtom *key) const
+    {
+        ESNativeArray *const array = m_elements.array;
+        return array ? array->findElement(m_elements.object, index, key) : nullptr;
+    }
     Slot read(std::uint32_t index) const
     {
+        ESAtom *const key = atom(index);
+        if (const ESProperty *own = ownElement(index, key))
+            return Slot{true, own->value};
         Slot slot;
-        slot.present = m_elements.read(atom(index), slot.value);
+        slot.present = m_elements.read(key, slot.value);
         return slot;
     }
     void write(std::uint32_t index, const Slot &slot) const
     {
-        if (slot.present)
-            m_elements.put(atom(index), slot.value);
+        ESAtom *const key = atom(index);
+        if (!slot.present) {
+            m_elements.remove(key);
+            return;
+        }
+        ESProperty *own = ownElement(index, key);
+        if (own && !(own->flags & ESPropertyFlag::ReadOnly) && double(index) < m_elements.length())
+            own->value = slot.value;
         else
-            m_elements.remove(atom(index));
+            m_elements.put(key, slot.value);
     }
 
     // Whether `left` belongs after `right`: absent elements go to the end.

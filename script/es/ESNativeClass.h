@@ -113,6 +113,8 @@ public:
     void put(ESContext &context, ESObject *object, ESAtom *atom, ESValue value) override;
     // The object's own slot for `atom` (an Array instance), or null.
     ESProperty *findOwn(ESObject *object, const ESAtom *atom);
+    // The same for an element whose index is known: `atom` must be the atom of `index`.
+    ESProperty *findElement(ESObject *object, std::uint32_t index, const ESAtom *atom);
     // The atom of an element index, remembered for the indices the library walks over.
     ESAtom *indexAtom(ESContext &context, double index);
     // A new Array of the values, built without searching for slots.
