@@ -18,7 +18,7 @@ namespace {
 
 // Whole-array walks (join, sort, reverse, concat, ...) stop with a RangeError beyond this many
 // elements, so that a length such as 4294967295 on a nearly empty array never hangs.
-constexpr double maxWalkLength = double(1 << 24);
+constexpr double maxWalkLength = double(1 << 22);
 // The atoms of the indices up to this count are remembered once made.
 constexpr std::uint32_t maxCachedIndexAtoms = 1 << 22;
 
