@@ -1,5 +1,6 @@
 #include "script/es/ESNativeClass.h"
 #include "script/es/ESContext.h"
+#include <QCollator>
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -150,9 +151,11 @@ void lastIndexOf(ESNativeCall &call)
     setNumber(call, double(text.lastIndexOf(search, start, Qt::CaseSensitive)));
 }
 
+// The collator of the default locale; made per call, as Qt's own shared one is never released.
 void localeCompare(ESNativeCall &call)
 {
-    setNumber(call, double(QString::localeAwareCompare(thisText(call), argumentText(call, 0))));
+    const QCollator collator;
+    setNumber(call, double(collator.compare(thisText(call), argumentText(call, 0))));
 }
 
 void match(ESNativeCall &call)
