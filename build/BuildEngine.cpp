@@ -2,6 +2,7 @@
 #include "build/BuildEngine.h"
 #include "build/BuildThread.h"
 #include "build/CommandLine.h"
+#include "build/DirectoryHandles.h"
 #include "build/GenericOptions.h"
 #include "build/ToolCommands.h"
 #include "projects/StandardProjectSystem.h"
@@ -60,6 +61,7 @@ void BuildEngine::clearCaches()
     m_kinds.clear();
     m_outputs.clear();
     m_genericProject = nullptr;
+    DirectoryHandles::shared().clear();
 }
 
 int BuildEngine::buildTop(ProjectElement *element, const QString &configuration, int threads,

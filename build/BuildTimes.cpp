@@ -1,5 +1,6 @@
 // Time stamps and the names of what a build makes.
 #include "build/BuildEngine.h"
+#include "build/DirectoryHandles.h"
 #include "foundation/PropertyClass.h"
 #include "projects/StandardProjectSystem.h"
 #include <QDir>
@@ -12,7 +13,7 @@ namespace {
 bool statTime(const QString &path, std::time_t &time)
 {
     struct stat info;
-    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+    if (!DirectoryHandles::shared().stat(QFile::encodeName(path), info))
         return false;
     time = info.st_mtime;
     return true;

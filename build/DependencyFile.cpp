@@ -1,4 +1,5 @@
 #include "build/DependencyFile.h"
+#include "build/DirectoryHandles.h"
 #include <QFile>
 #include <cerrno>
 #include <cstring>
@@ -101,7 +102,7 @@ QStringList parseDependencies(QByteArrayView text)
 QStringList readDependencyFile(const QString &path, QString *error)
 {
     // Read once per compiled file on every build, so straight through the system calls.
-    const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = DirectoryHandles::shared().openForReading(QFile::encodeName(path));
     if (descriptor < 0)
         return {};
     struct stat info {};
