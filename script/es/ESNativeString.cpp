@@ -217,57 +217,68 @@ void slice(ESNativeCall &call)
     setText(call, start < end ? text.mid(qsizetype(start), qsizetype(end - start)) : QString());
 }
 
+// The atoms of the parts of one split. Parts repeat in most texts: this table, keyed by views
+// into the atoms' own texts, spares a copy and the atom table's slower hash for every repeat.
+class PartAtoms {
+public:
+    explicit PartAtoms(ESContext &context) : m_context(context) {}
+    ESAtom *atom(QStringView part)
+    {
+        const auto found = m_atoms.find(view(part));
+        if (found != m_atoms.end())
+            return found->second;
+        ESAtom *atom = m_context.intern(part.toString());
+        m_atoms.emplace(view(atom->text), atom);
+        return atom;
+    }
+
+private:
+    static std::u16string_view view(QStringView text)
+    {
+        return {reinterpret_cast<const char16_t *>(text.utf16()), std::size_t(text.size())};
+    }
+
+    ESContext &m_context;
+    std::unordered_map<std::u16string_view, ESAtom *> m_atoms;
+};
+
 void split(ESNativeCall &call)
 {
     ESContext &context = call.context;
     const QString text = thisText(call);
     const ESValue limitValue = call.argument(1);
-    const qsizetype limit = limitValue.isUndefined()
-                                ? std::numeric_limits<qsizetype>::max()
-                                : qsizetype(ESContext::toUint32(context.toNumber(limitValue)));
-    QStringList parts;
-    const auto add = [&](const QString &part) {
-        if (parts.size() >= maxSplitParts)
+    const std::size_t limit = limitValue.isUndefined()
+                                  ? std::numeric_limits<std::size_t>::max()
+                                  : std::size_t(ESContext::toUint32(context.toNumber(limitValue)));
+    PartAtoms atoms(context);
+    std::vector<ESValue> parts;
+    const auto add = [&](QStringView part) {
+        if (parts.size() >= std::size_t(maxSplitParts))
             context.throwRangeError(QStringLiteral("too many parts in String.prototype.split"));
-        parts.append(part);
+        parts.push_back(ESValue::fromAtom(atoms.atom(part)));
     };
     const QString separator = call.argument(0).isUndefined() ? QString() : argumentText(call, 0);
-    if (call.argument(0).isUndefined()) {
-        add(text);
+    const QStringView whole(text);
+    if (limit == 0) {
+        // no parts at all
+    } else if (call.argument(0).isUndefined()) {
+        add(whole);
     } else if (separator.isEmpty()) {
         for (qsizetype i = 0; i < text.size() && parts.size() < limit; ++i)
-            add(QString(text.at(i)));
+            add(whole.mid(i, 1));
     } else {
         qsizetype from = 0;
         while (parts.size() < limit) {
             const qsizetype found = text.indexOf(separator, from, Qt::CaseSensitive);
             if (found < 0) {
-                add(text.mid(from));
+                add(whole.mid(from));
                 break;
             }
-            add(text.mid(from, found - from));
+            add(whole.mid(from, found - from));
             from = found + separator.size();
         }
     }
-    if (parts.size() > limit)
-        parts.resize(limit);
-    // Parts repeat in most texts: a local table spares the atom table's slower hash.
-    std::unordered_map<std::u16string_view, ESAtom *> atoms;
-    std::vector<ESValue> values;
-    values.reserve(std::size_t(parts.size()));
-    for (const QString &part : parts) {
-        const std::u16string_view key(reinterpret_cast<const char16_t *>(part.utf16()),
-                                      std::size_t(part.size()));
-        const auto found = atoms.find(key);
-        ESAtom *atom = found != atoms.end() ? found->second : context.intern(part);
-        if (found == atoms.end()) {
-            atoms.emplace(std::u16string_view(reinterpret_cast<const char16_t *>(atom->text.utf16()),
-                                              std::size_t(atom->text.size())),
-                          atom);
-        }
-        values.push_back(ESValue::fromAtom(atom));
-    }
-    call.setResult(ESValue::fromObject(context.arrayClass->newArray(context, values)));
+    call.setResult(ESValue::fromObject(context.arrayClass->newArray(context, parts)));
 }
 
 void substring(ESNativeCall &call)
