@@ -170,6 +170,20 @@ INSTANTIATE_TEST_SUITE_P(Array, Library, ::testing::Values(
     LibraryCase{"genericPushOnObject", "var o = {}; o.push = Array.prototype.push; o.push(7); "
                 "o.length + ' ' + o[0]",
                 "1 7"},
+    LibraryCase{"sparseThenDense", "var a = []; a[5000000] = 'far'; for (var i = 0; i < 3000; i++) "
+                "a[i] = i; a[2999] + ' ' + a[5000000] + ' ' + a.length + ' ' + a[3000]",
+                "2999 far 5000001 undefined"},
+    LibraryCase{"deleteThenStoreAgain", "var a = [1, 2, 3]; delete a[1]; a[1] = 'x'; a.join()", "1,x,3"},
+    LibraryCase{"shrinkSparseArray", "var a = []; a[3000000] = 1; a[2] = 2; a.length = 3; "
+                "typeof a[3000000] + ' ' + a.length + ' ' + a[2]",
+                "undefined 3 2"},
+    LibraryCase{"elementFromPrototype", "Array.prototype[3] = 'p'; var a = [1]; a.length = 5; "
+                "a[3] + ' ' + a.join('-')",
+                "p 1---p-"},
+    LibraryCase{"otherKeysOnArray", "var a = [1]; a.name = 'n'; a['01'] = 'z'; a.name + a['01'] + a.length",
+                "nz1"},
+    LibraryCase{"literalElementsInOrder", "var a = ['a', 'b', 'c']; a[1] = 'B'; a.pop(); a + ' ' + a.length",
+                "a,B 2"},
     LibraryCase{"noUnshiftOrSplice", "typeof [].unshift + typeof [].splice", "undefinedundefined"},
     LibraryCase{"lengths", "var p = Array.prototype; p.concat.length + '' + p.join.length "
                 "+ p.pop.length + p.push.length + p.reverse.length + p.shift.length + p.slice.length "
