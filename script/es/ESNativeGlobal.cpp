@@ -7,7 +7,7 @@
 namespace {
 
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-// A script file read by load() may not be larger than this.
+// The text part of a file read by load() may not be larger than this.
 constexpr qint64 maxLoadSize = qint64(64) << 20;
 
 // eval(text): a text runs in this context with no file name; what it throws is swallowed.
@@ -75,24 +75,32 @@ void isFinite(ESNativeCall &call)
     call.setResult(ESValue::boolean(std::isfinite(call.context.toNumber(call.argument(0)))));
 }
 
+// The file's bytes up to the first NUL, read in pieces so that only the text part must fit.
+QByteArray readText(ESContext &context, QFile &file)
+{
+    constexpr qint64 piece = qint64(1) << 20;
+    QByteArray bytes;
+    for (;;) {
+        const QByteArray chunk = file.read(piece);
+        const qsizetype end = chunk.indexOf('\0');
+        bytes += end >= 0 ? chunk.left(end) : chunk;
+        if (bytes.size() > maxLoadSize) {
+            context.throwError(QStringLiteral("load: %1: script too large (limit %2 bytes)")
+                                   .arg(file.fileName())
+                                   .arg(maxLoadSize));
+        }
+        if (end >= 0 || chunk.size() < piece)
+            return bytes;
+    }
+}
+
 // One try of load(): false when the file cannot be opened.
 bool loadFile(ESContext &context, const QString &path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return false;
-    if (file.size() > maxLoadSize) {
-        context.throwError(QStringLiteral("load: %1: file too large (%2 bytes, limit %3)")
-                               .arg(path)
-                               .arg(file.size())
-                               .arg(maxLoadSize));
-    }
-    QByteArray bytes = file.read(maxLoadSize + 1);
-    if (bytes.size() > maxLoadSize)
-        context.throwError(QStringLiteral("load: %1: file too large").arg(path));
-    const qsizetype end = bytes.indexOf('\0');
-    if (end >= 0)
-        bytes.truncate(end);
+    const QByteArray bytes = readText(context, file);
     context.checkNativeStack();   // a file that loads itself ends here
     const ESCompletion completion = context.evaluate(path, QString::fromLatin1(bytes));
     if (completion.kind == ESCompletion::Thrown)
