@@ -279,13 +279,17 @@ void VarnelIdler::idle(int busyCount)
 void VarnelIdler::idleWith(int busyCount, const std::vector<Builder *> &busyBuilders)
 {
     std::vector<pollfd> descriptors;
+    bool allRunning = true;
     for (Builder *builder : busyBuilders) {
         const auto *varnel = dynamic_cast<VarnelBuilder *>(builder);
         if (varnel && varnel->exitDescriptor() >= 0)
             descriptors.push_back({varnel->exitDescriptor(), POLLIN, 0});
+        else
+            allRunning = false;
     }
-    // Sleeps until one of the running tools ends, or the time to look at their output comes.
-    if (!descriptors.empty())
+    // Sleeps until one of the running tools ends, or the time to look at their output comes;
+    // never while a slot's tool is planned but not started, or the slots would take turns.
+    if (allRunning && !descriptors.empty())
         ::poll(descriptors.data(), nfds_t(descriptors.size()), waitMilliseconds);
     idle(busyCount);
 }
