@@ -429,6 +429,21 @@ TEST_F(BuildEngineTest, SolutionFileRewrittenDuringBuildIsLeftAloneAndRenewsTheU
     EXPECT_TRUE(calls().first().contains(path("gen/all.c"))) << calls().first().toStdString();
 }
 
+TEST_F(BuildEngineTest, TwoSlotsRunTheirToolsAtTheSameTime)
+{
+    // Each tool marks its start and end; a tool that lasts long enough shows whether the
+    // second slot started before the first one ended.
+    write("install/bin/cc", QByteArray("#!/bin/sh\nhere=$(dirname \"$0\")\n"
+                                       "echo begin >> \"$here/../overlap.log\"\nsleep 0.3\n"
+                                       "echo end >> \"$here/../overlap.log\"\n")
+                                + QByteArray(frontEnd).mid(QByteArray(frontEnd).indexOf('\n') + 1));
+    writeSources([this](const QString &name, const QByteArray &bytes) { write(name, bytes); });
+    load(libraryAndProgram);
+    EXPECT_EQ(build(BuildFlag::Quiet, 2), BuildEngine::Built) << m_log.toStdString();
+    const QString log = QString::fromUtf8(TestSupport::readFile(path("install/overlap.log")));
+    EXPECT_TRUE(log.startsWith(QLatin1String("begin\nbegin\n"))) << log.toStdString();
+}
+
 TEST(BuildOperations, TableAndFlags)
 {
     const BuildOperationInfo *clean = buildOperation(2);
