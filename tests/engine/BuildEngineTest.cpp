@@ -429,19 +429,23 @@ TEST_F(BuildEngineTest, SolutionFileRewrittenDuringBuildIsLeftAloneAndRenewsTheU
     EXPECT_TRUE(calls().first().contains(path("gen/all.c"))) << calls().first().toStdString();
 }
 
-TEST_F(BuildEngineTest, TwoSlotsRunTheirToolsAtTheSameTime)
+TEST_F(BuildEngineTest, FreedSlotStartsItsNextToolWhileTheOtherRuns)
 {
-    // Each tool marks its start and end; a tool that lasts long enough shows whether the
-    // second slot started before the first one ended.
-    write("install/bin/cc", QByteArray("#!/bin/sh\nhere=$(dirname \"$0\")\n"
-                                       "echo begin >> \"$here/../overlap.log\"\nsleep 0.3\n"
-                                       "echo end >> \"$here/../overlap.log\"\n")
-                                + QByteArray(frontEnd).mid(QByteArray(frontEnd).indexOf('\n') + 1));
-    writeSources([this](const QString &name, const QByteArray &bytes) { write(name, bytes); });
-    load(libraryAndProgram);
+    // Each tool marks its start and end. The tool for a.c is short and the others long, so
+    // the slot that ran a.c must start the next file while the other slot's tool still runs.
+    write("install/bin/cc",
+          QByteArray("#!/bin/sh\nhere=$(dirname \"$0\")\n"
+                     "echo begin >> \"$here/../overlap.log\"\n"
+                     "case \"$*\" in *a.c*) sleep 0.1 ;; *) sleep 0.6 ;; esac\n"
+                     "echo end >> \"$here/../overlap.log\"\n")
+              + QByteArray(frontEnd).mid(QByteArray(frontEnd).indexOf('\n') + 1));
+    for (const char *name : {"a.c", "b.c", "c.c"})
+        write(QLatin1String(name), "int x;\n");
+    load("<project Name=\"lib\" project_type=\"Library\"><file file_name=\"a.c\"/>"
+         "<file file_name=\"b.c\"/><file file_name=\"c.c\"/></project>");
     EXPECT_EQ(build(BuildFlag::Quiet, 2), BuildEngine::Built) << m_log.toStdString();
     const QString log = QString::fromUtf8(TestSupport::readFile(path("install/overlap.log")));
-    EXPECT_TRUE(log.startsWith(QLatin1String("begin\nbegin\n"))) << log.toStdString();
+    EXPECT_TRUE(log.startsWith(QLatin1String("begin\nbegin\nend\nbegin\n"))) << log.toStdString();
 }
 
 TEST(BuildOperations, TableAndFlags)
