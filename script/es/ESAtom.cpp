@@ -1,11 +1,14 @@
 #include "script/es/ESAtom.h"
+#include <algorithm>
 
 namespace {
 
+// Left to the end of the process unless `shutdown` is called: freeing hundreds of thousands
+// of atoms one by one on the way out would take longer than many scripts run.
 std::unique_ptr<ESAtomTable> &tableSlot()
 {
-    static std::unique_ptr<ESAtomTable> table;
-    return table;
+    static auto *table = new std::unique_ptr<ESAtomTable>;
+    return *table;
 }
 
 } // namespace
@@ -40,31 +43,40 @@ void ESAtomTable::shutdown()
     tableSlot().reset();
 }
 
-std::size_t qHash(const ESAtomTable::Key &key, std::size_t seed) noexcept
+ESAtomTable::Key::Key(const QString &text) : text(text)
 {
-    const QString &text = key.text;
     const qsizetype size = text.size();
     constexpr qsizetype sampled = 64;
-    if (size <= 2 * sampled)
-        return ::qHash(text, seed);
-    std::size_t hash = ::qHash(QStringView(text).first(sampled), seed) ^ std::size_t(size);
-    hash = hash * 31 + ::qHash(QStringView(text).last(sampled), seed);
+    if (size <= 2 * sampled) {
+        hash = ::qHash(text, 0);
+        return;
+    }
+    hash = ::qHash(QStringView(text).first(sampled), 0) ^ std::size_t(size);
+    hash = hash * 31 + ::qHash(QStringView(text).last(sampled), 0);
     const qsizetype step = size / sampled;
     for (qsizetype i = 0; i < size; i += step)
         hash = hash * 31 + text.at(i).unicode();
-    return hash;
+}
+
+std::size_t qHash(const ESAtomTable::Key &key, std::size_t seed) noexcept
+{
+    return key.hash ^ seed;
 }
 
 ESAtom *ESAtomTable::atomForWholeNumber(double number)
 {
-    constexpr std::size_t remembered = 1 << 16;
+    // Element numbers of large arrays come back at every access: their atoms are remembered
+    // by number. The table only grows in step with the numbers met, so one far index does not
+    // reserve room for everything below it.
+    constexpr std::size_t remembered = std::size_t(1) << 22;
+    constexpr std::size_t growthStep = std::size_t(1) << 16;
     if (number < double(cachedNumbers))
         return m_numbers[unsigned(number)];
-    if (number >= double(remembered))
+    const std::size_t index = number < double(remembered) ? std::size_t(number) : remembered;
+    if (index >= remembered || index > 2 * m_largeNumbers.size() + growthStep)
         return intern(QString::number(qulonglong(number)));
-    const std::size_t index = std::size_t(number);
     if (m_largeNumbers.size() <= index)
-        m_largeNumbers.resize(index + 1, nullptr);
+        m_largeNumbers.resize(std::max(index + 1, m_largeNumbers.size() * 3 / 2), nullptr);
     ESAtom *&atom = m_largeNumbers[index];
     if (!atom)
         atom = intern(QString::number(qulonglong(index)));
@@ -73,12 +85,13 @@ ESAtom *ESAtomTable::atomForWholeNumber(double number)
 
 ESAtom *ESAtomTable::intern(const QString &text)
 {
-    const auto it = m_map.constFind(Key{text});
+    const Key key(text);
+    const auto it = m_map.constFind(key);
     if (it != m_map.constEnd())
         return it.value();
     m_atoms.push_back(std::make_unique<ESAtom>(int(m_atoms.size()), text));
     ESAtom *atom = m_atoms.back().get();
-    m_map.insert(Key{text}, atom);
+    m_map.insert(key, atom);
     return atom;
 }
 

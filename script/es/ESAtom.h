@@ -51,9 +51,12 @@ private:
 
     // The key of the map: long texts hash by their length and a sample of their characters,
     // so interning the growing result of a concatenation loop does not rehash every character.
+    // The hash is taken once per key: a growing table moves its keys without hashing again.
     struct Key {
+        explicit Key(const QString &text);
         QString text;
-        bool operator==(const Key &other) const { return text == other.text; }
+        std::size_t hash;
+        bool operator==(const Key &other) const { return hash == other.hash && text == other.text; }
     };
     friend std::size_t qHash(const Key &key, std::size_t seed) noexcept;
 
