@@ -139,6 +139,13 @@ private:
                                                 bool withDependencyFile) const;
     bool failStep(StepContext &step, const QStringList &errors);
     void setReadOnly(StepContext &step, ProjectProperty property, const QString &output);
+    struct CopyStepProperties {
+        ProjectProperty command;
+        ProjectProperty directory;
+        ProjectProperty readOnly;
+    };
+    bool runCopyStep(StepContext &step, const CopyStepProperties &properties,
+                     const QString &title, const MacroTable &macros, const QString &output);
     void dependentInputs(const ProjectElement *project, const QString &configuration,
                          QStringList &libraries) const;
     void runProjectCommand(ProjectElement *project, const QString &configuration,

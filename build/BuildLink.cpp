@@ -344,6 +344,27 @@ void BuildEngine::setReadOnly(StepContext &step, ProjectProperty property, const
                             QString());
 }
 
+// The command of a stage or combine step, split at "&&", then the chmod of its output. False
+// when the expanded command is empty: there is nothing to do.
+bool BuildEngine::runCopyStep(StepContext &step, const CopyStepProperties &properties,
+                              const QString &title, const MacroTable &macros,
+                              const QString &output)
+{
+    if (expanded(step.element, properties.command, step.configuration, macros)
+            .trimmed()
+            .isEmpty()) {
+        if (!step.quiet())
+            step.builder.addDetail(QStringLiteral("nothing to do"));
+        return false;
+    }
+    if (step.builder.makesFiles())
+        QDir().mkpath(QFileInfo(output).absolutePath());
+    runCommandSteps(step, properties.command, properties.directory, title, QStringLiteral("&&"),
+                    macros, output);
+    setReadOnly(step, properties.readOnly, output);
+    return true;
+}
+
 bool BuildEngine::buildStage(StepContext &step)
 {
     if (step.element->kind() == ProjectElement::Kind::Project) {
@@ -368,20 +389,10 @@ bool BuildEngine::buildStage(StepContext &step)
         return true;
     MacroTable macros;
     macros.insert(QStringLiteral("StageOutputFilePath"), output);
-    if (expanded(step.element, ProjectProperty::StageCommand, step.configuration, macros)
-            .trimmed()
-            .isEmpty()) {
-        if (!step.quiet())
-            step.builder.addDetail(QStringLiteral("nothing to do"));
-        return false;
-    }
-    if (step.builder.makesFiles())
-        QDir().mkpath(QFileInfo(output).absolutePath());
-    runCommandSteps(step, ProjectProperty::StageCommand, ProjectProperty::StageCommandWd,
-                    QStringLiteral("Copying %1").arg(step.element->elementName()),
-                    QStringLiteral("&&"), macros, output);
-    setReadOnly(step, ProjectProperty::StageSetReadonly, output);
-    return true;
+    return runCopyStep(step, {ProjectProperty::StageCommand, ProjectProperty::StageCommandWd,
+                              ProjectProperty::StageSetReadonly},
+                       QStringLiteral("Copying %1").arg(step.element->elementName()), macros,
+                       output);
 }
 
 void BuildEngine::collectInputs(const ProjectElement *element, const QString &configuration,
@@ -426,18 +437,8 @@ bool BuildEngine::buildCombine(StepContext &step)
     MacroTable macros;
     macros.insert(QStringLiteral("CombiningOutputFilePath"), output);
     macros.insert(QStringLiteral("CombiningRelInputPaths"), quotedJoin(relative));
-    if (expanded(step.element, ProjectProperty::CombineCommand, step.configuration, macros)
-            .trimmed()
-            .isEmpty()) {
-        if (!step.quiet())
-            step.builder.addDetail(QStringLiteral("nothing to do"));
-        return false;
-    }
-    if (step.builder.makesFiles())
-        QDir().mkpath(QFileInfo(output).absolutePath());
-    runCommandSteps(step, ProjectProperty::CombineCommand, ProjectProperty::CombineCommandWd,
-                    QStringLiteral("Combining %1").arg(QFileInfo(output).fileName()),
-                    QStringLiteral("&&"), macros, output);
-    setReadOnly(step, ProjectProperty::CombineSetReadonly, output);
-    return true;
+    return runCopyStep(step, {ProjectProperty::CombineCommand, ProjectProperty::CombineCommandWd,
+                              ProjectProperty::CombineSetReadonly},
+                       QStringLiteral("Combining %1").arg(QFileInfo(output).fileName()), macros,
+                       output);
 }
