@@ -11,25 +11,24 @@ function(tess_library target)
 endfunction()
 
 # tess_tests(LIBS <libs>...)
-# Every *Test.cpp of the calling folder becomes its own test program, so one broken file does
-# not stop the others from building. Each links GoogleTest, tests/support and <libs>.
+# Every *Test.cpp of the calling folder goes into one test program per area (<area>_tests), so
+# the suite links a handful of programs rather than one per file. Each links GoogleTest,
+# tests/support and <libs>.
 function(tess_tests)
     cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
     file(GLOB tests CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*Test.cpp")
     get_filename_component(area "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
-    foreach(test_source ${tests})
-        get_filename_component(name "${test_source}" NAME_WE)
-        set(target "${area}_${name}")
-        add_executable(${target} ${test_source})
-        target_link_libraries(${target} PRIVATE tess_test_support ${ARG_LIBS} GTest::gtest GTest::gtest_main)
-        set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
-        target_compile_definitions(${target} PRIVATE
-            TESS_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
-            TESS_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}"
-            TESS_BIN_DIR="${TESS_INSTALL_DIR}/bin")
-        gtest_discover_tests(${target} WORKING_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}"
-                             DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
-    endforeach()
+    set(target "${area}_tests")
+    add_executable(${target} ${tests})
+    target_link_libraries(${target} PRIVATE tess_test_support ${ARG_LIBS} GTest::gtest GTest::gtest_main)
+    target_precompile_headers(${target} PRIVATE <gtest/gtest.h> <QString> <QStringList> <QByteArray>)
+    set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+    target_compile_definitions(${target} PRIVATE
+        TESS_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
+        TESS_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}"
+        TESS_BIN_DIR="${TESS_INSTALL_DIR}/bin")
+    gtest_discover_tests(${target} WORKING_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}"
+                         DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES PROPERTIES TIMEOUT 300)
 endfunction()
 
 # tess_fuzzer(<name> <source> LIBS <libs>...)
@@ -40,4 +39,5 @@ function(tess_fuzzer name source)
     target_link_options(${name} PRIVATE -fsanitize=fuzzer)
     target_link_libraries(${name} PRIVATE ${ARG_LIBS})
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/fuzz")
+    set_property(GLOBAL APPEND PROPERTY TESS_FUZZ_TARGETS ${name})
 endfunction()

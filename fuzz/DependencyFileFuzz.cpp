@@ -1,4 +1,4 @@
-#include "build/DependencyFile.h"
+#include "buildengine/DependencyFile.h"
 #include <cstdint>
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
-#include "build/DiagnosticParser.h"
-#include "build/OutputLines.h"
+#include "buildengine/DiagnosticParser.h"
+#include "buildengine/OutputLines.h"
 #include <QByteArray>
 #include <cstdint>
 #include <cstdlib>

@@ -11,8 +11,8 @@ bin=$(cd "${1:?usage: run.sh BIN_DIR [COUNT...]}" && pwd)
 shift
 counts=${*:-2000 10000}
 here=$(cd "$(dirname "$0")" && pwd)
-data="$here/../data/build"
-results="$here/../results"
+data="$(dirname "$bin")/bench/data/build"
+results="$(dirname "$bin")/bench/results"
 mkdir -p "$data" "$results"
 command -v ninja >/dev/null || { echo "ninja is not installed"; exit 1; }
 

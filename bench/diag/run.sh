@@ -3,17 +3,17 @@
 #  1. `tess diag` over 1,000,000 lines of compiler output, against grep picking the marked lines;
 #  2. `tess deps` over 10,000 dependency files of 50 names each, against cat of the same files.
 set -eu
-bin=$(cd "${1:-build/bin}" && pwd)
+bin=$(cd "${1:-out/bin}" && pwd)
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
-data="$root/bench/data/diag"
-results="$root/bench/results"
+data="$(dirname "$bin")/bench/data/diag"
+results="$(dirname "$bin")/bench/results"
 mkdir -p "$data" "$results"
 
 # Outputs go to files: grep stops at its first match when it writes to /dev/null.
 
 # Compiler output: the captured real lines, over and over, with varied paths and numbers.
-[ -s "$data/gcc-1m.txt" ] || python3 "$here/generate.py" output "$data/gcc-1m.txt" "$root"/tests/build/data/gcc-*.txt
+[ -s "$data/gcc-1m.txt" ] || python3 "$here/generate.py" output "$data/gcc-1m.txt" "$root"/tests/buildengine/data/gcc-*.txt
 # Dependency files as a compiler writes them: a rule line, then one name a continuation line.
 [ -s "$data/deps/9999.d" ] || python3 "$here/generate.py" deps "$data/deps"
 

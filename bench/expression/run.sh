@@ -4,10 +4,10 @@
 # often in one process. Prints the hyperfine medians, their ratio, and each side's time per
 # evaluation as measured inside the process.
 set -eu
-bin=$(cd "${1:-build/bin}" && pwd)
+bin=$(cd "${1:-out/bin}" && pwd)
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
-results="$root/bench/results"
+results="$(dirname "$bin")/bench/results"
 mkdir -p "$results"
 count=20000
 expressions=('"Release" == "Debug"' '(3 + 4) * 2 > 10' '0x10 + 7 * 3 - (100 / 4) <= 64' '42 < 50000')

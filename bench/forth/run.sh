@@ -3,10 +3,10 @@
 # a nested DO LOOP of 10^7 steps, recursive fib(27) with RECURSE, and 10^6 calls of a colon
 # definition. Prints the medians and our time over the anchor's.
 set -eu
-bin=$(cd "${1:-build/bin}" && pwd)
+bin=$(cd "${1:-out/bin}" && pwd)
 here=$(cd "$(dirname "$0")" && pwd)
-data="$here/../data/forth"
-results="$here/../results"
+data="$(dirname "$bin")/bench/data/forth"
+results="$(dirname "$bin")/bench/results"
 mkdir -p "$data" "$results"
 command -v gforth >/dev/null || { echo "gforth is not installed"; exit 1; }
 

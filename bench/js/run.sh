@@ -3,11 +3,11 @@
 # recursive calls, array fill and sum, property reads and writes, string building, n-body.
 # Each program gets a one-line prelude that maps out() to the engine's way of printing.
 set -eu
-bin=$(cd "${1:-build/bin}" && pwd)
+bin=$(cd "${1:-out/bin}" && pwd)
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
-data="$root/bench/data/js"
-results="$root/bench/results"
+data="$(dirname "$bin")/bench/data/js"
+results="$(dirname "$bin")/bench/results"
 mkdir -p "$data" "$results"
 
 programs="fib array properties strings nbody math date sort text"

@@ -2,11 +2,11 @@
 # Loading a solution of 10,000 files and expanding every file's object name in two
 # configurations, against ninja listing the commands of the equivalent 10,000 compile edges.
 set -eu
-bin=$(cd "${1:-build/bin}" && pwd)
+bin=$(cd "${1:-out/bin}" && pwd)
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
-data="$root/bench/data/solution"
-results="$root/bench/results"
+data="$(dirname "$bin")/bench/data/solution"
+results="$(dirname "$bin")/bench/results"
 mkdir -p "$data" "$results"
 python3 "$here/generate.py" "$data"
 cd "$data"

@@ -2,10 +2,10 @@
 # XML load and save: xmlcp against xmllint --format on the same inputs, in one hyperfine run
 # per input; then xmlcp's peak memory against the input size, and the for/define workload.
 set -eu
-bin=$(cd "${1:-build/bin}" && pwd)
+bin=$(cd "${1:-out/bin}" && pwd)
 here=$(cd "$(dirname "$0")" && pwd)
-data="$here/../data/xml"
-results="$here/../results"
+data="$(dirname "$bin")/bench/data/xml"
+results="$(dirname "$bin")/bench/results"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 mkdir -p "$data" "$results"

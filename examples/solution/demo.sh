@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Shows the example solution: its tree, then where a few property values come from.
 set -eu
-bin=$(cd "${1:-build/bin}" && pwd)
+bin=$(cd "${1:-out/bin}" && pwd)
 here=$(cd "$(dirname "$0")" && pwd)
 tess="$bin/tess"
 solution="$here/Blinky.qvProject"

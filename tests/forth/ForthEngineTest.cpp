@@ -48,7 +48,11 @@ TEST_P(ForthThrowCodes, CarryTheirText)
 INSTANTIATE_TEST_SUITE_P(Table, ForthThrowCodes, ::testing::Values(
     CodeCase{-1, "abort thrown"}, CodeCase{-3, "stack underflow"}, CodeCase{-4, "stack overflow"},
     CodeCase{-30, "olsolescent feature"}, CodeCase{-270, "sealed definition"},
-    CodeCase{-8, ""}, CodeCase{-271, "-271 THROW undefined"}, CodeCase{1, "1 THROW undefined"}));
+    CodeCase{-8, ""}, CodeCase{-271, "-271 THROW undefined"}, CodeCase{1, "1 THROW undefined"}),
+    [](const auto &info) {
+        const int code = info.param.code;
+        return (code < 0 ? "minus" : "plus") + std::to_string(code < 0 ? -code : code);
+    });
 
 TEST(ForthEngine, ResetsStacksAndStateAfterAnError)
 {

@@ -1,10 +1,10 @@
 // tess build: builds a solution or one of its projects from the command line and prints the
 // build log as it goes.
-#include "build/BuildEngine.h"
-#include "build/BuildLog.h"
-#include "build/BuildOperation.h"
-#include "build/ExportBuilder.h"
-#include "build/VarnelBuilder.h"
+#include "buildengine/BuildEngine.h"
+#include "buildengine/BuildLog.h"
+#include "buildengine/BuildOperation.h"
+#include "buildengine/ExportBuilder.h"
+#include "buildengine/VarnelBuilder.h"
 #include "foundation/Directories.h"
 #include "foundation/HException.h"
 #include "foundation/PropertyClass.h"

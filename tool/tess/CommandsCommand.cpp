@@ -1,5 +1,5 @@
-#include "build/BuildEngine.h"
-#include "build/CommandLine.h"
+#include "buildengine/BuildEngine.h"
+#include "buildengine/CommandLine.h"
 #include "foundation/Directories.h"
 #include "foundation/HException.h"
 #include "projects/StandardProjectSystem.h"

@@ -1,4 +1,4 @@
-#include "build/DiagnosticParser.h"
+#include "buildengine/DiagnosticParser.h"
 #include <QByteArray>
 #include <QStringList>
 #include <charconv>

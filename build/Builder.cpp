@@ -1,5 +1,0 @@
-#include "build/Builder.h"
-
-ToolContext::~ToolContext() = default;
-Builder::~Builder() = default;
-Idler::~Idler() = default;

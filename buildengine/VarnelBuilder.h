@@ -1,0 +1,124 @@
+#pragma once
+#include "buildengine/Builder.h"
+#include "buildengine/OutputLines.h"
+#include "buildengine/Process.h"
+#include <QElapsedTimer>
+#include <QHash>
+#include <QPair>
+#include <functional>
+#include <memory>
+#include <vector>
+
+class BuildLog;
+class BuildLogItem;
+class DiagnosticParser;
+class VarnelIdler;
+
+// Follows a build as it happens, for a front end that shows it as text.
+class BuildReporter {
+public:
+    virtual ~BuildReporter();
+    // `project` is the group of the project the builder works for (null: none).
+    virtual void stepBegun(const BuildLogItem *project, const QString &title, int done,
+                           int total) = 0;
+    // A message or a line of tool output, as it was added to the log.
+    virtual void itemAdded(const BuildLogItem *project, const BuildLogItem &item) = 0;
+};
+
+// The builder of a real build: one child process at a time, its output split into lines, each
+// through the diagnostic parser into the build log, inside the log group of the current step.
+class VarnelBuilder : public Builder, private Process {
+public:
+    VarnelBuilder(BuildLog &log, VarnelIdler &idler, BuildState &state);
+    ~VarnelBuilder() override;
+
+    void setShowCommandLines(bool show) { m_showCommandLines = show; }
+    void setInstallationDirectory(const QString &directory) { m_installation = directory; }
+
+    void reset() override;
+    void beginStep(ProjectElement *element, const QString &title, const QString &configuration,
+                   int count) override;
+    void endStep(ProjectElement *element, const QString &configuration) override;
+    bool runCommand(const QString &workingDirectory, const QStringList &arguments,
+                    const QString &outputPath) override;
+    bool startCommand(const QString &workingDirectory, const QStringList &arguments,
+                      const QString &outputPath) override;
+    bool finishCommand(ProjectElement *element, const QString &outputPath) override;
+    void addError(const QString &text) override;
+    void addWarning(const QString &text) override;
+    void addNote(const QString &text) override;
+    void addDetail(const QString &text) override;
+    void addInformation(const QString &text) override;
+    void closeGroups() override;
+    void adoptGroup(ProjectElement *element, const QString &configuration) override;
+
+    // Hands what the running tool wrote so far to the log; false when no tool runs.
+    bool pollIdle();
+    // Marks the builder terminated and sends the running tool SIGHUP.
+    void terminate();
+    [[nodiscard]] bool busy() const { return running(); }
+    // Readable once the running tool has ended; -1 when none runs.
+    [[nodiscard]] int exitDescriptor() const { return m_pidDescriptor; }
+
+private:
+    void processOutput(bool isError, const QByteArray &bytes) override;
+    void outputLine(const QString &line);
+    void add(const QString &text, int type);
+    [[nodiscard]] BuildLogItem *group() const;
+    void commandEnded(const QString &outputPath);
+    void removeFailedOutput(const QString &outputPath);
+
+    BuildLog &m_log;
+    VarnelIdler &m_idler;
+    BuildState &m_state;
+    std::unique_ptr<DiagnosticParser> m_parser;
+    OutputLines m_stdoutLines;
+    OutputLines m_stderrLines;
+    BuildLogItem *m_base = nullptr;          // the adopted group; null: the log's root
+    std::vector<BuildLogItem *> m_groups;    // steps opened since, innermost last
+    QString m_workingDirectory;              // of the running tool, for relative diagnostics
+    QString m_runningOutput;
+    QString m_installation;
+    int m_pidDescriptor = -1;
+    QElapsedTimer m_sincePoll;
+    bool m_showCommandLines = false;
+    bool m_killed = false;
+};
+
+// The idler of a real build: keeps a log group per open project, waits for running tools and
+// lets events in, and counts steps for the progress display.
+class VarnelIdler : public Idler {
+public:
+    explicit VarnelIdler(BuildLog &log);
+
+    // Called on every idle, before events are processed: where a front end checks for cancel.
+    void setIdleHook(std::function<void()> hook) { m_hook = std::move(hook); }
+    void setReporter(BuildReporter *reporter) { m_reporter = reporter; }
+    [[nodiscard]] BuildReporter *reporter() const { return m_reporter; }
+    [[nodiscard]] BuildLogItem *groupOf(const ProjectElement *element,
+                                        const QString &configuration) const;
+    [[nodiscard]] int stepsDone() const { return m_stepsDone; }
+    [[nodiscard]] int stepsTotal() const { return m_stepsTotal; }
+
+    void idle(int busyCount) override;
+    void beginGroup(ProjectElement *element, const QString &label, const QString &configuration,
+                    int stepCount) override;
+    void step(ProjectElement *element, const QString &configuration) override;
+    void endGroup(ProjectElement *element, const QString &configuration) override;
+    void finished() override;
+    void idleWith(int busyCount, const std::vector<Builder *> &busyBuilders) override;
+
+private:
+    struct OpenGroup {
+        const ProjectElement *element;
+        QString configuration;
+        BuildLogItem *item;
+    };
+    BuildLog &m_log;
+    std::vector<OpenGroup> m_groups;
+    std::function<void()> m_hook;
+    BuildReporter *m_reporter = nullptr;
+    int m_stepsDone = 0;
+    int m_stepsTotal = 0;
+    QElapsedTimer m_sincePumped;   // since the event loop last ran
+};
