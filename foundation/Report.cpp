@@ -35,3 +35,9 @@ void report(ReportChannel channel, const QString &message)
         return;
     (sink ? sink : writeToStandardError)(channel, message);
 }
+
+QString elidedSourceLine(const QString &line)
+{
+    constexpr qsizetype limit = 200;
+    return line.size() <= limit ? line : line.left(limit) + QStringLiteral("...");
+}

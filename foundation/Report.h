@@ -19,3 +19,7 @@ void setReportSink(ReportSink sink);
 
 // Passes `message` to the sink if the mask lets the channel through.
 void report(ReportChannel channel, const QString &message);
+
+// A source line quoted in a message: cut to 200 characters and "..." so that a script of one huge
+// line does not flood the console.
+[[nodiscard]] QString elidedSourceLine(const QString &line);

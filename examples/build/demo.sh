@@ -16,12 +16,12 @@ echo "== run"
 ./Output/Debug/Exe/greeter.elf
 ls Output/Debug/staged
 echo "== second build"
-"$bin/tess" build demo.qvProject -j 2 -verbose
+"$bin/tess" build demo.qvProject -j 2 --verbose
 echo "== touch add.c and build again"
 # Time stamps count in whole seconds: a file of the same second as its object is not newer.
 sleep 1
 touch src/lib/add.c
 "$bin/tess" build demo.qvProject -j 2
 echo "== export as makefile"
-"$bin/tess" build demo.qvProject -makefile demo.mak
+"$bin/tess" build demo.qvProject --makefile demo.mak
 head -n 12 demo.mak

@@ -67,16 +67,17 @@ TEST_F(TessBuild, CompileErrorFailsWithTheDiagnostic)
 
 TEST_F(TessBuild, BadArgumentsAndMissingSolution)
 {
-    EXPECT_EQ(tess({}).exitCode, 1);
-    EXPECT_EQ(tess({"s.qvProject", "-j", "zero"}).exitCode, 1);
-    EXPECT_EQ(tess({"s.qvProject", "-rebuild", "-clean"}).exitCode, 1);
+    EXPECT_EQ(tess({}).exitCode, 2);
+    EXPECT_EQ(tess({"s.qvProject", "-j", "zero"}).exitCode, 2);
+    EXPECT_EQ(tess({"s.qvProject", "-rebuild", "-clean"}).exitCode, 2);
+    EXPECT_EQ(tess({"s.qvProject", "--rebuild", "--clean"}).exitCode, 2);
     const auto missing = tess({"none.qvProject"});
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_TRUE(missing.err.contains("does not exist")) << missing.err.toStdString();
     EXPECT_EQ(tess({"s.qvProject", "-project", "nope"}).exitCode, 1);
 }
 
-TEST_F(TessBuild, InterruptStopsARunningToolWithStatusTwo)
+TEST_F(TessBuild, InterruptStopsARunningToolWithStatusThree)
 {
     TestSupport::writeFile(
         m_dir.filePath("s.qvProject"),
@@ -93,7 +94,7 @@ TEST_F(TessBuild, InterruptStopsARunningToolWithStatusTwo)
     ::kill(pid_t(process.processId()), SIGINT);
     ASSERT_TRUE(process.waitForFinished(10000));
     out += process.readAllStandardOutput();
-    EXPECT_EQ(process.exitCode(), 2);
+    EXPECT_EQ(process.exitCode(), 3);
     EXPECT_TRUE(out.endsWith("Build terminated\n")) << out.toStdString();
 }
 

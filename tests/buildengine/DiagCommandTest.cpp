@@ -34,6 +34,8 @@ INSTANTIATE_TEST_SUITE_P(Compilers, DiagCapture,
                              return name;
                          });
 
+const QByteArray diagUsage = "usage: tess diag [--regexp PATTERN]... [--base DIR] [--all] < TOOL-OUTPUT\n";
+
 struct DiagCase {
     const char *name;
     QStringList arguments;
@@ -73,12 +75,13 @@ INSTANTIATE_TEST_SUITE_P(
         DiagCase{"tooManyPatterns",
                  {"--regexp", "a", "--regexp", "a", "--regexp", "a", "--regexp", "a", "--regexp", "a",
                   "--regexp", "a", "--regexp", "a"},
-                 "", 1, "",
-                 "tess diag: at most 6 patterns\nusage: tess diag [--regexp PATTERN]... [--base DIR] [--all]\n"},
-        DiagCase{"unknownArgument", {"--nope"}, "", 1, "",
-                 "tess diag: unexpected argument '--nope'\nusage: tess diag [--regexp PATTERN]... [--base DIR] [--all]\n"},
-        DiagCase{"missingValue", {"--base"}, "", 1, "",
-                 "tess diag: unexpected argument '--base'\nusage: tess diag [--regexp PATTERN]... [--base DIR] [--all]\n"}),
+                 "", 2, "", "tess diag: at most 6 patterns\n" + diagUsage},
+        DiagCase{"unknownArgument", {"--nope"}, "", 2, "",
+                 "tess diag: unknown option '--nope'\n" + diagUsage},
+        DiagCase{"missingValue", {"--base"}, "", 2, "",
+                 "tess diag: option '--base' needs a value (DIR)\n" + diagUsage},
+        DiagCase{"operand", {"gcc.txt"}, "", 2, "",
+                 "tess diag: unexpected argument 'gcc.txt' (the output comes on standard input)\n" + diagUsage}),
     [](const auto &info) { return std::string(info.param.name); });
 
 TEST(DiagCommandInput, LongLineWithoutNewlineEnds)
@@ -173,8 +176,9 @@ TEST(CommandsCommand, ReportsProblems)
     EXPECT_EQ(element.exitCode, 1);
     EXPECT_EQ(element.err, "tess commands: no element 'nope' in s.qvProject\n");
     const auto usage = tess({"commands", "s.qvProject"}, {}, dir.path());
-    EXPECT_EQ(usage.exitCode, 1);
-    EXPECT_EQ(usage.err, "usage: tess commands FILE CONFIGURATION [ELEMENT]\n");
+    EXPECT_EQ(usage.exitCode, 2);
+    EXPECT_EQ(usage.err, "tess commands: give FILE CONFIGURATION and at most one ELEMENT\n"
+                         "usage: tess commands FILE CONFIGURATION [ELEMENT]\n");
     const auto missing = tess({"commands", "none.qvProject", "Debug"}, {}, dir.path());
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_TRUE(missing.err.startsWith("tess commands: ")) << missing.err.constData();

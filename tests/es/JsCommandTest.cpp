@@ -39,15 +39,18 @@ INSTANTIATE_TEST_SUITE_P(Cases, JsCommand, ::testing::Values(
                 "can't convert null to an object\nAt line 3\n\nSource line in error: y = null.z;\n"},
     CommandCase{"syntaxError", {"-e", "a === b"}, 1, "",
                 "expected ; found ===\nAt line 1\n\nSource line in error: a === b\n"},
-    CommandCase{"runawayRecursion", {"-e", "function f() { return f(); } f();"}, 2, "",
+    CommandCase{"runawayRecursion", {"-e", "function f() { return f(); } f();"}, 1, "",
                 "virtual machine stack too small\n"},
     CommandCase{"endlessLoopStopped", {"--max-instructions", "1000", "-e", "while (1) { }"}, 3, "",
                 "tess js: stopped after 1000 instructions\n"},
     CommandCase{"missingFile", {"/nonexistent/x.js"}, 1, "",
                 "tess js: /nonexistent/x.js: No such file or directory\n"},
-    CommandCase{"badOption", {"--frobnicate"}, 64, "",
+    CommandCase{"badOption", {"--frobnicate"}, 2, "",
                 "tess js: unknown option '--frobnicate'\n"
-                "usage: tess js [--max-instructions N] [--list] [-I DIR]... (-e TEXT | FILE...)\n"}),
+                "usage: tess js [--max-instructions N] [--list] [-I DIR]... [-e TEXT | FILE...]\n"},
+    CommandCase{"textAndFiles", {"-e", "1", "a.js"}, 2, "",
+                "tess js: give either -e TEXT or files\n"
+                "usage: tess js [--max-instructions N] [--list] [-I DIR]... [-e TEXT | FILE...]\n"}),
     [](const auto &info) { return std::string(info.param.name); });
 
 TEST(JsFiles, RunInOneContextAndReportTheFile)

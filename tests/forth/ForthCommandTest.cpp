@@ -104,8 +104,8 @@ INSTANTIATE_TEST_SUITE_P(Inputs, TessForthBadInput, ::testing::Values(
 TEST(TessForthCommand, RejectsUnknownOption)
 {
     const auto run = forth({"--frob"});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_TRUE(run.err.startsWith("usage: tess forth"));
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.err, "tess forth: unknown option '--frob'\nusage: tess forth [-i] [-e TEXT | FILE]...\n");
 }
 
 } // namespace

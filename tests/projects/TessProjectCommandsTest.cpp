@@ -61,10 +61,14 @@ INSTANTIATE_TEST_SUITE_P(
         CommandCase{"missingSolution",
                     {"solution", "show", "/nonexistent/x.qvProject"}, 1, "",
                     "/nonexistent/x.qvProject does not exist\n"},
-        CommandCase{"badUsage", {"property", "get", "<example>"}, 1, "",
+        CommandCase{"badUsage", {"property", "get", "<example>"}, 2, "",
+                    "tess property get: give FILE ELEMENT CONFIG NAME\n"
+                    "usage: tess property get FILE ELEMENT CONFIG NAME [--expand] [--trace]\n"},
+        CommandCase{"noSubcommand", {"property"}, 2, "",
+                    "tess property: which subcommand?\n"
                     "usage: tess property get FILE ELEMENT CONFIG NAME [--expand] [--trace]\n"
-                    "       tess property dump FILE CONFIG[;CONFIG...] NAME [--expand]\n"
-                    "       tess property list\n"}),
+                    "usage: tess property dump FILE CONFIG[;CONFIG...] NAME [--expand]\n"
+                    "usage: tess property list\n"}),
     [](const auto &info) { return std::string(info.param.name); });
 
 TEST(TessSolution, ShowPrintsKindsNamesAndHeldConfigurations)

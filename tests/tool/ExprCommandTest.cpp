@@ -37,10 +37,11 @@ TEST(TessExpr, RepeatReportsTimeAndStillPrintsTheValue)
 
 TEST(TessExpr, RefusesBadArguments)
 {
-    EXPECT_EQ(tessExpr({}).exitCode, 1);
+    EXPECT_EQ(tessExpr({}).exitCode, 2);
     const auto run = tessExpr({"--repeat", "0", "1"});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.err, "tess expr: bad repeat count '0'\n");
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.err, "tess expr: bad value '0' for --repeat (a number from 1 to 1000000000)\n"
+                       "usage: tess expr [--repeat N] [--] EXPRESSION...\n");
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include "foundation/HException.h"
 #include "foundation/PropertyClass.h"
 #include "projects/StandardProjectSystem.h"
+#include "tool/tess/Commands.h"
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
@@ -19,9 +20,19 @@
 
 namespace {
 
-constexpr const char *usage =
-    "usage: tess build SOLUTION [-config NAME] [-project NAME] [-j N] [-rebuild | -clean] "
-    "[-batch] [-keep-going] [-show-commands] [-verbose] [-export FILE | -makefile FILE]\n";
+constexpr TessOption buildOptions[] = {
+    {"--config", "NAME", "configuration to build (default: the solution's first)", "-config"},
+    {"--project", "NAME", "build only this project (and what it depends on)", "-project"},
+    {"--jobs", "N", "tools run at once (default: \"Environment/Build/Building Threads\")", "-j"},
+    {"--rebuild", nullptr, "clean, then build", "-rebuild"},
+    {"--clean", nullptr, "remove what a build makes", "-clean"},
+    {"--batch", nullptr, "every configuration of the batch build", "-batch"},
+    {"--keep-going", nullptr, "go on after a failed step", "-keep-going"},
+    {"--show-commands", nullptr, "print each command line", "-show-commands"},
+    {"--verbose", nullptr, "print the build's details too", "-verbose"},
+    {"--export", "FILE", "write the commands as a script instead of running them", "-export"},
+    {"--makefile", "FILE", "write the commands as a makefile instead of running them", "-makefile"},
+};
 
 volatile std::sig_atomic_t interrupted = 0;
 
@@ -43,52 +54,42 @@ struct BuildOptions {
     BuildSettings settings;
 };
 
+// Reads the parsed arguments; an empty text on success, else what is wrong.
+QString readOptions(const CommandArguments &arguments, BuildOptions &options)
+{
+    if (arguments.operands().size() != 1)
+        return arguments.operands().isEmpty() ? QStringLiteral("no solution given")
+                                              : QStringLiteral("unexpected argument '%1'")
+                                                    .arg(arguments.operands().at(1));
+    options.solution = arguments.operands().first();
+    options.configuration = arguments.value("--config");
+    options.project = arguments.value("--project");
+    options.rebuild = arguments.has("--rebuild");
+    options.clean = arguments.has("--clean");
+    options.batch = arguments.has("--batch");
+    options.verbose = arguments.has("--verbose");
+    options.settings.keepGoing = arguments.has("--keep-going");
+    options.settings.showCommandLines = arguments.has("--show-commands");
+    options.settings.showBuildInformation = options.verbose;
+    if (arguments.has("--export") && arguments.has("--makefile"))
+        return QStringLiteral("--export and --makefile exclude each other");
+    options.makefile = arguments.has("--makefile");
+    options.exportFile = arguments.value(options.makefile ? "--makefile" : "--export");
+    if (arguments.has("--jobs")) {
+        bool ok = false;
+        options.settings.threads = arguments.value("--jobs").toInt(&ok);
+        if (!ok || options.settings.threads < 1 || options.settings.threads > 128)
+            return QStringLiteral("bad value '%1' for --jobs (1 to 128)").arg(arguments.value("--jobs"));
+    }
+    if (options.rebuild && options.clean)
+        return QStringLiteral("--rebuild and --clean exclude each other");
+    return {};
+}
+
 int fail(const QString &text)
 {
     std::fprintf(stderr, "tess build: %s\n", text.toLocal8Bit().constData());
-    return 1;
-}
-
-// Parses the arguments; an empty text on success, else what is wrong.
-QString parseOptions(const QStringList &arguments, BuildOptions &options)
-{
-    for (qsizetype i = 0; i < arguments.size(); ++i) {
-        const QString &argument = arguments.at(i);
-        auto next = [&](QString &value) {
-            if (i + 1 >= arguments.size())
-                return false;
-            value = arguments.at(++i);
-            return true;
-        };
-        QString number;
-        bool ok = true;
-        if (argument == QLatin1String("-config")) ok = next(options.configuration);
-        else if (argument == QLatin1String("-project")) ok = next(options.project);
-        else if (argument == QLatin1String("-export")) ok = next(options.exportFile);
-        else if (argument == QLatin1String("-makefile")) ok = next(options.exportFile), options.makefile = true;
-        else if (argument == QLatin1String("-j")) {
-            ok = next(number);
-            options.settings.threads = number.toInt(&ok);
-            ok = ok && options.settings.threads > 0;
-        }
-        else if (argument == QLatin1String("-rebuild")) options.rebuild = true;
-        else if (argument == QLatin1String("-clean")) options.clean = true;
-        else if (argument == QLatin1String("-batch")) options.batch = true;
-        else if (argument == QLatin1String("-keep-going")) options.settings.keepGoing = true;
-        else if (argument == QLatin1String("-show-commands")) options.settings.showCommandLines = true;
-        else if (argument == QLatin1String("-verbose")) options.verbose = true;
-        else if (argument.startsWith(u'-') || !options.solution.isEmpty())
-            return QStringLiteral("unexpected argument '%1'").arg(argument);
-        else options.solution = argument;
-        if (!ok)
-            return QStringLiteral("bad or missing value for %1").arg(argument);
-    }
-    if (options.solution.isEmpty())
-        return QStringLiteral("no solution given");
-    if (options.rebuild && options.clean)
-        return QStringLiteral("-rebuild and -clean exclude each other");
-    options.settings.showBuildInformation = options.verbose;
-    return {};
+    return exitFailure;
 }
 
 // Prints the log as the build writes it.
@@ -168,15 +169,11 @@ int writeExport(BuildEngine &engine, ProjectElement *node, const BuildOptions &o
     return result >= BuildEngine::Failed ? 1 : 0;
 }
 
-} // namespace
-
-int buildCommand(const QStringList &arguments)
+int buildCommand(const CommandArguments &arguments)
 {
     BuildOptions options;
-    if (const QString problem = parseOptions(arguments, options); !problem.isEmpty()) {
-        std::fputs(usage, stderr);
-        return fail(problem);
-    }
+    if (const QString problem = readOptions(arguments, options); !problem.isEmpty())
+        return arguments.usageError(problem);
     std::unique_ptr<PropertyClassList> macroSystem;
     if (!PropertyClassList::global()) {
         macroSystem = PropertyClassList::createMacroSystem();
@@ -241,8 +238,23 @@ int buildCommand(const QStringList &arguments)
     std::signal(SIGTERM, SIG_DFL);
     std::printf("%s\n", status.toUtf8().constData());
     switch (result) {
-    case BuildEngine::Failed: return 1;
-    case BuildEngine::Stopped: return 2;
-    default: return result < 0 ? 1 : 0;
+    case BuildEngine::Failed: return exitFailure;
+    case BuildEngine::Stopped: return exitStopped;
+    default: return result < 0 ? exitFailure : exitSuccess;
     }
+}
+
+constexpr TessCommand buildRows[] = {
+    {"build",
+     "SOLUTION [--config NAME] [--project NAME] [-j N] [--rebuild | --clean] [--batch] "
+     "[--keep-going] [--show-commands] [--verbose] [--export FILE | --makefile FILE]",
+     "build, rebuild or clean a solution or one of its projects", buildOptions,
+     "tess build demo.qvProject --config Release -j 2", buildCommand},
+};
+
+} // namespace
+
+std::span<const TessCommand> buildCommands()
+{
+    return buildRows;
 }

@@ -3,6 +3,7 @@
 #include "foundation/Directories.h"
 #include "foundation/HException.h"
 #include "projects/StandardProjectSystem.h"
+#include "tool/tess/Commands.h"
 #include "tool/tess/ProjectCommandSupport.h"
 #include <QDir>
 #include <cstdio>
@@ -52,12 +53,11 @@ private:
     bool m_failed = false;
 };
 
-} // namespace
-
-int commandsCommand(const QStringList &arguments)
+int commandsCommand(const CommandArguments &parsed)
 {
+    const QStringList &arguments = parsed.operands();
     if (arguments.size() < 2 || arguments.size() > 3)
-        return printCommandUsage("tess commands FILE CONFIGURATION [ELEMENT]");
+        return parsed.usageError(QStringLiteral("give FILE CONFIGURATION and at most one ELEMENT"));
     ProjectCommandSession session;
     StandardProjectSystem &system = session.system();
     system.setRunLoadCommands(false);   // they would run tools
@@ -79,4 +79,17 @@ int commandsCommand(const QStringList &arguments)
     std::fflush(stdout);
     return result == BuildEngine::Failed || result == BuildEngine::Stopped || lister.failed() ? 1
                                                                                               : 0;
+}
+
+constexpr TessCommand commandsRows[] = {
+    {"commands", "FILE CONFIGURATION [ELEMENT]",
+     "every command a full build would run, in order, without running any", {},
+     "tess commands demo.qvProject Debug Exe", commandsCommand},
+};
+
+} // namespace
+
+std::span<const TessCommand> commandsCommands()
+{
+    return commandsRows;
 }

@@ -1,4 +1,5 @@
 #include "buildengine/DependencyFile.h"
+#include "tool/tess/Commands.h"
 #include <QFile>
 #include <QStringList>
 #include <cstdio>
@@ -9,12 +10,10 @@
 
 namespace {
 
-[[nodiscard]] bool expandArguments(const QStringList &arguments, QStringList &files, bool &names)
+[[nodiscard]] bool expandArguments(const QStringList &arguments, QStringList &files)
 {
     for (const QString &argument : arguments) {
-        if (argument == QLatin1String("--names")) {
-            names = true;
-        } else if (argument.startsWith(u'@')) {
+        if (argument.startsWith(u'@')) {
             QFile list(argument.mid(1));
             if (!list.open(QIODevice::ReadOnly)) {
                 std::fprintf(stderr, "tess deps: cannot open %s\n", qPrintable(list.fileName()));
@@ -32,18 +31,14 @@ namespace {
     return true;
 }
 
-} // namespace
-
-int depsCommand(const QStringList &arguments)
+int depsCommand(const CommandArguments &arguments)
 {
     QStringList files;
-    bool names = false;
-    if (!expandArguments(arguments, files, names))
-        return 1;
-    if (files.isEmpty()) {
-        std::fprintf(stderr, "usage: tess deps [--names] FILE|@LIST...\n");
-        return 1;
-    }
+    const bool names = arguments.has("--names");
+    if (!expandArguments(arguments.operands(), files))
+        return exitFailure;
+    if (files.isEmpty())
+        return arguments.usageError(QStringLiteral("no dependency file given"));
     qsizetype total = 0;
     int status = 0;
     for (const QString &file : std::as_const(files)) {
@@ -65,4 +60,21 @@ int depsCommand(const QStringList &arguments)
     if (!names)
         std::printf("%lld total\n", static_cast<long long>(total));
     return status;
+}
+
+constexpr TessOption depsOptions[] = {
+    {"--names", nullptr, "print the names themselves, one a line"},
+};
+
+constexpr TessCommand depsRows[] = {
+    {"deps", "[--names] FILE|@LIST...",
+     "read make-style dependency files as a compile step does; @LIST names one file a line",
+     depsOptions, "tess deps --names Output/Debug/Obj/main.d", depsCommand},
+};
+
+} // namespace
+
+std::span<const TessCommand> depsCommands()
+{
+    return depsRows;
 }

@@ -1,4 +1,5 @@
 #include "buildengine/DiagnosticParser.h"
+#include "tool/tess/Commands.h"
 #include <QByteArray>
 #include <QStringList>
 #include <charconv>
@@ -110,38 +111,17 @@ void regexpLine(QByteArrayView line, RegexpDiagnosticParser &parser, const DiagO
         writeItem(out, "plain", {}, {}, -1, -1, text.toUtf8());
 }
 
-[[nodiscard]] bool parseArguments(const QStringList &arguments, DiagOptions &options)
-{
-    for (qsizetype i = 0; i < arguments.size(); ++i) {
-        const QString &argument = arguments.at(i);
-        const bool hasValue = i + 1 < arguments.size();
-        if (argument == QLatin1String("--all")) {
-            options.all = true;
-        } else if (argument == QLatin1String("--regexp") && hasValue) {
-            options.patterns.append(arguments.at(++i));
-        } else if (argument == QLatin1String("--base") && hasValue) {
-            options.base = arguments.at(++i).toUtf8();
-        } else {
-            std::fprintf(stderr, "tess diag: unexpected argument '%s'\n", qPrintable(argument));
-            return false;
-        }
-    }
-    if (options.patterns.size() > RegexpDiagnosticParser::patternCount) {
-        std::fprintf(stderr, "tess diag: at most %d patterns\n", RegexpDiagnosticParser::patternCount);
-        return false;
-    }
-    return true;
-}
-
-} // namespace
-
-int diagCommand(const QStringList &arguments)
+int diagCommand(const CommandArguments &arguments)
 {
     DiagOptions options;
-    if (!parseArguments(arguments, options)) {
-        std::fprintf(stderr, "usage: tess diag [--regexp PATTERN]... [--base DIR] [--all]\n");
-        return 1;
-    }
+    options.all = arguments.has("--all");
+    options.patterns = arguments.values("--regexp");
+    options.base = arguments.value("--base").toUtf8();
+    if (!arguments.operands().isEmpty())
+        return arguments.usageError(QStringLiteral("unexpected argument '%1' (the output comes on standard input)")
+                                        .arg(arguments.operands().first()));
+    if (options.patterns.size() > RegexpDiagnosticParser::patternCount)
+        return arguments.usageError(QStringLiteral("at most %1 patterns").arg(RegexpDiagnosticParser::patternCount));
     RegexpDiagnosticParser regexps(options.patterns);
     const bool useRegexps = !options.patterns.isEmpty();
     Output out;
@@ -192,4 +172,23 @@ int diagCommand(const QStringList &arguments)
         return 1;
     }
     return 0;
+}
+
+constexpr TessOption diagOptions[] = {
+    {"--regexp", "PATTERN", "a diagnostic pattern of the project's own (repeatable)"},
+    {"--base", "DIR", "directory that relative paths are taken from"},
+    {"--all", nullptr, "print the lines that are no diagnostic too, as \"plain\""},
+};
+
+constexpr TessCommand diagRows[] = {
+    {"diag", "[--regexp PATTERN]... [--base DIR] [--all] < TOOL-OUTPUT",
+     "turn tool output into diagnostics: severity, path, line, column, message", diagOptions,
+     "gcc -c main.c 2>&1 | tess diag --base src", diagCommand},
+};
+
+} // namespace
+
+std::span<const TessCommand> diagCommands()
+{
+    return diagRows;
 }

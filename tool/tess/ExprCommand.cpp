@@ -1,4 +1,5 @@
 #include "foundation/ExpressionParser.h"
+#include "tool/tess/Commands.h"
 #include <QElapsedTimer>
 #include <QLocale>
 #include <QStringList>
@@ -32,38 +33,24 @@ void reportTime(const QString &text, qint64 repeat, qint64 nanoseconds)
                  static_cast<long long>(repeat), double(nanoseconds) / 1000.0 / double(repeat));
 }
 
-} // namespace
-
-int exprCommand(const QStringList &arguments)
+int exprCommand(const CommandArguments &arguments)
 {
-    qint64 repeat = 0;
-    QStringList texts;
-    for (qsizetype i = 0; i < arguments.size(); ++i) {
-        if (arguments.at(i) == QLatin1String("--repeat") && i + 1 < arguments.size()) {
-            bool ok = false;
-            repeat = arguments.at(++i).toLongLong(&ok);
-            if (!ok || repeat < 1 || repeat > maxRepeat) {
-                std::fprintf(stderr, "tess expr: bad repeat count '%s'\n", qPrintable(arguments.at(i)));
-                return 1;
-            }
-        } else {
-            texts << arguments.at(i);
-        }
-    }
-    if (texts.isEmpty()) {
-        std::fprintf(stderr, "usage: tess expr [--repeat N] EXPRESSION...\n");
-        return 1;
-    }
+    const std::optional<qint64> repeat = arguments.integer("--repeat", 1, maxRepeat, 0);
+    if (!repeat)
+        return exitUsage;
+    const QStringList &texts = arguments.operands();
+    if (texts.isEmpty())
+        return arguments.usageError(QStringLiteral("no expression given"));
     SimpleExpressionParser parser;
     int status = 0;
     for (const QString &text : std::as_const(texts)) {
-        if (repeat > 0) {
+        if (*repeat > 0) {
             QElapsedTimer timer;
             timer.start();
             bool ok = false;
-            for (qint64 i = 0; i < repeat; ++i)
+            for (qint64 i = 0; i < *repeat; ++i)
                 (void)parser.evaluate(text, &ok);
-            reportTime(text, repeat, timer.nsecsElapsed());
+            reportTime(text, *repeat, timer.nsecsElapsed());
         }
         bool ok = false;
         const ExpressionValue value = parser.evaluate(text, &ok);
@@ -77,4 +64,21 @@ int exprCommand(const QStringList &arguments)
         }
     }
     return status;
+}
+
+constexpr TessOption exprOptions[] = {
+    {"--repeat", "N", "evaluate each N times first and report the time per evaluation"},
+};
+
+constexpr TessCommand exprRows[] = {
+    {"expr", "[--repeat N] [--] EXPRESSION...",
+     "evaluate expressions of the preprocessor's language and print type and value", exprOptions,
+     "tess expr '(1 << 4) | 3' '\"a\" + \"b\"'", exprCommand},
+};
+
+} // namespace
+
+std::span<const TessCommand> exprCommands()
+{
+    return exprRows;
 }

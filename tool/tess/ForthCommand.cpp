@@ -2,6 +2,7 @@
 // when asked (or when standard input is a terminal and nothing else was given).
 #include "script/forth/FSConsole.h"
 #include "script/forth/ScriptEngine.h"
+#include "tool/tess/Commands.h"
 #include <QFile>
 #include <QStringList>
 #include <cstdio>
@@ -29,12 +30,6 @@ struct Step {
     QString value;
 };
 
-int usage()
-{
-    std::fprintf(stderr, "usage: tess forth [-i] [-e TEXT | FILE]...\n");
-    return 1;
-}
-
 bool readLine(std::string &line)
 {
     line.clear();
@@ -56,25 +51,13 @@ void runConsole(ScriptEngine &engine, StdioMessages &messages)
     }
 }
 
-} // namespace
-
-int forthCommand(const QStringList &arguments)
+int forthCommand(const CommandArguments &arguments)
 {
     std::vector<Step> steps;
-    bool interactive = false;
-    for (qsizetype i = 0; i < arguments.size(); ++i) {
-        const QString &argument = arguments.at(i);
-        if (argument == QLatin1String("-i")) {
-            interactive = true;
-        } else if (argument == QLatin1String("-e")) {
-            if (++i >= arguments.size())
-                return usage();
-            steps.push_back({true, arguments.at(i)});
-        } else if (argument.startsWith(QLatin1Char('-')) && argument.size() > 1) {
-            return usage();
-        } else {
-            steps.push_back({false, argument});
-        }
+    const bool interactive = arguments.has("--interactive");
+    for (const CommandArguments::Item &item : arguments.items()) {
+        if (!item.option || qstrcmp(item.option->name, "--eval") == 0)
+            steps.push_back({item.option != nullptr, item.value});
     }
     StdioMessages messages;
     ScriptEngine engine(&messages);
@@ -100,4 +83,22 @@ int forthCommand(const QStringList &arguments)
     }
     std::fflush(stdout);
     return 0;
+}
+
+constexpr TessOption forthOptions[] = {
+    {"--eval", "TEXT", "interpret TEXT (in order with the files)", "-e"},
+    {"--interactive", nullptr, "the console on standard input after the texts and files", "-i"},
+};
+
+constexpr TessCommand forthRows[] = {
+    {"forth", "[-i] [-e TEXT | FILE]...",
+     "interpret Forth texts and files in order; with neither, standard input or the console",
+     forthOptions, "tess forth -e '2 3 + .'", forthCommand},
+};
+
+} // namespace
+
+std::span<const TessCommand> forthCommands()
+{
+    return forthRows;
 }

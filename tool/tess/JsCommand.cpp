@@ -1,9 +1,11 @@
 // `tess js`: runs scripts in the engine from the command line, or keeps a context open as a
 // console on standard input.
 #include "foundation/Directories.h"
+#include "foundation/Report.h"
 #include "script/es/ESContext.h"
 #include "script/es/ESNativeClass.h"
 #include "script/es/ESParser.h"
+#include "tool/tess/Commands.h"
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
@@ -16,7 +18,8 @@ namespace {
 
 constexpr qint64 maxScriptSize = qint64(64) << 20;
 
-enum Status { Success = 0, ScriptError = 1, FatalError = 2, Stopped = 3, UsageError = 64 };
+// A fatal engine error (out of memory, nesting too deep) fails like a thrown one.
+enum Status { Success = exitSuccess, ScriptError = exitFailure, FatalError = exitFailure, Stopped = exitStopped };
 
 void writeText(FILE *to, const QString &text)
 {
@@ -89,36 +92,23 @@ struct Options {
     QStringList searchDirectories;   // -I
 };
 
-bool parseOptions(const QStringList &arguments, Options &options)
+// Reads the parsed arguments; an empty text on success, else the usage error.
+QString readOptions(const CommandArguments &arguments, Options &options)
 {
-    for (qsizetype i = 0; i < arguments.size(); ++i) {
-        const QString &argument = arguments.at(i);
-        if (argument == QLatin1String("--max-instructions") && i + 1 < arguments.size()) {
-            bool ok = false;
-            options.maxInstructions = arguments.at(++i).toLongLong(&ok);
-            if (!ok || options.maxInstructions <= 0) {
-                std::fprintf(stderr, "tess js: bad instruction count '%s'\n", qPrintable(arguments.at(i)));
-                return false;
-            }
-        } else if (argument == QLatin1String("-I") && i + 1 < arguments.size()) {
-            options.searchDirectories.append(arguments.at(++i));
-        } else if (argument == QLatin1String("--list")) {
-            options.list = true;
-        } else if (argument == QLatin1String("-e") && i + 1 < arguments.size()) {
-            options.text = arguments.at(++i);
-            options.hasText = true;
-        } else if (argument.startsWith(QLatin1Char('-')) && argument.size() > 1) {
-            std::fprintf(stderr, "tess js: unknown option '%s'\n", qPrintable(argument));
-            return false;
-        } else {
-            options.files.append(argument);
-        }
+    if (arguments.has("--max-instructions")) {
+        bool ok = false;
+        options.maxInstructions = arguments.value("--max-instructions").toLongLong(&ok);
+        if (!ok || options.maxInstructions <= 0)
+            return QStringLiteral("bad instruction count '%1'").arg(arguments.value("--max-instructions"));
     }
-    if (options.hasText && !options.files.isEmpty()) {
-        std::fprintf(stderr, "tess js: give either -e TEXT or files\n");
-        return false;
-    }
-    return true;
+    options.list = arguments.has("--list");
+    options.searchDirectories = arguments.values("--include");
+    options.hasText = arguments.has("--eval");
+    options.text = arguments.value("--eval");
+    options.files = arguments.operands();
+    if (options.hasText && !options.files.isEmpty())
+        return QStringLiteral("give either -e TEXT or files");
+    return {};
 }
 
 bool readScript(const QString &path, QString &text)
@@ -156,7 +146,7 @@ void reportThrown(ESContext &context, ESValue value)
         const ESValue file = property("fileName");
         if (!file.isUndefined())
             text += QStringLiteral(" of ") + context.toESString(file);
-        text += QStringLiteral("\n\nSource line in error: ") + context.toESString(property("sourceLine"))
+        text += QStringLiteral("\n\nSource line in error: ") + elidedSourceLine(context.toESString(property("sourceLine")))
                 + QLatin1Char('\n');
     }
     writeText(stderr, text);
@@ -245,15 +235,11 @@ int console(const Options &options)
     return Success;
 }
 
-} // namespace
-
-int jsCommand(const QStringList &arguments)
+int jsCommand(const CommandArguments &arguments)
 {
     Options options;
-    if (!parseOptions(arguments, options)) {
-        std::fprintf(stderr, "usage: tess js [--max-instructions N] [--list] [-I DIR]... (-e TEXT | FILE...)\n");
-        return UsageError;
-    }
+    if (const QString problem = readOptions(arguments, options); !problem.isEmpty())
+        return arguments.usageError(problem);
     try {
         if (options.list)
             return list(options);
@@ -265,4 +251,24 @@ int jsCommand(const QStringList &arguments)
         writeText(stderr, error.message + QLatin1Char('\n'));
         return FatalError;
     }
+}
+
+constexpr TessOption jsOptions[] = {
+    {"--eval", "TEXT", "run TEXT instead of files", "-e"},
+    {"--include", "DIR", "search DIR too when a script calls load() (repeatable)", "-I"},
+    {"--max-instructions", "N", "stop after N instructions (status 3)"},
+    {"--list", nullptr, "print the byte code of each file instead of running it"},
+};
+
+constexpr TessCommand jsRows[] = {
+    {"js", "[--max-instructions N] [--list] [-I DIR]... [-e TEXT | FILE...]",
+     "run JavaScript files or text; with neither, a console on standard input", jsOptions,
+     "tess js -I lib -e 'WScript.Echo(1 + 2)'", jsCommand},
+};
+
+} // namespace
+
+std::span<const TessCommand> jsCommands()
+{
+    return jsRows;
 }

@@ -48,12 +48,6 @@ QString elementPath(const ProjectElement *element)
     return names.join(u'/');
 }
 
-int printCommandUsage(const char *usage)
-{
-    std::fprintf(stderr, "usage: %s\n", usage);
-    return 1;
-}
-
 int printCommandError(const QString &text)
 {
     std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());

@@ -27,7 +27,5 @@ private:
 // itself has the empty path.
 [[nodiscard]] QString elementPath(const ProjectElement *element);
 
-// Prints "usage: <text>" to standard error and returns the failing exit status.
-int printCommandUsage(const char *usage);
 // Prints the text and a newline to standard error and returns the failing exit status.
 int printCommandError(const QString &text);

@@ -1,41 +1,13 @@
 // tess property get|list|dump: property values of a solution's elements, and the catalogue.
 #include "foundation/PropertyClass.h"
 #include "projects/StandardProjectSystem.h"
+#include "tool/tess/Commands.h"
 #include "tool/tess/ProjectCommandSupport.h"
 #include <QByteArray>
 #include <cstdio>
 #include <vector>
 
 namespace {
-
-constexpr const char *usage =
-    "tess property get FILE ELEMENT CONFIG NAME [--expand] [--trace]\n"
-    "       tess property dump FILE CONFIG[;CONFIG...] NAME [--expand]\n"
-    "       tess property list";
-
-struct Options {
-    QStringList positional;
-    bool expand = false;
-    bool trace = false;
-    bool valid = true;
-};
-
-Options parseOptions(const QStringList &arguments)
-{
-    Options options;
-    for (qsizetype i = 1; i < arguments.size(); ++i) {
-        const QString &argument = arguments[i];
-        if (argument == QLatin1String("--expand"))
-            options.expand = true;
-        else if (argument == QLatin1String("--trace"))
-            options.trace = true;
-        else if (argument.startsWith(QLatin1String("--")))
-            options.valid = false;
-        else
-            options.positional.append(argument);
-    }
-    return options;
-}
 
 void write(const QByteArray &bytes)
 {
@@ -51,16 +23,18 @@ QByteArray describeContribution(const PropertyContribution &contribution)
          + contribution.configuration.toUtf8() + "]: " + contribution.text.toUtf8() + '\n';
 }
 
-int get(const QStringList &arguments)
+int get(const CommandArguments &arguments)
 {
-    const Options options = parseOptions(arguments);
-    if (!options.valid || options.positional.size() != 4)
-        return printCommandUsage(usage);
-    const QString &elementName = options.positional[1];
-    const QString &configuration = options.positional[2];
-    const QString &name = options.positional[3];
+    const QStringList &operands = arguments.operands();
+    if (operands.size() != 4)
+        return arguments.usageError(QStringLiteral("give FILE ELEMENT CONFIG NAME"));
+    const QString &elementName = operands[1];
+    const QString &configuration = operands[2];
+    const QString &name = operands[3];
+    const bool expand = arguments.has("--expand");
+    const bool traced = arguments.has("--trace");
     ProjectCommandSession session;
-    if (!session.load(options.positional[0]))
+    if (!session.load(operands[0]))
         return 1;
     StandardProjectSystem &system = session.system();
     const ProjectElement *element = system.findElement(elementName);
@@ -71,13 +45,13 @@ int get(const QStringList &arguments)
         return printCommandError(QStringLiteral("unknown property '%1'").arg(name));
     PropertyTrace trace;
     QString value =
-        system.resolveProperty(element, row, configuration, options.trace ? &trace : nullptr);
-    if (options.expand)
+        system.resolveProperty(element, row, configuration, traced ? &trace : nullptr);
+    if (expand)
         value = system.expand(element, configuration, value);
     QByteArray out;
     for (const PropertyContribution &contribution : trace)
         out += describeContribution(contribution);
-    out += options.trace ? "value: " + value.toUtf8() + '\n' : value.toUtf8() + '\n';
+    out += traced ? "value: " + value.toUtf8() + '\n' : value.toUtf8() + '\n';
     write(out);
     return 0;
 }
@@ -129,15 +103,15 @@ void dumpBelow(const ProjectElement *element, const QByteArray &path, DumpContex
 
 // Every file of the solution with its value, one a line: "path<TAB>value". CONFIG may list
 // several configurations separated by ';'; each line then starts with "configuration<TAB>".
-int dump(const QStringList &arguments)
+int dump(const CommandArguments &arguments)
 {
-    const Options options = parseOptions(arguments);
-    if (!options.valid || options.trace || options.positional.size() != 3)
-        return printCommandUsage(usage);
-    const QStringList configurations = options.positional[1].split(u';', Qt::SkipEmptyParts);
-    const QString &name = options.positional[2];
+    const QStringList &operands = arguments.operands();
+    if (operands.size() != 3)
+        return arguments.usageError(QStringLiteral("give FILE CONFIG NAME"));
+    const QStringList configurations = operands[1].split(u';', Qt::SkipEmptyParts);
+    const QString &name = operands[2];
     ProjectCommandSession session;
-    if (!session.load(options.positional[0]))
+    if (!session.load(operands[0]))
         return 1;
     StandardProjectSystem &system = session.system();
     if (!system.findClass(name) || dynamic_cast<const MacroPropertyClass *>(system.findClass(name)))
@@ -149,7 +123,7 @@ int dump(const QStringList &arguments)
                             system.propertyClass(ProjectProperty::BuildOutputFileName),
                             configuration,
                             {},
-                            options.expand,
+                            arguments.has("--expand"),
                             {}};
         if (configurations.size() > 1)
             context.prefix = configuration.toUtf8() + '\t';
@@ -177,10 +151,10 @@ const char *typeName(int type)
 }
 
 // The catalogue in grid order: "name<TAB>type<TAB>section<TAB>default".
-int list(const QStringList &arguments)
+int list(const CommandArguments &arguments)
 {
-    if (arguments.size() != 1)
-        return printCommandUsage(usage);
+    if (!arguments.operands().isEmpty())
+        return arguments.usageError(QStringLiteral("unexpected argument '%1'").arg(arguments.operands().first()));
     ProjectCommandSession session;
     QByteArray out;
     for (const auto &row : session.system().propertyClasses().classes()) {
@@ -194,16 +168,29 @@ int list(const QStringList &arguments)
     return 0;
 }
 
+constexpr TessOption getOptions[] = {
+    {"--expand", nullptr, "expand the macros in the value"},
+    {"--trace", nullptr, "show where each part of the value comes from"},
+};
+constexpr TessOption dumpOptions[] = {
+    {"--expand", nullptr, "expand the macros in the values"},
+};
+
+constexpr TessCommand propertyRows[] = {
+    {"property get", "FILE ELEMENT CONFIG NAME [--expand] [--trace]",
+     "a property's value for one element of a solution in one configuration", getOptions,
+     "tess property get Blinky.qvProject \"Blinky/Source Files/main.c\" Debug c_preprocessor_definitions --trace",
+     get},
+    {"property dump", "FILE CONFIG[;CONFIG...] NAME [--expand]",
+     "a property's value for every file of a solution", dumpOptions,
+     "tess property dump Blinky.qvProject \"Debug;Release\" build_object_file_name --expand", dump},
+    {"property list", "", "the property catalogue: name, type, section, default", {},
+     "tess property list", list},
+};
+
 } // namespace
 
-int propertyCommand(const QStringList &arguments)
+std::span<const TessCommand> propertyCommands()
 {
-    const QString subcommand = arguments.value(0);
-    if (subcommand == QLatin1String("get"))
-        return get(arguments);
-    if (subcommand == QLatin1String("dump"))
-        return dump(arguments);
-    if (subcommand == QLatin1String("list"))
-        return list(arguments);
-    return printCommandUsage(usage);
+    return propertyRows;
 }

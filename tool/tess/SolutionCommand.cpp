@@ -1,12 +1,11 @@
 // tess solution show FILE | tess solution save FILE OUT
 #include "projects/StandardProjectSystem.h"
+#include "tool/tess/Commands.h"
 #include "tool/tess/ProjectCommandSupport.h"
 #include <QByteArray>
 #include <cstdio>
 
 namespace {
-
-constexpr const char *usage = "tess solution show FILE | tess solution save FILE OUT";
 
 // The configurations an element holds values for, in the order its file declares them.
 QStringList heldConfigurations(const ProjectElement *element)
@@ -43,12 +42,12 @@ void showElement(const ProjectElement *element, int depth, QByteArray &out)
         showElement(child, depth + 1, out);
 }
 
-int show(const QStringList &arguments)
+int show(const CommandArguments &arguments)
 {
-    if (arguments.size() != 2)
-        return printCommandUsage(usage);
+    if (arguments.operands().size() != 1)
+        return arguments.usageError(QStringLiteral("give one solution file"));
     ProjectCommandSession session;
-    if (!session.load(arguments[1]))
+    if (!session.load(arguments.operands()[0]))
         return 1;
     QByteArray out;
     showElement(session.system().solution(), 0, out);
@@ -56,28 +55,31 @@ int show(const QStringList &arguments)
     return 0;
 }
 
-int save(const QStringList &arguments)
+int save(const CommandArguments &arguments)
 {
-    if (arguments.size() != 3)
-        return printCommandUsage(usage);
+    if (arguments.operands().size() != 2)
+        return arguments.usageError(QStringLiteral("give the solution file and the output file"));
     ProjectCommandSession session;
-    if (!session.load(arguments[1]))
+    if (!session.load(arguments.operands()[0]))
         return 1;
     try {
-        session.system().saveSolution(arguments[2]);
+        session.system().saveSolution(arguments.operands()[1]);
     } catch (const HException &error) {
         return printCommandError(error.message());
     }
     return 0;
 }
 
+constexpr TessCommand solutionRows[] = {
+    {"solution show", "FILE", "the tree of a solution with the configurations each element holds",
+     {}, "tess solution show Blinky.qvProject", show},
+    {"solution save", "FILE OUT", "load a solution and save it again to OUT", {},
+     "tess solution save Blinky.qvProject copy.qvProject", save},
+};
+
 } // namespace
 
-int solutionCommand(const QStringList &arguments)
+std::span<const TessCommand> solutionCommands()
 {
-    if (arguments.value(0) == QLatin1String("show"))
-        return show(arguments);
-    if (arguments.value(0) == QLatin1String("save"))
-        return save(arguments);
-    return printCommandUsage(usage);
+    return solutionRows;
 }
