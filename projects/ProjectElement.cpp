@@ -28,6 +28,14 @@ ProjectElement::ProjectElement(char *name) : XMLElement(name), m_kind(kindOfTag(
 
 ProjectElement::~ProjectElement() = default;
 
+void ProjectElement::setSourceControlState(const SourceControlState &state)
+{
+    if (m_sourceControl)
+        *m_sourceControl = state;
+    else
+        m_sourceControl = std::make_unique<SourceControlState>(state);
+}
+
 ProjectElement::Kind ProjectElement::kindOfTag(const char *tag)
 {
     if (!tag)

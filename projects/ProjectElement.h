@@ -1,12 +1,24 @@
 #pragma once
 #include "foundation/Path.h"
 #include "foundation/XMLDocument.h"
+#include <QByteArray>
 #include <QDateTime>
 #include <QHash>
 #include <QString>
 #include <QStringList>
+#include <memory>
 #include <utility>
 #include <vector>
+
+// What source control last reported for the file an element stands for.
+struct SourceControlState {
+    QByteArray path;    // the file as the working copy names it, from its root
+    QString status;     // the provider's words ("Modified")
+    QString author;     // of the last change, once asked for
+    QString revision;   // of the last change, once asked for
+    char index = ' ';   // the two porcelain letters, "  " when clean
+    char workTree = ' ';
+};
 
 // One node of the solution tree, and an element of the parsed solution file at the same time:
 // the attributes of the XML element are the element's property values for "Common", and its
@@ -87,6 +99,12 @@ public:
     [[nodiscard]] bool isDynamic() const { return m_dynamic; }
     void setDynamic(bool dynamic) { m_dynamic = dynamic; }
 
+    // Null until source control reported on the element's file, and again when its file is
+    // outside every working copy. Set on the main thread only.
+    [[nodiscard]] const SourceControlState *sourceControlState() const { return m_sourceControl.get(); }
+    void setSourceControlState(const SourceControlState &state);
+    void clearSourceControlState() { m_sourceControl.reset(); }
+
 private:
     friend class ProjectTreeWiring;
 
@@ -105,6 +123,7 @@ private:
     QString m_elementName;
     QDateTime m_lastModified;
     QString m_importFileName;
+    std::unique_ptr<SourceControlState> m_sourceControl;   // most elements never get one
 };
 
 // The element as a ProjectElement, or null for any other node.

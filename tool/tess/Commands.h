@@ -93,4 +93,5 @@ std::span<const TessCommand> exprCommands();
 std::span<const TessCommand> forthCommands();
 std::span<const TessCommand> jsCommands();
 std::span<const TessCommand> propertyCommands();
+std::span<const TessCommand> scCommands();
 std::span<const TessCommand> solutionCommands();

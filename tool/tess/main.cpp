@@ -10,7 +10,7 @@ using CommandRows = std::span<const TessCommand> (*)();
 
 constexpr CommandRows commandFiles[] = {
     buildCommands, commandsCommands, depsCommands, diagCommands, exprCommands,
-    forthCommands, jsCommands,       propertyCommands, solutionCommands,
+    forthCommands, jsCommands,       propertyCommands, scCommands,    solutionCommands,
 };
 
 // The command word of a row: "load" of "load info".

@@ -1,0 +1,440 @@
+#include "sourcecontrol/SourceControl.h"
+#include "projects/ProjectElement.h"
+#include "projects/StandardProjectSystem.h"
+#include "sourcecontrol/SourceCodeControlSystemInterface.h"
+#include "sourcecontrol/SourceControlLog.h"
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMutexLocker>
+
+namespace {
+
+// Longer than this, a query or an update of the tree is worth a line in the log.
+constexpr qint64 slowMilliseconds = 1000;
+constexpr int defaultRetryMilliseconds = 1000;
+
+// What an element's file is when the provider did not list it: tracked and unchanged.
+const QString cleanStatus = QStringLiteral("Unchanged");
+
+} // namespace
+
+SourceControlStatusUpdateEvent::SourceControlStatusUpdateEvent(QString directory,
+                                                               SourceControlResults status,
+                                                               QString errors)
+    : QEvent(eventType()), directory(std::move(directory)), status(std::move(status)),
+      errors(std::move(errors))
+{
+}
+
+SourceControlStatusUpdateEvent::~SourceControlStatusUpdateEvent() = default;
+
+QEvent::Type SourceControlStatusUpdateEvent::eventType()
+{
+    static const QEvent::Type type = QEvent::Type(QEvent::registerEventType());
+    return type;
+}
+
+SourceControlBackgroundUpdateThread::SourceControlBackgroundUpdateThread(QMutex &providerLock,
+                                                                         QObject *receiver)
+    : m_providerLock(providerLock), m_receiver(receiver)
+{
+}
+
+void SourceControlBackgroundUpdateThread::setQuery(SourceCodeControlSystemInterface *provider,
+                                                   const QString &directory,
+                                                   const SourceControlOptions &options)
+{
+    m_provider = provider;
+    m_directory = directory;
+    m_options = options;
+}
+
+void SourceControlBackgroundUpdateThread::run()
+{
+    SourceControlResults results;
+    results.options = m_options;
+    {
+        const QMutexLocker locker(&m_providerLock);
+        m_provider->queryStatus(m_directory, results);
+    }
+    QString errors = std::exchange(results.errors, QString());
+    QCoreApplication::postEvent(m_receiver, new SourceControlStatusUpdateEvent(
+                                                m_directory, std::move(results), std::move(errors)));
+}
+
+SourceControl::SourceControl(SourceControlLog &log, QObject *parent)
+    : QObject(parent), m_log(log), m_configuration(QStringLiteral("Common"))
+{
+    // A project's files are best told apart completely: new folders once, ignored files too.
+    m_options.untracked = SourceControlOptions::Untracked::Normal;
+    m_options.ignored = true;
+    m_retryTimer.setSingleShot(true);
+    m_retryTimer.setInterval(defaultRetryMilliseconds);
+    connect(&m_retryTimer, &QTimer::timeout, this, &SourceControl::retryMarked);
+}
+
+SourceControl::~SourceControl()
+{
+    if (m_thread)
+        m_thread->wait();
+}
+
+void SourceControl::setProvider(SourceCodeControlSystemInterface *provider, const QString &name)
+{
+    m_provider = provider;
+    m_providerName = name;
+}
+
+void SourceControl::setProjectSystem(StandardProjectSystem *system, const QString &configuration)
+{
+    if (m_system)
+        disconnect(m_system, nullptr, this, nullptr);
+    m_system = system;
+    m_configuration = configuration;
+    if (m_system)
+        connect(m_system, &ProjectSystem::solutionClosed, this, &SourceControl::purge);
+}
+
+QString SourceControl::directoryKey(const QString &directory)
+{
+    const QString absolute = QDir::cleanPath(QDir::current().absoluteFilePath(directory));
+    const QString canonical = QFileInfo(absolute).canonicalFilePath();
+    return canonical.isEmpty() ? absolute : canonical;
+}
+
+QString SourceControl::directoryOf(const ProjectElement *element) const
+{
+    if (!m_system || !element)
+        return {};
+    const ProjectElement *project = StandardProjectSystem::projectOf(element);
+    if (!project)
+        return {};
+    const QString value = m_system
+                              ->expandedProperty(project,
+                                                 m_system->propertyClass(ProjectProperty::SourceCodeControlDirectory),
+                                                 m_configuration)
+                              .trimmed();
+    if (value.isEmpty())
+        return {};
+    if (QFileInfo(value).isAbsolute())
+        return directoryKey(value);
+    const ProjectElement *solution = StandardProjectSystem::solutionOf(project);
+    const QString base = solution ? solution->filePath().directory() : QDir::currentPath();
+    return directoryKey(base + u'/' + value);
+}
+
+void SourceControl::refresh(ProjectElement *element)
+{
+    if (!element || !m_provider)
+        return;
+    const QString directory = directoryOf(element);
+    if (directory.isEmpty())
+        return;
+    refreshTarget(element, directory, element->elementName());
+}
+
+void SourceControl::refreshAll()
+{
+    if (!m_system || !m_system->solution())
+        return;
+    for (ProjectElement *child : m_system->solution()->children()) {
+        if (child->kind() == ProjectElement::Kind::Project)
+            refresh(child);
+    }
+}
+
+void SourceControl::refreshDirectory(const QString &directory, const QString &name)
+{
+    if (!m_provider || directory.isEmpty())
+        return;
+    refreshTarget(nullptr, directoryKey(directory), name);
+}
+
+void SourceControl::refreshTarget(ProjectElement *element, const QString &directory,
+                                  const QString &name)
+{
+    ++m_counters.refreshes;
+    m_working = true;
+    if (element) {
+        QList<ProjectElement *> &registered = m_elements[directory];
+        if (!registered.contains(element))
+            registered.append(element);
+    }
+    if (m_lockHeld) {
+        m_log.message(QStringLiteral("VCS lock held when refreshing %1").arg(name));
+        markForRetry(element, directory, name);
+        return;
+    }
+    m_retryTimer.stop();
+    m_lockHeld = true;
+    // A former run that has ended but whose results still wait in the queue goes first, so
+    // that they cannot overwrite what this refresh finds.
+    while (!m_delivered && m_thread && m_thread->isFinished())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    const bool queryInFlight = !m_delivered;
+    if (queryInFlight && m_queryDirectory == directory) {
+        // The query running now answers for this directory: the element is registered for it.
+    } else if (!m_providerLock.tryLock()) {
+        m_log.message(QStringLiteral("VCS thread is busy when refreshing %1").arg(name));
+        markForRetry(element, directory, name);
+    } else {
+        bool answered = false;
+        if (!m_forceBackground) {
+            ++m_counters.probes;
+            if (m_provider->probe(directory, m_options)) {
+                m_log.message(QStringLiteral("Probing VCS successful for %1").arg(directory));
+                SourceControlResults results;
+                results.options = m_options;
+                ++m_counters.immediateQueries;
+                m_provider->queryStatus(directory, results);
+                m_providerLock.unlock();
+                const QString errors = std::exchange(results.errors, QString());
+                reportErrors(errors);
+                deliver(directory, std::move(results), errors);
+                answered = true;
+            }
+        }
+        if (!answered) {
+            if (queryInFlight) {
+                m_log.message(QStringLiteral("VCS thread is busy when refreshing %1").arg(name));
+                markForRetry(element, directory, name);
+            } else {
+                startBackgroundQuery(directory);
+            }
+            m_providerLock.unlock();
+        }
+    }
+    if (!m_retries.empty())
+        m_retryTimer.start();
+    m_lockHeld = false;
+    settle();
+}
+
+void SourceControl::markForRetry(ProjectElement *element, const QString &directory,
+                                 const QString &name)
+{
+    for (const Retry &retry : m_retries) {
+        if (retry.element == element && retry.directory == directory)
+            return;
+    }
+    ++m_counters.retriesMarked;
+    m_retries.push_back({element, directory, name});
+}
+
+void SourceControl::startBackgroundQuery(const QString &directory)
+{
+    m_log.message(QStringLiteral("Launching background VCS status query in %1").arg(directory));
+    m_queryStart.start();
+    if (!m_thread) {
+        m_thread = std::make_unique<SourceControlBackgroundUpdateThread>(m_providerLock, this);
+        connect(m_thread.get(), &QThread::finished, this, [this] {
+            if (m_delivered && !m_retries.empty())
+                retryMarked();
+            settle();
+        });
+    }
+    m_thread->setQuery(m_provider, directory, m_options);
+    m_queryDirectory = directory;
+    m_delivered = false;
+    ++m_counters.backgroundQueries;
+    // Qt's priority value 7: the thread runs at the priority of the one that starts it.
+    m_thread->start(QThread::InheritPriority);
+}
+
+void SourceControl::customEvent(QEvent *event)
+{
+    if (event->type() != SourceControlStatusUpdateEvent::eventType())
+        return QObject::customEvent(event);
+    auto *update = static_cast<SourceControlStatusUpdateEvent *>(event);
+    reportErrors(update->errors);
+    const qint64 took = m_queryStart.elapsed();
+    if (took > slowMilliseconds)
+        m_log.message(QStringLiteral("Threaded VCS query took %1 ms to deliver results").arg(took));
+    m_delivered = true;
+    m_queryDirectory.clear();
+    deliver(update->directory, std::move(update->status), update->errors);
+    settle();
+}
+
+void SourceControl::reportErrors(const QString &errors)
+{
+    const QStringList lines = errors.split(u'\n', Qt::SkipEmptyParts);
+    for (const QString &line : lines) {
+        if (!line.startsWith(QLatin1String("svn: "))) {
+            m_log.error(line);
+            continue;
+        }
+        const QString rest = line.mid(5);
+        if (rest.startsWith(QLatin1String("warning: ")))
+            m_log.warning(rest.mid(9));
+        else if (rest.startsWith(QLatin1String("E200009: ")))
+            m_log.warning(rest);
+        else
+            m_log.error(rest);
+    }
+}
+
+// Applies delivered results on the main thread; the caller has reported their errors.
+void SourceControl::deliver(const QString &directory, SourceControlResults status,
+                            const QString &errors)
+{
+    ++m_counters.deliveries;
+    m_log.message(QStringLiteral("Received VCS results for %1").arg(directory));
+    m_errors.insert(directory, errors);
+    if (errors.isEmpty()) {
+        QElapsedTimer updating;
+        updating.start();
+        const QList<ProjectElement *> registered = m_elements.value(directory);
+        for (ProjectElement *element : registered) {
+            QString text = QStringLiteral("Updating status for %1").arg(element->elementName());
+            const ProjectElement *project = StandardProjectSystem::projectOf(element);
+            if (project && project != element)
+                text += QStringLiteral(" in %1").arg(project->elementName());
+            m_log.message(text);
+            applyStatus(element, status);
+            emit statusChanged(element);
+        }
+        if (updating.elapsed() > slowMilliseconds) {
+            m_log.message(QStringLiteral("Project system VCS status took %1 ms to update")
+                              .arg(updating.elapsed()));
+        }
+    }
+    m_results.insert(directory, std::move(status));
+    emit resultsDelivered(directory);
+}
+
+void SourceControl::applyStatus(ProjectElement *registered, const SourceControlResults &status)
+{
+    if (status.root.isEmpty())
+        return;
+    QHash<QByteArray, const SourceControlFileStatus *> byPath;
+    byPath.reserve(qsizetype(status.files.size()));
+    bool folders = false;
+    for (const SourceControlFileStatus &file : status.files) {
+        byPath.insert(file.path, &file);
+        folders = folders || file.path.endsWith('/');
+    }
+    QByteArray rootPrefix = QFile::encodeName(status.root);
+    if (!rootPrefix.endsWith('/'))
+        rootPrefix += '/';
+    // Files of a project share few folders: each folder's links are resolved once.
+    QHash<QString, QByteArray> canonicalFolders;
+    std::vector<ProjectElement *> stack{registered};
+    while (!stack.empty()) {
+        ProjectElement *element = stack.back();
+        stack.pop_back();
+        for (ProjectElement *child : element->children())
+            stack.push_back(child);
+        if (element->kind() != ProjectElement::Kind::File)
+            continue;
+        const QString &path = element->filePath().text();
+        const qsizetype slash = path.lastIndexOf(u'/');
+        if (slash < 0) {
+            element->clearSourceControlState();
+            continue;
+        }
+        const QString folder = path.left(slash);
+        auto known = canonicalFolders.constFind(folder);
+        if (known == canonicalFolders.cend()) {
+            const QString canonical = QFileInfo(folder.isEmpty() ? QStringLiteral("/") : folder).canonicalFilePath();
+            QByteArray bytes = QFile::encodeName(canonical.isEmpty() ? folder : canonical);
+            if (!bytes.endsWith('/'))
+                bytes += '/';
+            known = canonicalFolders.insert(folder, bytes);
+        }
+        const QByteArray full = *known + QFile::encodeName(path.mid(slash + 1));
+        if (!full.startsWith(rootPrefix)) {
+            element->clearSourceControlState();
+            continue;
+        }
+        const QByteArray key = full.mid(rootPrefix.size());
+        const SourceControlFileStatus *found = byPath.value(key);
+        for (qsizetype at = key.lastIndexOf('/'); !found && folders && at > 0;
+             at = key.lastIndexOf('/', at - 1))
+            found = byPath.value(key.left(at + 1));
+        SourceControlState state;
+        state.path = key;
+        if (const SourceControlState *previous = element->sourceControlState()) {
+            state.author = previous->author;
+            state.revision = previous->revision;
+        }
+        if (found) {
+            state.status = found->status;
+            state.index = found->index;
+            state.workTree = found->workTree;
+            if (!found->revision.isEmpty()) {
+                state.author = found->author;
+                state.revision = found->revision;
+            }
+        } else {
+            state.status = cleanStatus;
+        }
+        element->setSourceControlState(state);
+        ++m_counters.elementsUpdated;
+    }
+}
+
+void SourceControl::retryMarked()
+{
+    std::vector<Retry> retries;
+    retries.swap(m_retries);
+    for (const Retry &retry : retries)
+        refreshTarget(retry.element, retry.directory, retry.name);
+    settle();
+}
+
+bool SourceControl::busy() const
+{
+    return m_lockHeld || !m_delivered || (m_thread && m_thread->isRunning()) || !m_retries.empty();
+}
+
+void SourceControl::settle()
+{
+    if (!m_working || busy())
+        return;
+    m_working = false;
+    m_log.message(QStringLiteral("Source control information is now up to date"));
+    emit upToDate();
+}
+
+void SourceControl::waitUntilUpToDate()
+{
+    while (busy())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+const SourceControlResults *SourceControl::results(const QString &directory) const
+{
+    const auto found = m_results.constFind(directory);
+    return found == m_results.cend() ? nullptr : &*found;
+}
+
+QString SourceControl::errors(const QString &directory) const
+{
+    return m_errors.value(directory);
+}
+
+void SourceControl::purge()
+{
+    m_log.message(QStringLiteral("Purging current source control status"));
+    m_elements.clear();
+    m_results.clear();
+    m_errors.clear();
+    m_retries.clear();
+    m_retryTimer.stop();
+}
+
+bool SourceControl::withProvider(const std::function<void(SourceCodeControlSystemInterface &)> &operation)
+{
+    if (!m_provider)
+        return false;
+    while (!m_providerLock.tryLock(10))
+        QCoreApplication::processEvents();
+    const bool wasHeld = std::exchange(m_lockHeld, true);
+    operation(*m_provider);
+    m_lockHeld = wasHeld;
+    m_providerLock.unlock();
+    return true;
+}
