@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
+#include <QStandardPaths>
 #include <QTemporaryFile>
 #include <QtEndian>
 #include <memory>
@@ -147,19 +148,18 @@ bool GitProvider::gitOrFail(const QStringList &arguments, const QString &directo
     return false;
 }
 
+// Looking the program up costs a few file checks where running it would cost a process on
+// every command; its version is asked for only when someone wants to see it.
 bool GitProvider::available(QString *reason)
 {
     if (!m_checked) {
         m_checked = true;
-        QByteArray output;
-        const int status = git({QStringLiteral("--version")}, QDir::rootPath(), &output);
-        m_version = QString::fromUtf8(output).trimmed();
-        if (status == 0 && m_version.startsWith(QLatin1String("git version"))) {
-            m_unavailable.clear();
-        } else {
-            const QString said = m_services->standardErrorLines().value(0);
-            m_unavailable = status < 0 ? said
-                                       : QStringLiteral("'%1 --version' failed: %2").arg(m_program, said);
+        m_unavailable.clear();
+        if (!m_program.contains(u'/')) {
+            if (QStandardPaths::findExecutable(m_program).isEmpty())
+                m_unavailable = QStringLiteral("cannot find '%1' in PATH").arg(m_program);
+        } else if (const QFileInfo program(m_program); !program.isFile() || !program.isExecutable()) {
+            m_unavailable = QStringLiteral("cannot run '%1': no such program").arg(m_program);
         }
     }
     if (reason)
@@ -169,7 +169,14 @@ bool GitProvider::available(QString *reason)
 
 QString GitProvider::version()
 {
-    return available(nullptr) ? m_version : QString();
+    if (!available(nullptr))
+        return {};
+    if (m_version.isEmpty()) {
+        QByteArray output;
+        if (git({QStringLiteral("--version")}, QDir::rootPath(), &output) == 0)
+            m_version = QString::fromUtf8(output).trimmed();
+    }
+    return m_version;
 }
 
 bool GitProvider::locate(const QString &directory, Repository &repository, QString *error)

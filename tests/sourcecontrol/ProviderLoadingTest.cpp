@@ -193,12 +193,27 @@ TEST(ProviderLoadingCommand, WithoutGitTheProviderSaysItIsUnavailable)
     const auto status = tess({"sc", "status", "--providers", list}, repository.path());
     EXPECT_EQ(status.exitCode, 1);
     EXPECT_EQ(status.err, "tess sc status: source control provider 'Git' is unavailable: "
-                          "Cannot start /nonexistent/git: No such file or directory\n");
+                          "cannot run '/nonexistent/git': no such program\n");
     const auto listed = tess({"sc", "providers", "--providers", list});
     EXPECT_EQ(listed.exitCode, 0);
-    EXPECT_TRUE(listed.out.endsWith("\tunavailable: Cannot start /nonexistent/git: No such file or directory\n"
+    EXPECT_TRUE(listed.out.endsWith("\tunavailable: cannot run '/nonexistent/git': no such program\n"
                                     "  program=/nonexistent/git  \n"))
         << listed.out.constData();
+}
+
+TEST(ProviderLoadingCommand, WithoutGitInThePathTheProviderSaysSo)
+{
+    GitRepository repository;
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("PATH"), QStringLiteral("/nonexistent"));
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(repository.path());
+    process.start(TestSupport::binPath(QStringLiteral("tess")), {"sc", "status"});
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitCode(), 1);
+    EXPECT_EQ(process.readAllStandardError(),
+              "tess sc status: source control provider 'Git' is unavailable: cannot find 'git' in PATH\n");
 }
 
 TEST(ProviderLoadingCommand, TheListCanComeFromTheEnvironment)
