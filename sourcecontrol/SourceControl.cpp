@@ -1,6 +1,7 @@
 #include "sourcecontrol/SourceControl.h"
 #include "projects/ProjectElement.h"
 #include "projects/StandardProjectSystem.h"
+#include "sourcecontrol/ElementStatusUpdate.h"
 #include "sourcecontrol/SourceCodeControlSystemInterface.h"
 #include "sourcecontrol/SourceControlLog.h"
 #include <QCoreApplication>
@@ -15,8 +16,9 @@ namespace {
 constexpr qint64 slowMilliseconds = 1000;
 constexpr int defaultRetryMilliseconds = 1000;
 
-// What an element's file is when the provider did not list it: tracked and unchanged.
-const QString cleanStatus = QStringLiteral("Unchanged");
+// The longest the main thread gives to updating project elements before it turns its event
+// loop again.
+constexpr int sliceMilliseconds = 4;
 
 } // namespace
 
@@ -276,103 +278,55 @@ void SourceControl::reportErrors(const QString &errors)
     }
 }
 
-// Applies delivered results on the main thread; the caller has reported their errors.
+// Delivers results on the main thread; the caller has reported their errors. The results are
+// there at once; the project elements get their states a slice at a time.
 void SourceControl::deliver(const QString &directory, SourceControlResults status,
                             const QString &errors)
 {
     ++m_counters.deliveries;
     m_log.message(QStringLiteral("Received VCS results for %1").arg(directory));
     m_errors.insert(directory, errors);
-    if (errors.isEmpty()) {
-        QElapsedTimer updating;
-        updating.start();
-        const QList<ProjectElement *> registered = m_elements.value(directory);
-        for (ProjectElement *element : registered) {
-            QString text = QStringLiteral("Updating status for %1").arg(element->elementName());
-            const ProjectElement *project = StandardProjectSystem::projectOf(element);
-            if (project && project != element)
-                text += QStringLiteral(" in %1").arg(project->elementName());
-            m_log.message(text);
-            applyStatus(element, status);
-            emit statusChanged(element);
-        }
-        if (updating.elapsed() > slowMilliseconds) {
-            m_log.message(QStringLiteral("Project system VCS status took %1 ms to update")
-                              .arg(updating.elapsed()));
-        }
-    }
-    m_results.insert(directory, std::move(status));
+    auto shared = std::make_shared<const SourceControlResults>(std::move(status));
+    m_results.insert(directory, shared);
     emit resultsDelivered(directory);
+    const QList<ProjectElement *> registered = m_elements.value(directory);
+    if (!errors.isEmpty() || registered.isEmpty())
+        return;
+    // Newer results for a working copy replace an update of it that has not finished.
+    std::erase_if(m_updates, [&](const std::unique_ptr<ElementStatusUpdate> &update) {
+        return update->directory() == directory;
+    });
+    m_updates.push_back(std::make_unique<ElementStatusUpdate>(directory, std::move(shared), registered));
+    runUpdates();
 }
 
-void SourceControl::applyStatus(ProjectElement *registered, const SourceControlResults &status)
+void SourceControl::runUpdates()
 {
-    if (status.root.isEmpty())
+    m_sliceScheduled = false;
+    if (m_updates.empty())
         return;
-    QHash<QByteArray, const SourceControlFileStatus *> byPath;
-    byPath.reserve(qsizetype(status.files.size()));
-    bool folders = false;
-    for (const SourceControlFileStatus &file : status.files) {
-        byPath.insert(file.path, &file);
-        folders = folders || file.path.endsWith('/');
+    ElementStatusUpdate &update = *m_updates.front();
+    const auto starting = [this](ProjectElement *element) {
+        QString text = QStringLiteral("Updating status for %1").arg(element->elementName());
+        const ProjectElement *project = StandardProjectSystem::projectOf(element);
+        if (project && project != element)
+            text += QStringLiteral(" in %1").arg(project->elementName());
+        m_log.message(text);
+    };
+    const auto finished = [this](ProjectElement *element) { emit statusChanged(element); };
+    if (update.run(sliceMilliseconds, starting, finished)) {
+        if (update.elapsedMilliseconds() > slowMilliseconds) {
+            m_log.message(QStringLiteral("Project system VCS status took %1 ms to update")
+                              .arg(update.elapsedMilliseconds()));
+        }
+        m_counters.elementsUpdated += update.elementsUpdated();
+        m_updates.erase(m_updates.begin());
     }
-    QByteArray rootPrefix = QFile::encodeName(status.root);
-    if (!rootPrefix.endsWith('/'))
-        rootPrefix += '/';
-    // Files of a project share few folders: each folder's links are resolved once.
-    QHash<QString, QByteArray> canonicalFolders;
-    std::vector<ProjectElement *> stack{registered};
-    while (!stack.empty()) {
-        ProjectElement *element = stack.back();
-        stack.pop_back();
-        for (ProjectElement *child : element->children())
-            stack.push_back(child);
-        if (element->kind() != ProjectElement::Kind::File)
-            continue;
-        const QString &path = element->filePath().text();
-        const qsizetype slash = path.lastIndexOf(u'/');
-        if (slash < 0) {
-            element->clearSourceControlState();
-            continue;
-        }
-        const QString folder = path.left(slash);
-        auto known = canonicalFolders.constFind(folder);
-        if (known == canonicalFolders.cend()) {
-            const QString canonical = QFileInfo(folder.isEmpty() ? QStringLiteral("/") : folder).canonicalFilePath();
-            QByteArray bytes = QFile::encodeName(canonical.isEmpty() ? folder : canonical);
-            if (!bytes.endsWith('/'))
-                bytes += '/';
-            known = canonicalFolders.insert(folder, bytes);
-        }
-        const QByteArray full = *known + QFile::encodeName(path.mid(slash + 1));
-        if (!full.startsWith(rootPrefix)) {
-            element->clearSourceControlState();
-            continue;
-        }
-        const QByteArray key = full.mid(rootPrefix.size());
-        const SourceControlFileStatus *found = byPath.value(key);
-        for (qsizetype at = key.lastIndexOf('/'); !found && folders && at > 0;
-             at = key.lastIndexOf('/', at - 1))
-            found = byPath.value(key.left(at + 1));
-        SourceControlState state;
-        state.path = key;
-        if (const SourceControlState *previous = element->sourceControlState()) {
-            state.author = previous->author;
-            state.revision = previous->revision;
-        }
-        if (found) {
-            state.status = found->status;
-            state.index = found->index;
-            state.workTree = found->workTree;
-            if (!found->revision.isEmpty()) {
-                state.author = found->author;
-                state.revision = found->revision;
-            }
-        } else {
-            state.status = cleanStatus;
-        }
-        element->setSourceControlState(state);
-        ++m_counters.elementsUpdated;
+    if (m_updates.empty()) {
+        settle();
+    } else if (!m_sliceScheduled) {
+        m_sliceScheduled = true;
+        QMetaObject::invokeMethod(this, &SourceControl::runUpdates, Qt::QueuedConnection);
     }
 }
 
@@ -387,7 +341,8 @@ void SourceControl::retryMarked()
 
 bool SourceControl::busy() const
 {
-    return m_lockHeld || !m_delivered || (m_thread && m_thread->isRunning()) || !m_retries.empty();
+    return m_lockHeld || !m_delivered || (m_thread && m_thread->isRunning()) || !m_retries.empty()
+        || !m_updates.empty();
 }
 
 void SourceControl::settle()
@@ -408,7 +363,7 @@ void SourceControl::waitUntilUpToDate()
 const SourceControlResults *SourceControl::results(const QString &directory) const
 {
     const auto found = m_results.constFind(directory);
-    return found == m_results.cend() ? nullptr : &*found;
+    return found == m_results.cend() ? nullptr : found->get();
 }
 
 QString SourceControl::errors(const QString &directory) const
@@ -422,6 +377,7 @@ void SourceControl::purge()
     m_elements.clear();
     m_results.clear();
     m_errors.clear();
+    m_updates.clear();
     m_retries.clear();
     m_retryTimer.stop();
 }

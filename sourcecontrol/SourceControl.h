@@ -13,6 +13,7 @@
 #include <memory>
 #include <vector>
 
+class ElementStatusUpdate;
 class ProjectElement;
 class SourceCodeControlSystemInterface;
 class SourceControlLog;
@@ -144,7 +145,7 @@ private:
     void startBackgroundQuery(const QString &directory);
     void deliver(const QString &directory, SourceControlResults status, const QString &errors);
     void reportErrors(const QString &errors);
-    void applyStatus(ProjectElement *registered, const SourceControlResults &status);
+    void runUpdates();
     void retryMarked();
     void settle();
 
@@ -169,7 +170,9 @@ private:
     bool m_working = false;   // something was refreshed since the cache was last up to date
 
     QHash<QString, QList<ProjectElement *>> m_elements;   // by working copy directory
-    QHash<QString, SourceControlResults> m_results;
+    QHash<QString, std::shared_ptr<const SourceControlResults>> m_results;
+    std::vector<std::unique_ptr<ElementStatusUpdate>> m_updates;   // the first one runs
+    bool m_sliceScheduled = false;
     QHash<QString, QString> m_errors;
     Counters m_counters;
 };
