@@ -75,6 +75,7 @@ SourceControl::SourceControl(SourceControlLog &log, QObject *parent)
     m_retryTimer.setSingleShot(true);
     m_retryTimer.setInterval(defaultRetryMilliseconds);
     connect(&m_retryTimer, &QTimer::timeout, this, &SourceControl::retryMarked);
+    connect(&m_refreshTimer, &QTimer::timeout, this, &SourceControl::refreshRegistered);
 }
 
 SourceControl::~SourceControl()
@@ -87,6 +88,34 @@ void SourceControl::setProvider(SourceCodeControlSystemInterface *provider, cons
 {
     m_provider = provider;
     m_providerName = name;
+    if (m_provider && !m_loginUserName.isEmpty())
+        withProvider([this](SourceCodeControlSystemInterface &it) { it.setLogin(m_loginUserName, m_loginPassword); });
+}
+
+void SourceControl::setLogin(const QString &userName, const QString &password)
+{
+    m_loginUserName = userName;
+    m_loginPassword = password;
+    m_log.setSecrets({userName, password});
+    withProvider([&](SourceCodeControlSystemInterface &provider) { provider.setLogin(userName, password); });
+}
+
+void SourceControl::setRefreshInterval(int milliseconds)
+{
+    m_refreshTimer.setInterval(milliseconds);
+    if (milliseconds > 0)
+        m_refreshTimer.start();
+    else
+        m_refreshTimer.stop();
+}
+
+void SourceControl::refreshRegistered()
+{
+    const QHash<QString, QList<ProjectElement *>> registered = m_elements;
+    for (auto it = registered.cbegin(); it != registered.cend(); ++it) {
+        for (ProjectElement *element : it.value())
+            refreshTarget(element, it.key(), element->elementName());
+    }
 }
 
 void SourceControl::setProjectSystem(StandardProjectSystem *system, const QString &configuration)
@@ -95,8 +124,12 @@ void SourceControl::setProjectSystem(StandardProjectSystem *system, const QStrin
         disconnect(m_system, nullptr, this, nullptr);
     m_system = system;
     m_configuration = configuration;
-    if (m_system)
-        connect(m_system, &ProjectSystem::solutionClosed, this, &SourceControl::purge);
+    if (!m_system)
+        return;
+    connect(m_system, &ProjectSystem::solutionClosed, this, &SourceControl::purge);
+    // A solution is refreshed when it is loaded and whenever it is saved.
+    connect(m_system, &ProjectSystem::solutionLoaded, this, &SourceControl::refreshAll);
+    connect(m_system, &ProjectSystem::fileSaved, this, &SourceControl::refreshAll);
 }
 
 QString SourceControl::directoryKey(const QString &directory)
@@ -170,6 +203,8 @@ void SourceControl::refreshTarget(ProjectElement *element, const QString &direct
         return;
     }
     m_retryTimer.stop();
+    const bool periodic = m_refreshTimer.isActive();
+    m_refreshTimer.stop();
     m_lockHeld = true;
     // A former run that has ended but whose results still wait in the queue goes first, so
     // that they cannot overwrite what this refresh finds.
@@ -210,6 +245,8 @@ void SourceControl::refreshTarget(ProjectElement *element, const QString &direct
     }
     if (!m_retries.empty())
         m_retryTimer.start();
+    if (periodic)
+        m_refreshTimer.start();
     m_lockHeld = false;
     settle();
 }

@@ -90,6 +90,11 @@ public:
     void setForceBackground(bool force) { m_forceBackground = force; }
     // How long a refresh that had to wait is put off before it is tried again.
     void setRetryInterval(int milliseconds) { m_retryTimer.setInterval(milliseconds); }
+    // Refreshes every registered element this long after the last refresh; 0, the default,
+    // refreshes only on a solution's load and save and when asked.
+    void setRefreshInterval(int milliseconds);
+    // The login of the settings dialog: handed to the provider, and masked out of the log.
+    void setLogin(const QString &userName, const QString &password);
 
     // The working copy of a project: its source_code_control_directory expanded and made
     // absolute; empty when it has none.
@@ -147,6 +152,7 @@ private:
     void reportErrors(const QString &errors);
     void runUpdates();
     void retryMarked();
+    void refreshRegistered();
     void settle();
 
     SourceControlLog &m_log;
@@ -166,6 +172,9 @@ private:
     QString m_queryDirectory;      // of the background query in flight
     QElapsedTimer m_queryStart;
     QTimer m_retryTimer;
+    QTimer m_refreshTimer;
+    QString m_loginUserName;
+    QString m_loginPassword;
     std::vector<Retry> m_retries;
     bool m_working = false;   // something was refreshed since the cache was last up to date
 

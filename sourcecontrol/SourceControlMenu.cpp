@@ -17,6 +17,16 @@ constexpr SourceControlPropertyRow propertyRows[] = {
     {"sccs_local_status", "The source control status of the local file as viewed by Tessmark."},
 };
 
+constexpr SourceControlMenuCommand menuCommands[] = {
+    {"Compare", "vcsCompare"},
+    {"Compare editor copy to source control copy", "committedCopy"},
+    {"Show Log", "showLog"},
+    {"Pending Changes", "PendingChangesWindow::runVCS"},
+    {"Switch Branch...", "vcsSwitchBranch"},
+    {"Merge...", "vcsMerge"},
+    {"Source Control Explorer", "vcsShowSourceControlExplorer"},
+};
+
 // `path` with links resolved as far as it exists; the rest is appended as written.
 QString resolvedPath(const QString &path)
 {
@@ -119,6 +129,18 @@ void fillHistory(SourceControl &sourceControl, const std::vector<ProjectElement 
 }
 
 } // namespace
+
+QString settingsDialogTitle(const QString &providerName)
+{
+    return QStringLiteral("Configure %1 source control").arg(providerName);
+}
+
+std::span<const SourceControlMenuCommand> sourceControlMenu(const SourceControl &sourceControl)
+{
+    if (!sourceControl.provider())
+        return {};
+    return menuCommands;
+}
 
 std::span<const SourceControlPropertyRow> sourceControlPropertyRows()
 {

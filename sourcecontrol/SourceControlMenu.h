@@ -14,6 +14,19 @@ class SourceControl;
 
 // The setting that chooses the provider's own merge over the environment's merge window.
 constexpr const char *useProviderMergeSetting = "Use Provider Merge";
+// The entries of the settings dialog that hold the login; their values are never logged.
+constexpr const char *loginUserNameSetting = "VCSLoginUserName";
+constexpr const char *loginPasswordSetting = "VCSLoginPassword";
+// The title of the settings dialog: "Configure Git source control".
+[[nodiscard]] QString settingsDialogTitle(const QString &providerName);
+
+// One command of the source control menu and the operation behind it.
+struct SourceControlMenuCommand {
+    const char *title;
+    const char *operation;
+};
+// The menu's commands; none without a provider, so that the menu is empty.
+[[nodiscard]] std::span<const SourceControlMenuCommand> sourceControlMenu(const SourceControl &sourceControl);
 
 // The properties of the "Source Control" group of the explorer, in the order shown.
 struct SourceControlPropertyRow {

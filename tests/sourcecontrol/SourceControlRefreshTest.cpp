@@ -267,6 +267,13 @@ TEST_F(SourceControlRefresh, WithoutAProviderNothingHappens)
     EXPECT_EQ(provider.queries.load(), 0);
 }
 
+TEST_F(SourceControlRefresh, TheLoginReachesTheProviderButNeverTheLog)
+{
+    control.setLogin(QStringLiteral("ann"), QStringLiteral("s3cret"));
+    log.message(QStringLiteral("svn --username ann --password s3cret status"));
+    EXPECT_EQ(texts().last(), QStringLiteral("svn --username ******** --password ******** status"));
+}
+
 TEST(SourceControlServices, LogTheCommandButNeverTheLogin)
 {
     QTemporaryDir directory;

@@ -9,6 +9,7 @@
 #include "sourcecontrol/SourceControlProviders.h"
 #include "tests/projects/SolutionFixture.h"
 #include "tests/sourcecontrol/GitRepository.h"
+#include <QDeadlineTimer>
 #include <QFile>
 #include <gtest/gtest.h>
 
@@ -92,8 +93,8 @@ protected:
         EXPECT_TRUE(providers.load(TestSupport::binPath(QStringLiteral("scproviders.xml")), &error)) << error.toStdString();
         SourceControlProvider *git = providers.find(QStringLiteral("Git"));
         control.setProvider(git->interface(), git->entry().name);
-        control.setProjectSystem(&fixture.system, QStringLiteral("Common"));
         solution = fixture.system.loadSolution(repository.path(), QStringLiteral("demo.qvProject"), false);
+        control.setProjectSystem(&fixture.system, QStringLiteral("Common"));
         log.setKeptLines(200);
     }
 
@@ -129,6 +130,34 @@ TEST_F(SolutionInWorkingCopy, RefreshGivesEveryFileElementItsState)
     EXPECT_EQ(element(QStringLiteral("App/with space.c"))->sourceControlState()->status, QStringLiteral("Added"));
     EXPECT_EQ(redrawn, std::vector<ProjectElement *>({element(QStringLiteral("App"))}));
     EXPECT_TRUE(log.keptLines().contains(QStringLiteral("Updating status for App")));
+}
+
+TEST_F(SolutionInWorkingCopy, LoadingTheSolutionAgainRefreshesItAndClosingItPurges)
+{
+    fixture.system.closeSolution();
+    EXPECT_TRUE(log.keptLines().contains(QStringLiteral("Purging current source control status")));
+    fixture.system.loadSolution(repository.path(), QStringLiteral("demo.qvProject"), false);
+    control.waitUntilUpToDate();
+    EXPECT_EQ(letters(QStringLiteral("App/Source/main.c")), " M");
+    EXPECT_EQ(letters(QStringLiteral("App/app.o")), "!!");
+    EXPECT_EQ(sourceControlMenu(control).size(), 7U);
+    control.setProvider(nullptr, QString());
+    EXPECT_TRUE(sourceControlMenu(control).empty());
+}
+
+TEST_F(SolutionInWorkingCopy, APeriodicRefreshSeesChangesMadeOutside)
+{
+    control.refresh(element(QStringLiteral("App")));
+    control.waitUntilUpToDate();
+    EXPECT_EQ(letters(QStringLiteral("App/Source/util.c")), "  ");
+    repository.write("src/util.c", "changed outside\n");
+    control.setRefreshInterval(1);
+    const QDeadlineTimer patience(60000);
+    while (letters(QStringLiteral("App/Source/util.c")) != " M" && !patience.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
+    control.setRefreshInterval(0);
+    control.waitUntilUpToDate();
+    EXPECT_EQ(letters(QStringLiteral("App/Source/util.c")), " M");
 }
 
 TEST_F(SolutionInWorkingCopy, AFolderIsUpdatedAsPartOfItsProject)
