@@ -210,45 +210,51 @@ void SourceControl::refreshTarget(ProjectElement *element, const QString &direct
     // that they cannot overwrite what this refresh finds.
     while (!m_delivered && m_thread && m_thread->isFinished())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    const bool queryInFlight = !m_delivered;
-    if (queryInFlight && m_queryDirectory == directory) {
-        // The query running now answers for this directory: the element is registered for it.
-    } else if (!m_providerLock.tryLock()) {
-        m_log.message(QStringLiteral("VCS thread is busy when refreshing %1").arg(name));
-        markForRetry(element, directory, name);
-    } else {
-        bool answered = false;
-        if (!m_forceBackground) {
-            ++m_counters.probes;
-            if (m_provider->probe(directory, m_options)) {
-                m_log.message(QStringLiteral("Probing VCS successful for %1").arg(directory));
-                SourceControlResults results;
-                results.options = m_options;
-                ++m_counters.immediateQueries;
-                m_provider->queryStatus(directory, results);
-                m_providerLock.unlock();
-                const QString errors = std::exchange(results.errors, QString());
-                reportErrors(errors);
-                deliver(directory, std::move(results), errors);
-                answered = true;
-            }
-        }
-        if (!answered) {
-            if (queryInFlight) {
-                m_log.message(QStringLiteral("VCS thread is busy when refreshing %1").arg(name));
-                markForRetry(element, directory, name);
-            } else {
-                startBackgroundQuery(directory);
-            }
-            m_providerLock.unlock();
-        }
-    }
+    // The query in flight for the same directory answers for the element, which is registered.
+    if (m_delivered || m_queryDirectory != directory)
+        queryOrMark(element, directory, name);
     if (!m_retries.empty())
         m_retryTimer.start();
     if (periodic)
         m_refreshTimer.start();
     m_lockHeld = false;
     settle();
+}
+
+// Steps 4 to 6 of a refresh: the provider's quick check decides between a query at once and
+// one on the background thread; a thread still at work means a retry.
+void SourceControl::queryOrMark(ProjectElement *element, const QString &directory, const QString &name)
+{
+    const bool threadBusy = !m_delivered;
+    if (!m_providerLock.tryLock()) {
+        m_log.message(QStringLiteral("VCS thread is busy when refreshing %1").arg(name));
+        markForRetry(element, directory, name);
+        return;
+    }
+    bool quick = false;
+    if (!m_forceBackground) {
+        ++m_counters.probes;
+        quick = m_provider->probe(directory, m_options);
+    }
+    if (!quick) {
+        if (threadBusy) {
+            m_log.message(QStringLiteral("VCS thread is busy when refreshing %1").arg(name));
+            markForRetry(element, directory, name);
+        } else {
+            startBackgroundQuery(directory);
+        }
+        m_providerLock.unlock();
+        return;
+    }
+    m_log.message(QStringLiteral("Probing VCS successful for %1").arg(directory));
+    SourceControlResults results;
+    results.options = m_options;
+    ++m_counters.immediateQueries;
+    m_provider->queryStatus(directory, results);
+    m_providerLock.unlock();
+    const QString errors = std::exchange(results.errors, QString());
+    reportErrors(errors);
+    deliver(directory, std::move(results), errors);
 }
 
 void SourceControl::markForRetry(ProjectElement *element, const QString &directory,

@@ -146,6 +146,7 @@ private:
     };
 
     void refreshTarget(ProjectElement *element, const QString &directory, const QString &name);
+    void queryOrMark(ProjectElement *element, const QString &directory, const QString &name);
     void markForRetry(ProjectElement *element, const QString &directory, const QString &name);
     void startBackgroundQuery(const QString &directory);
     void deliver(const QString &directory, SourceControlResults status, const QString &errors);

@@ -18,6 +18,7 @@
 #include <QFileInfo>
 #include <QTimer>
 #include <cstdio>
+#include <functional>
 #include <ctime>
 #include <memory>
 
@@ -166,6 +167,22 @@ private:
     qint64 m_longestWork = 0;
 };
 
+// Runs a refresh and turns the event loop until its results are in, watching the main thread
+// when asked to.
+void refreshAndWait(const CommandArguments &arguments, SourceControl &control,
+                    const std::function<void()> &refresh)
+{
+    std::unique_ptr<PauseWatch> watch;
+    if (arguments.has("--report-pauses"))
+        watch = std::make_unique<PauseWatch>();
+    refresh();
+    control.waitUntilUpToDate();
+    if (watch) {
+        watch->mark();
+        watch->report();
+    }
+}
+
 // PROJECT<TAB>XY<TAB>PATH for every file element of the solution's projects.
 void printSolutionStatus(const ProjectElement *project, QByteArray &out, const QByteArray &prefix,
                          bool quoteNonAscii)
@@ -213,15 +230,7 @@ int solutionStatus(const CommandArguments &arguments, ScSession &session)
     if (const int status = chooseProvider(arguments, session, system.solution()); status != exitSuccess)
         return status;
     session.control.setForceBackground(arguments.has("--background"));
-    std::unique_ptr<PauseWatch> watch;
-    if (arguments.has("--report-pauses"))
-        watch = std::make_unique<PauseWatch>();
-    session.control.refreshAll();
-    session.control.waitUntilUpToDate();
-    if (watch) {
-        watch->mark();
-        watch->report();
-    }
+    refreshAndWait(arguments, session.control, [&] { session.control.refreshAll(); });
     int status = exitSuccess;
     QByteArray out;
     for (const ProjectElement *project : system.solution()->children()) {
@@ -267,15 +276,8 @@ int statusCommand(const CommandArguments &arguments)
         return arguments.fail(outside);
     session.control.setOptions(options);
     session.control.setForceBackground(arguments.has("--background"));
-    std::unique_ptr<PauseWatch> watch;
-    if (arguments.has("--report-pauses"))
-        watch = std::make_unique<PauseWatch>();
-    session.control.refreshDirectory(session.directory, session.directory);
-    session.control.waitUntilUpToDate();
-    if (watch) {
-        watch->mark();
-        watch->report();
-    }
+    refreshAndWait(arguments, session.control,
+                   [&] { session.control.refreshDirectory(session.directory, session.directory); });
     const QString key = SourceControl::directoryKey(session.directory);
     if (const QString errors = session.control.errors(key); !errors.isEmpty())
         return failLines(arguments, errors);
