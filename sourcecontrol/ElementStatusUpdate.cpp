@@ -11,12 +11,13 @@ const QString cleanStatus = QStringLiteral("Unchanged");
 // How many files are updated between two looks at the clock.
 constexpr int filesPerClockCheck = 64;
 
-} // namespace
+}   // namespace
 
 ElementStatusUpdate::ElementStatusUpdate(QString directory,
                                          std::shared_ptr<const SourceControlResults> status,
                                          QList<ProjectElement *> registered)
-    : m_directory(std::move(directory)), m_status(std::move(status)), m_registered(std::move(registered))
+    : m_directory(std::move(directory)), m_status(std::move(status)),
+      m_registered(std::move(registered))
 {
     m_started.start();
     m_byPath.reserve(qsizetype(m_status->files.size()));
@@ -29,7 +30,8 @@ ElementStatusUpdate::ElementStatusUpdate(QString directory,
         m_rootPrefix += '/';
 }
 
-bool ElementStatusUpdate::run(int milliseconds, const std::function<void(ProjectElement *)> &starting,
+bool ElementStatusUpdate::run(int milliseconds,
+                              const std::function<void(ProjectElement *)> &starting,
                               const std::function<void(ProjectElement *)> &finished)
 {
     QElapsedTimer slice;
@@ -73,7 +75,8 @@ void ElementStatusUpdate::apply(ProjectElement *file)
     const QString folder = path.left(slash);
     auto known = m_canonicalFolders.constFind(folder);
     if (known == m_canonicalFolders.cend()) {
-        const QString canonical = QFileInfo(folder.isEmpty() ? QStringLiteral("/") : folder).canonicalFilePath();
+        const QString canonical =
+            QFileInfo(folder.isEmpty() ? QStringLiteral("/") : folder).canonicalFilePath();
         QByteArray bytes = QFile::encodeName(canonical.isEmpty() ? folder : canonical);
         if (!bytes.endsWith('/'))
             bytes += '/';
@@ -85,7 +88,8 @@ void ElementStatusUpdate::apply(ProjectElement *file)
     }
     const QByteArray key = known->mid(m_rootPrefix.size()) + QFile::encodeName(path.mid(slash + 1));
     const SourceControlFileStatus *found = m_byPath.value(key);
-    for (qsizetype at = key.lastIndexOf('/'); !found && m_hasFolders && at > 0; at = key.lastIndexOf('/', at - 1))
+    for (qsizetype at = key.lastIndexOf('/'); !found && m_hasFolders && at > 0;
+         at = key.lastIndexOf('/', at - 1))
         found = m_byPath.value(key.left(at + 1));
     SourceControlState state;
     if (const SourceControlState *previous = file->sourceControlState()) {

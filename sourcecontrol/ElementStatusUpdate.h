@@ -35,12 +35,12 @@ private:
     QString m_directory;
     std::shared_ptr<const SourceControlResults> m_status;   // kept alive for m_byPath
     QList<ProjectElement *> m_registered;
-    qsizetype m_next = 0;                      // the registered element to walk next
-    ProjectElement *m_current = nullptr;       // the one being walked
+    qsizetype m_next = 0;   // the registered element to walk next
+    ProjectElement *m_current = nullptr;   // the one being walked
     std::vector<ProjectElement *> m_stack;
     QHash<QByteArray, const SourceControlFileStatus *> m_byPath;
     bool m_hasFolders = false;   // collapsed "dir/" entries: a file's folders must be looked up too
-    QByteArray m_rootPrefix;     // the root with a '/'
+    QByteArray m_rootPrefix;   // the root with a '/'
     // Files of a project share few folders: each folder's links are resolved once.
     QHash<QString, QByteArray> m_canonicalFolders;
     QElapsedTimer m_started;

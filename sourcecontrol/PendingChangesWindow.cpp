@@ -44,12 +44,24 @@ bool PendingChangesWindow::runVCS(int command)
     const bool ran = m_sourceControl.withProvider([&](SourceCodeControlSystemInterface &provider) {
         bool ok = false;
         switch (Command(command)) {
-        case Add: ok = provider.add(m_directory, m_selection, m_results); break;
-        case Remove: ok = provider.remove(m_directory, m_selection, false, m_results); break;
-        case Untrack: ok = provider.remove(m_directory, m_selection, true, m_results); break;
-        case Revert: ok = provider.revert(m_directory, m_selection, m_results); break;
-        case Commit: ok = provider.commit(m_directory, m_message, m_author, m_results); break;
-        case Compare: ok = provider.diff(m_directory, m_selection, m_results); break;
+        case Add:
+            ok = provider.add(m_directory, m_selection, m_results);
+            break;
+        case Remove:
+            ok = provider.remove(m_directory, m_selection, false, m_results);
+            break;
+        case Untrack:
+            ok = provider.remove(m_directory, m_selection, true, m_results);
+            break;
+        case Revert:
+            ok = provider.revert(m_directory, m_selection, m_results);
+            break;
+        case Commit:
+            ok = provider.commit(m_directory, m_message, m_author, m_results);
+            break;
+        case Compare:
+            ok = provider.diff(m_directory, m_selection, m_results);
+            break;
         }
         if (!ok && m_results.errors.isEmpty())
             m_results.errors = QStringLiteral("the provider reported a failure");

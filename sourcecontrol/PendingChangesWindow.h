@@ -13,10 +13,10 @@ public:
     // The command numbers of runVCS.
     enum Command : int {
         Add = 0,
-        Remove = 1,       // from control and from the disk
-        Untrack = 2,      // from control only; the file stays
+        Remove = 1,   // from control and from the disk
+        Untrack = 2,   // from control only; the file stays
         Revert = 3,
-        Commit = 4,       // the recorded changes as a whole; the selection plays no part
+        Commit = 4,   // the recorded changes as a whole; the selection plays no part
         Compare = 5,
     };
     static constexpr int commandCount = 6;

@@ -7,16 +7,26 @@ namespace {
 constexpr char escapeOf(unsigned char c)
 {
     switch (c) {
-    case '\a': return 'a';
-    case '\b': return 'b';
-    case '\t': return 't';
-    case '\n': return 'n';
-    case '\v': return 'v';
-    case '\f': return 'f';
-    case '\r': return 'r';
-    case '"': return '"';
-    case '\\': return '\\';
-    default: return c < 0x20 || c == 0x7f ? 1 : 0;
+    case '\a':
+        return 'a';
+    case '\b':
+        return 'b';
+    case '\t':
+        return 't';
+    case '\n':
+        return 'n';
+    case '\v':
+        return 'v';
+    case '\f':
+        return 'f';
+    case '\r':
+        return 'r';
+    case '"':
+        return '"';
+    case '\\':
+        return '\\';
+    default:
+        return c < 0x20 || c == 0x7f ? 1 : 0;
     }
 }
 
@@ -25,7 +35,7 @@ bool mustQuote(unsigned char c, bool quoteNonAscii)
     return c >= 0x80 ? quoteNonAscii : escapeOf(c) != 0;
 }
 
-} // namespace
+}   // namespace
 
 QByteArray quotedPath(const QByteArray &path, bool quoteNonAscii, bool quoteSpaces)
 {

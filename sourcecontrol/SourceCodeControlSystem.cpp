@@ -23,7 +23,7 @@ QStringList linesOf(const QByteArray &bytes)
     return lines;
 }
 
-} // namespace
+}   // namespace
 
 void SourceCodeControlSystemProcess::processOutput(bool isError, const QByteArray &bytes)
 {
@@ -33,8 +33,7 @@ void SourceCodeControlSystemProcess::processOutput(bool isError, const QByteArra
 SourceCodeControlSystem::~SourceCodeControlSystem() = default;
 
 int SourceCodeControlSystem::runCommand(const QStringList &arguments,
-                                        const QString &workingDirectory,
-                                        QByteArray *standardOutput)
+                                        const QString &workingDirectory, QByteArray *standardOutput)
 {
     if (m_log && m_log->logCommands()) {
         m_log->message(QStringLiteral("cd ") + workingDirectory);

@@ -82,8 +82,8 @@ public:
 // The two functions a provider library exports with C linkage. The creation function gets the
 // services object, which outlives the interface; the release function gets the interface back
 // before the library is closed, and frees it with the allocator that made it.
-using CreateSourceCodeControlSystemInterfaceFunction =
-    SourceCodeControlSystemInterface *(*)(SourceCodeControlSystemProviderInterfaceHelpers *services);
+using CreateSourceCodeControlSystemInterfaceFunction = SourceCodeControlSystemInterface
+    *(*)(SourceCodeControlSystemProviderInterfaceHelpers *services);
 using ReleaseSourceCodeControlSystemInterfaceFunction =
     void (*)(SourceCodeControlSystemInterface *interface);
 

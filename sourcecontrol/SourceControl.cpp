@@ -20,7 +20,7 @@ constexpr int defaultRetryMilliseconds = 1000;
 // loop again.
 constexpr int sliceMilliseconds = 4;
 
-} // namespace
+}   // namespace
 
 SourceControlStatusUpdateEvent::SourceControlStatusUpdateEvent(QString directory,
                                                                SourceControlResults status,
@@ -62,8 +62,9 @@ void SourceControlBackgroundUpdateThread::run()
         m_provider->queryStatus(m_directory, results);
     }
     QString errors = std::exchange(results.errors, QString());
-    QCoreApplication::postEvent(m_receiver, new SourceControlStatusUpdateEvent(
-                                                m_directory, std::move(results), std::move(errors)));
+    QCoreApplication::postEvent(
+        m_receiver,
+        new SourceControlStatusUpdateEvent(m_directory, std::move(results), std::move(errors)));
 }
 
 SourceControl::SourceControl(SourceControlLog &log, QObject *parent)
@@ -89,7 +90,9 @@ void SourceControl::setProvider(SourceCodeControlSystemInterface *provider, cons
     m_provider = provider;
     m_providerName = name;
     if (m_provider && !m_loginUserName.isEmpty())
-        withProvider([this](SourceCodeControlSystemInterface &it) { it.setLogin(m_loginUserName, m_loginPassword); });
+        withProvider([this](SourceCodeControlSystemInterface &it) {
+            it.setLogin(m_loginUserName, m_loginPassword);
+        });
 }
 
 void SourceControl::setLogin(const QString &userName, const QString &password)
@@ -97,7 +100,8 @@ void SourceControl::setLogin(const QString &userName, const QString &password)
     m_loginUserName = userName;
     m_loginPassword = password;
     m_log.setSecrets({userName, password});
-    withProvider([&](SourceCodeControlSystemInterface &provider) { provider.setLogin(userName, password); });
+    withProvider(
+        [&](SourceCodeControlSystemInterface &provider) { provider.setLogin(userName, password); });
 }
 
 void SourceControl::setRefreshInterval(int milliseconds)
@@ -146,11 +150,12 @@ QString SourceControl::directoryOf(const ProjectElement *element) const
     const ProjectElement *project = StandardProjectSystem::projectOf(element);
     if (!project)
         return {};
-    const QString value = m_system
-                              ->expandedProperty(project,
-                                                 m_system->propertyClass(ProjectProperty::SourceCodeControlDirectory),
-                                                 m_configuration)
-                              .trimmed();
+    const QString value =
+        m_system
+            ->expandedProperty(project,
+                               m_system->propertyClass(ProjectProperty::SourceCodeControlDirectory),
+                               m_configuration)
+            .trimmed();
     if (value.isEmpty())
         return {};
     if (QFileInfo(value).isAbsolute())
@@ -223,7 +228,8 @@ void SourceControl::refreshTarget(ProjectElement *element, const QString &direct
 
 // Steps 4 to 6 of a refresh: the provider's quick check decides between a query at once and
 // one on the background thread; a thread still at work means a retry.
-void SourceControl::queryOrMark(ProjectElement *element, const QString &directory, const QString &name)
+void SourceControl::queryOrMark(ProjectElement *element, const QString &directory,
+                                const QString &name)
 {
     const bool threadBusy = !m_delivered;
     if (!m_providerLock.tryLock()) {
@@ -339,7 +345,8 @@ void SourceControl::deliver(const QString &directory, SourceControlResults statu
     std::erase_if(m_updates, [&](const std::unique_ptr<ElementStatusUpdate> &update) {
         return update->directory() == directory;
     });
-    m_updates.push_back(std::make_unique<ElementStatusUpdate>(directory, std::move(shared), registered));
+    m_updates.push_back(
+        std::make_unique<ElementStatusUpdate>(directory, std::move(shared), registered));
     runUpdates();
 }
 
@@ -385,7 +392,7 @@ void SourceControl::retryMarked()
 bool SourceControl::busy() const
 {
     return m_lockHeld || !m_delivered || (m_thread && m_thread->isRunning()) || !m_retries.empty()
-        || !m_updates.empty();
+           || !m_updates.empty();
 }
 
 void SourceControl::settle()
@@ -425,7 +432,8 @@ void SourceControl::purge()
     m_retryTimer.stop();
 }
 
-bool SourceControl::withProvider(const std::function<void(SourceCodeControlSystemInterface &)> &operation)
+bool SourceControl::withProvider(
+    const std::function<void(SourceCodeControlSystemInterface &)> &operation)
 {
     if (!m_provider)
         return false;

@@ -169,8 +169,8 @@ private:
     QMutex m_providerLock;
     bool m_lockHeld = false;
     std::unique_ptr<SourceControlBackgroundUpdateThread> m_thread;
-    bool m_delivered = true;       // the last background query's results have been applied
-    QString m_queryDirectory;      // of the background query in flight
+    bool m_delivered = true;   // the last background query's results have been applied
+    QString m_queryDirectory;   // of the background query in flight
     QElapsedTimer m_queryStart;
     QTimer m_retryTimer;
     QTimer m_refreshTimer;

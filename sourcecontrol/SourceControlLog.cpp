@@ -5,7 +5,7 @@ namespace {
 
 constexpr QLatin1String mask("********");
 
-} // namespace
+}   // namespace
 
 void SourceControlLog::setSink(Sink sink)
 {

@@ -13,7 +13,8 @@ namespace {
 
 constexpr SourceControlPropertyRow propertyRows[] = {
     {"sccs_provider_name", "The source control provider"},
-    {"sccs_provider_status", "The source control status of the local file reported by the provider."},
+    {"sccs_provider_status",
+     "The source control status of the local file reported by the provider."},
     {"sccs_local_status", "The source control status of the local file as viewed by Tessmark."},
 };
 
@@ -39,7 +40,8 @@ QString resolvedPath(const QString &path)
         rest.prepend(existing.mid(slash));
         existing = existing.left(slash);
     }
-    const QString canonical = QFileInfo(existing.isEmpty() ? QStringLiteral("/") : existing).canonicalFilePath();
+    const QString canonical =
+        QFileInfo(existing.isEmpty() ? QStringLiteral("/") : existing).canonicalFilePath();
     if (canonical.isEmpty())
         return path;
     return canonical == QLatin1String("/") && !rest.isEmpty() ? rest : canonical + rest;
@@ -72,7 +74,8 @@ QString localStatus(const SourceControlState &state)
 {
     QString text = QString(QLatin1Char(state.index)) + QLatin1Char(state.workTree);
     if (!state.revision.isEmpty())
-        text += QStringLiteral(", last changed in %1 by %2").arg(state.revision.left(12), state.author);
+        text +=
+            QStringLiteral(", last changed in %1 by %2").arg(state.revision.left(12), state.author);
     return text;
 }
 
@@ -111,8 +114,8 @@ void fillHistory(SourceControl &sourceControl, const std::vector<ProjectElement 
     }
     if (paths.isEmpty())
         return;
-    const SourceControlResults results =
-        run(sourceControl, [&](SourceCodeControlSystemInterface &provider, SourceControlResults &out) {
+    const SourceControlResults results = run(
+        sourceControl, [&](SourceCodeControlSystemInterface &provider, SourceControlResults &out) {
             return provider.history(directory, paths, out);
         });
     for (const SourceControlFileStatus &found : results.files) {
@@ -128,7 +131,7 @@ void fillHistory(SourceControl &sourceControl, const std::vector<ProjectElement 
     }
 }
 
-} // namespace
+}   // namespace
 
 QString settingsDialogTitle(const QString &providerName)
 {
@@ -168,51 +171,58 @@ QString outsideWorkingCopyError(SourceControl &sourceControl, const QString &dir
         root = provider.workingCopyRoot(directory, &error);
     });
     if (root.isEmpty())
-        return error.isEmpty() ? QStringLiteral("not under source control: %1").arg(directory) : error;
+        return error.isEmpty() ? QStringLiteral("not under source control: %1").arg(directory)
+                               : error;
     const QString outside = firstPathOutside(root, directory, paths);
-    return outside.isEmpty() ? QString() : QStringLiteral("outside the working copy: %1").arg(outside);
+    return outside.isEmpty() ? QString()
+                             : QStringLiteral("outside the working copy: %1").arg(outside);
 }
 
 SourceControlResults vcsCompare(SourceControl &sourceControl, const QString &directory,
                                 const QStringList &paths)
 {
-    return run(sourceControl, [&](SourceCodeControlSystemInterface &provider, SourceControlResults &results) {
-        return provider.diff(directory, paths, results);
-    });
+    return run(sourceControl,
+               [&](SourceCodeControlSystemInterface &provider, SourceControlResults &results) {
+                   return provider.diff(directory, paths, results);
+               });
 }
 
 SourceControlResults vcsMerge(SourceControl &sourceControl, const QString &directory,
                               const QString &branch, bool useProviderMerge)
 {
-    return run(sourceControl, [&](SourceCodeControlSystemInterface &provider, SourceControlResults &results) {
-        return provider.merge(directory, branch, useProviderMerge, results);
-    });
+    return run(sourceControl,
+               [&](SourceCodeControlSystemInterface &provider, SourceControlResults &results) {
+                   return provider.merge(directory, branch, useProviderMerge, results);
+               });
 }
 
 SourceControlResults vcsSwitchBranch(SourceControl &sourceControl, const QString &directory,
                                      const QString &branch)
 {
-    return run(sourceControl, [&](SourceCodeControlSystemInterface &provider, SourceControlResults &results) {
-        if (!branch.isEmpty() && !provider.switchBranch(directory, branch, results))
-            return false;
-        return provider.branches(directory, results);
-    });
+    return run(sourceControl,
+               [&](SourceCodeControlSystemInterface &provider, SourceControlResults &results) {
+                   if (!branch.isEmpty() && !provider.switchBranch(directory, branch, results))
+                       return false;
+                   return provider.branches(directory, results);
+               });
 }
 
 SourceControlResults showLog(SourceControl &sourceControl, const QString &directory,
                              const QString &path, int count)
 {
-    return run(sourceControl, [&](SourceCodeControlSystemInterface &provider, SourceControlResults &results) {
-        return provider.log(directory, path, count, results);
-    });
+    return run(sourceControl,
+               [&](SourceCodeControlSystemInterface &provider, SourceControlResults &results) {
+                   return provider.log(directory, path, count, results);
+               });
 }
 
 SourceControlResults committedCopy(SourceControl &sourceControl, const QString &directory,
                                    const QString &path)
 {
-    return run(sourceControl, [&](SourceCodeControlSystemInterface &provider, SourceControlResults &results) {
-        return provider.fileAtRevision(directory, path, QString(), results);
-    });
+    return run(sourceControl,
+               [&](SourceCodeControlSystemInterface &provider, SourceControlResults &results) {
+                   return provider.fileAtRevision(directory, path, QString(), results);
+               });
 }
 
 std::vector<SourceControlExplorerRow> vcsShowSourceControlExplorer(SourceControl &sourceControl,

@@ -26,7 +26,8 @@ struct SourceControlMenuCommand {
     const char *operation;
 };
 // The menu's commands; none without a provider, so that the menu is empty.
-[[nodiscard]] std::span<const SourceControlMenuCommand> sourceControlMenu(const SourceControl &sourceControl);
+[[nodiscard]] std::span<const SourceControlMenuCommand>
+sourceControlMenu(const SourceControl &sourceControl);
 
 // The properties of the "Source Control" group of the explorer, in the order shown.
 struct SourceControlPropertyRow {
@@ -52,8 +53,8 @@ struct SourceControlExplorerRow {
                                               const QString &directory, const QStringList &paths);
 
 // "Compare": the files' differences against the last commit (all files when `paths` is empty).
-[[nodiscard]] SourceControlResults vcsCompare(SourceControl &sourceControl, const QString &directory,
-                                              const QStringList &paths);
+[[nodiscard]] SourceControlResults vcsCompare(SourceControl &sourceControl,
+                                              const QString &directory, const QStringList &paths);
 // "Merge": merges a branch into the current one, by the provider when `useProviderMerge`, else
 // left uncommitted with the conflicts listed for the merge window.
 [[nodiscard]] SourceControlResults vcsMerge(SourceControl &sourceControl, const QString &directory,

@@ -43,7 +43,7 @@ SourceControlProviderEntry readEntry(const QDomElement &element, const QString &
     return entry;
 }
 
-} // namespace
+}   // namespace
 
 SourceControlProvider::SourceControlProvider(SourceControlProviderEntry entry,
                                              SourceControlLog *log)
@@ -92,7 +92,8 @@ void SourceControlProvider::load()
     m_services = std::make_unique<SourceCodeControlSystem>(m_log);
     SourceCodeControlSystemInterface *created = create(m_services.get());
     if (!created)
-        return fail(QStringLiteral("%1 returned no interface").arg(QLatin1String(createProviderSymbol)));
+        return fail(
+            QStringLiteral("%1 returned no interface").arg(QLatin1String(createProviderSymbol)));
     m_interface = created;
     m_release = release;
     m_interface->setProperties(m_entry.properties);
@@ -119,11 +120,13 @@ bool SourceControlProviders::load(const QString &listPath, QString *error)
 {
     QFile file(listPath);
     if (!file.open(QIODevice::ReadOnly)) {
-        *error = QStringLiteral("%1: cannot read the provider list: %2").arg(listPath, file.errorString());
+        *error = QStringLiteral("%1: cannot read the provider list: %2")
+                     .arg(listPath, file.errorString());
         return false;
     }
     if (file.size() > maxListSize) {
-        *error = QStringLiteral("%1: provider list too large (%2 bytes)").arg(listPath).arg(file.size());
+        *error =
+            QStringLiteral("%1: provider list too large (%2 bytes)").arg(listPath).arg(file.size());
         return false;
     }
     QDomDocument document;
@@ -141,9 +144,10 @@ bool SourceControlProviders::load(const QString &listPath, QString *error)
         return false;
     }
     const QString directory = QFileInfo(listPath).absolutePath();
-    for (QDomElement element = root.firstChildElement(QStringLiteral("provider")); !element.isNull();
-         element = element.nextSiblingElement(QStringLiteral("provider"))) {
-        auto provider = std::make_unique<SourceControlProvider>(readEntry(element, directory), m_log);
+    for (QDomElement element = root.firstChildElement(QStringLiteral("provider"));
+         !element.isNull(); element = element.nextSiblingElement(QStringLiteral("provider"))) {
+        auto provider =
+            std::make_unique<SourceControlProvider>(readEntry(element, directory), m_log);
         provider->load();
         m_providers.push_back(std::move(provider));
     }

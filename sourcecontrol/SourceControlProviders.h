@@ -11,10 +11,10 @@ class SourceControlLog;
 // One entry of the provider list, as written.
 struct SourceControlProviderEntry {
     QString name;
-    QString dll;              // as written, without the library extension
-    QString library;          // the file opened: dll with ".so", from the list's folder
+    QString dll;   // as written, without the library extension
+    QString library;   // the file opened: dll with ".so", from the list's folder
     QString repositoryName;   // what the provider calls a working copy's origin
-    QString browse;           // how the environment browses a repository
+    QString browse;   // how the environment browses a repository
     SourceControlPropertyList properties;   // the options' "Source Control" category
 };
 

@@ -20,9 +20,9 @@ using SourceControlPropertyList = std::vector<SourceControlProperty>;
 struct SourceControlOptions {
     enum class Untracked : quint8 {
         Default,   // as the working copy's own settings say
-        No,        // untracked files are not listed
-        Normal,    // an untracked folder is listed once, as "dir/"
-        All,       // every untracked file is listed
+        No,   // untracked files are not listed
+        Normal,   // an untracked folder is listed once, as "dir/"
+        All,   // every untracked file is listed
     };
     Untracked untracked = Untracked::Default;
     bool ignored = false;   // list ignored files and folders too
@@ -42,8 +42,8 @@ struct SourceControlFileStatus {
     // index stages ("UU", "AA", "DU" ...).
     char index = ' ';
     char workTree = ' ';
-    QString status;     // the provider's own words ("Modified")
-    QString author;     // of the last change, when asked for
+    QString status;   // the provider's own words ("Modified")
+    QString author;   // of the last change, when asked for
     QString revision;   // of the last change, when asked for
 };
 
@@ -67,5 +67,5 @@ struct SourceControlResults {
     QStringList branches;
     QString currentBranch;
     QByteArray output;   // diff text, file contents, a tool's report
-    QString errors;      // error text, lines separated by '\n'; empty on success
+    QString errors;   // error text, lines separated by '\n'; empty on success
 };

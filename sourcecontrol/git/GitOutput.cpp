@@ -5,9 +5,9 @@
 namespace {
 
 // Fields before the path, after the record's type letter, of each changed-entry kind.
-constexpr int ordinaryFields = 7;    // XY sub mH mI mW hH hI
-constexpr int renameFields = 8;      // ... Xscore
-constexpr int unmergedFields = 9;    // XY sub m1 m2 m3 mW h1 h2 h3
+constexpr int ordinaryFields = 7;   // XY sub mH mI mW hH hI
+constexpr int renameFields = 8;   // ... Xscore
+constexpr int unmergedFields = 9;   // XY sub m1 m2 m3 mW h1 h2 h3
 constexpr qsizetype quotedLimit = 80;
 
 QString quoted(const QByteArray &record)
@@ -22,7 +22,8 @@ QString quoted(const QByteArray &record)
 
 bool fail(QString *error, const char *what, const QByteArray &record)
 {
-    *error = QStringLiteral("git %1: unexpected output '%2'").arg(QLatin1String(what), quoted(record));
+    *error =
+        QStringLiteral("git %1: unexpected output '%2'").arg(QLatin1String(what), quoted(record));
     return false;
 }
 
@@ -63,7 +64,7 @@ bool isHex(const QByteArray &text)
     return !text.isEmpty();
 }
 
-} // namespace
+}   // namespace
 
 QString statusWords(char index, char workTree)
 {
@@ -110,7 +111,9 @@ bool readStatus(const QByteArray &output, std::vector<SourceControlFileStatus> &
                 return fail(error, "status", record);
             file.index = letter(record.at(2));
             file.workTree = letter(record.at(3));
-            const int fields = type == '1' ? ordinaryFields : type == '2' ? renameFields : unmergedFields;
+            const int fields = type == '1'   ? ordinaryFields
+                               : type == '2' ? renameFields
+                                             : unmergedFields;
             if (!pathAfter(record, fields, file.path))
                 return fail(error, "status", record);
             if (type == '2') {
@@ -137,9 +140,11 @@ bool readLog(const QByteArray &output, std::vector<SourceControlLogEntry> &entri
         if (fields.size() < 4 || !isHex(fields.at(0)))
             return fail(error, "log", record);
         // A subject may hold tabs of its own: everything after the third one is the subject.
-        const qsizetype subjectStart = fields.at(0).size() + fields.at(1).size() + fields.at(2).size() + 3;
+        const qsizetype subjectStart =
+            fields.at(0).size() + fields.at(1).size() + fields.at(2).size() + 3;
         entries.push_back({QString::fromLatin1(fields.at(0)), QString::fromUtf8(fields.at(1)),
-                           QString::fromUtf8(fields.at(2)), QString::fromUtf8(record.mid(subjectStart))});
+                           QString::fromUtf8(fields.at(2)),
+                           QString::fromUtf8(record.mid(subjectStart))});
     }
     return true;
 }

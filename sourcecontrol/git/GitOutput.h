@@ -18,8 +18,8 @@
 
 // `git log -z --name-only --format=%x01%H%x09%an`: the newest change of each file named, with
 // its revision and author, in the order the files first appear.
-[[nodiscard]] bool readHistory(const QByteArray &output, std::vector<SourceControlFileStatus> &files,
-                               QString *error);
+[[nodiscard]] bool readHistory(const QByteArray &output,
+                               std::vector<SourceControlFileStatus> &files, QString *error);
 
 // The provider's words for two porcelain letters ("Modified", "Untracked", "Conflicted" ...).
 [[nodiscard]] QString statusWords(char index, char workTree);

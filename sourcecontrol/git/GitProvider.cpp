@@ -74,19 +74,25 @@ public:
     QString workingCopyRoot(const QString &directory, QString *error) override;
     bool probe(const QString &directory, const SourceControlOptions &options) override;
     bool queryStatus(const QString &directory, SourceControlResults &results) override;
-    bool add(const QString &directory, const QStringList &paths, SourceControlResults &results) override;
+    bool add(const QString &directory, const QStringList &paths,
+             SourceControlResults &results) override;
     bool remove(const QString &directory, const QStringList &paths, bool keepFiles,
                 SourceControlResults &results) override;
-    bool diff(const QString &directory, const QStringList &paths, SourceControlResults &results) override;
+    bool diff(const QString &directory, const QStringList &paths,
+              SourceControlResults &results) override;
     bool commit(const QString &directory, const QString &message, const QString &author,
                 SourceControlResults &results) override;
-    bool revert(const QString &directory, const QStringList &paths, SourceControlResults &results) override;
+    bool revert(const QString &directory, const QStringList &paths,
+                SourceControlResults &results) override;
     bool branches(const QString &directory, SourceControlResults &results) override;
-    bool switchBranch(const QString &directory, const QString &branch, SourceControlResults &results) override;
+    bool switchBranch(const QString &directory, const QString &branch,
+                      SourceControlResults &results) override;
     bool merge(const QString &directory, const QString &branch, bool useProviderMerge,
                SourceControlResults &results) override;
-    bool log(const QString &directory, const QString &path, int count, SourceControlResults &results) override;
-    bool history(const QString &directory, const QStringList &paths, SourceControlResults &results) override;
+    bool log(const QString &directory, const QString &path, int count,
+             SourceControlResults &results) override;
+    bool history(const QString &directory, const QStringList &paths,
+                 SourceControlResults &results) override;
     bool fileAtRevision(const QString &directory, const QString &path, const QString &revision,
                         SourceControlResults &results) override;
 
@@ -103,7 +109,8 @@ private:
                    SourceControlResults &results, QByteArray *output = nullptr);
     // The working copy holding `directory`, remembered once found.
     bool locate(const QString &directory, Repository &repository, QString *error);
-    bool locateOrFail(const QString &directory, Repository &repository, SourceControlResults &results);
+    bool locateOrFail(const QString &directory, Repository &repository,
+                      SourceControlResults &results);
     bool unbornHead(const QString &directory);
     bool readConflicts(const QString &directory, SourceControlResults &results);
 
@@ -136,14 +143,16 @@ bool GitProvider::gitOrFail(const QStringList &arguments, const QString &directo
     const int status = git(arguments, directory, output);
     if (status == 0)
         return true;
-    const QString command = QStringLiteral("git ") + arguments.value(arguments.first().startsWith(u'-') ? 1 : 0);
+    const QString command =
+        QStringLiteral("git ") + arguments.value(arguments.first().startsWith(u'-') ? 1 : 0);
     QStringList lines;
     for (const QString &line : m_services->standardErrorLines()) {
         if (!line.trimmed().isEmpty())
             lines.append(command + QStringLiteral(": ") + line);
     }
     if (lines.isEmpty())
-        lines.append(QStringLiteral("%1 failed in %2 with status %3").arg(command, directory).arg(status));
+        lines.append(
+            QStringLiteral("%1 failed in %2 with status %3").arg(command, directory).arg(status));
     results.errors = lines.join(u'\n');
     return false;
 }
@@ -158,7 +167,8 @@ bool GitProvider::available(QString *reason)
         if (!m_program.contains(u'/')) {
             if (QStandardPaths::findExecutable(m_program).isEmpty())
                 m_unavailable = QStringLiteral("cannot find '%1' in PATH").arg(m_program);
-        } else if (const QFileInfo program(m_program); !program.isFile() || !program.isExecutable()) {
+        } else if (const QFileInfo program(m_program);
+                   !program.isFile() || !program.isExecutable()) {
             m_unavailable = QStringLiteral("cannot run '%1': no such program").arg(m_program);
         }
     }
@@ -221,7 +231,8 @@ bool GitProvider::locateOrFail(const QString &directory, Repository &repository,
         results.root = repository.root;
         return true;
     }
-    results.errors = error.isEmpty() ? QStringLiteral("not under source control: %1").arg(directory) : error;
+    results.errors =
+        error.isEmpty() ? QStringLiteral("not under source control: %1").arg(directory) : error;
     return false;
 }
 
@@ -287,12 +298,14 @@ bool GitProvider::queryStatus(const QString &directory, SourceControlResults &re
     return true;
 }
 
-bool GitProvider::add(const QString &directory, const QStringList &paths, SourceControlResults &results)
+bool GitProvider::add(const QString &directory, const QStringList &paths,
+                      SourceControlResults &results)
 {
     Repository repository;
     return locateOrFail(directory, repository, results)
-        && gitOrFail(QStringList{QStringLiteral("add"), QStringLiteral("--")} + safeArguments(paths),
-                     directory, results);
+           && gitOrFail(QStringList{QStringLiteral("add"), QStringLiteral("--")}
+                            + safeArguments(paths),
+                        directory, results);
 }
 
 bool GitProvider::remove(const QString &directory, const QStringList &paths, bool keepFiles,
@@ -312,10 +325,12 @@ bool GitProvider::unbornHead(const QString &directory)
 {
     return git({QStringLiteral("rev-parse"), QStringLiteral("-q"), QStringLiteral("--verify"),
                 QStringLiteral("HEAD")},
-               directory) != 0;
+               directory)
+           != 0;
 }
 
-bool GitProvider::diff(const QString &directory, const QStringList &paths, SourceControlResults &results)
+bool GitProvider::diff(const QString &directory, const QStringList &paths,
+                       SourceControlResults &results)
 {
     Repository repository;
     if (!locateOrFail(directory, repository, results))
@@ -330,8 +345,11 @@ bool GitProvider::diff(const QString &directory, const QStringList &paths, Sourc
             return false;
         base = QString::fromLatin1(emptyTree.trimmed());
     }
-    QStringList arguments{QStringLiteral("--no-optional-locks"), QStringLiteral("diff"),
-                          QStringLiteral("--no-color"), QStringLiteral("--no-ext-diff"), base,
+    QStringList arguments{QStringLiteral("--no-optional-locks"),
+                          QStringLiteral("diff"),
+                          QStringLiteral("--no-color"),
+                          QStringLiteral("--no-ext-diff"),
+                          base,
                           QStringLiteral("--")};
     return gitOrFail(arguments + safeArguments(paths), directory, results, &results.output);
 }
@@ -347,12 +365,15 @@ bool GitProvider::commit(const QString &directory, const QString &message, const
         return false;
     }
     // Nothing recorded in the index is nothing to commit, unless a merge waits to be concluded.
-    const bool nothingStaged = git({QStringLiteral("diff"), QStringLiteral("--cached"),
-                                    QStringLiteral("--quiet")},
-                                   directory) == 0;
-    if (nothingStaged && git({QStringLiteral("rev-parse"), QStringLiteral("-q"), QStringLiteral("--verify"),
-                              QStringLiteral("MERGE_HEAD")},
-                             directory) != 0) {
+    const bool nothingStaged =
+        git({QStringLiteral("diff"), QStringLiteral("--cached"), QStringLiteral("--quiet")},
+            directory)
+        == 0;
+    if (nothingStaged
+        && git({QStringLiteral("rev-parse"), QStringLiteral("-q"), QStringLiteral("--verify"),
+                QStringLiteral("MERGE_HEAD")},
+               directory)
+               != 0) {
         results.errors = QStringLiteral("nothing to commit");
         return false;
     }
@@ -364,37 +385,41 @@ bool GitProvider::commit(const QString &directory, const QString &message, const
 
 // Back to the last commit in two steps, so that a file that was only added leaves the index
 // but stays on the disk: the index from the commit, then the tracked files from the index.
-bool GitProvider::revert(const QString &directory, const QStringList &paths, SourceControlResults &results)
+bool GitProvider::revert(const QString &directory, const QStringList &paths,
+                         SourceControlResults &results)
 {
     Repository repository;
     if (!locateOrFail(directory, repository, results))
         return false;
     const bool unborn = unbornHead(directory);
-    QStringList check{QStringLiteral("ls-files"), QStringLiteral("-z"), QStringLiteral("--error-unmatch")};
+    QStringList check{QStringLiteral("ls-files"), QStringLiteral("-z"),
+                      QStringLiteral("--error-unmatch")};
     if (!unborn)
         check.append(QStringLiteral("--with-tree=HEAD"));
     check.append(QStringLiteral("--"));
     QByteArray unused;
     if (!gitOrFail(check + safeArguments(paths), directory, results, &unused))
         return false;
-    const QStringList reset = unborn ? QStringList{QStringLiteral("rm"), QStringLiteral("-r"),
-                                                   QStringLiteral("-q"), QStringLiteral("--cached"),
-                                                   QStringLiteral("--ignore-unmatch")}
-                                     : QStringList{QStringLiteral("reset"), QStringLiteral("-q"),
-                                                   QStringLiteral("HEAD")};
-    if (!gitOrFail(reset + QStringList{QStringLiteral("--")} + safeArguments(paths), directory, results))
+    const QStringList reset =
+        unborn ? QStringList{QStringLiteral("rm"), QStringLiteral("-r"), QStringLiteral("-q"),
+                             QStringLiteral("--cached"), QStringLiteral("--ignore-unmatch")}
+               : QStringList{QStringLiteral("reset"), QStringLiteral("-q"), QStringLiteral("HEAD")};
+    if (!gitOrFail(reset + QStringList{QStringLiteral("--")} + safeArguments(paths), directory,
+                   results))
         return false;
     QByteArray tracked;
-    if (!gitOrFail(QStringList{QStringLiteral("ls-files"), QStringLiteral("-z"), QStringLiteral("--")}
-                       + safeArguments(paths),
-                   directory, results, &tracked))
+    if (!gitOrFail(
+            QStringList{QStringLiteral("ls-files"), QStringLiteral("-z"), QStringLiteral("--")}
+                + safeArguments(paths),
+            directory, results, &tracked))
         return false;
     if (tracked.isEmpty())
         return true;
     // The list goes through a file: a folder may hold more names than a command line.
     QTemporaryFile list;
     if (!list.open() || list.write(tracked) != tracked.size() || !list.flush()) {
-        results.errors = QStringLiteral("cannot write the list of files to revert: %1").arg(list.errorString());
+        results.errors =
+            QStringLiteral("cannot write the list of files to revert: %1").arg(list.errorString());
         return false;
     }
     // The names are literal: a file called "*.c" brings back that file and no other.
@@ -409,7 +434,8 @@ bool GitProvider::branches(const QString &directory, SourceControlResults &resul
     Repository repository;
     QByteArray output;
     if (!locateOrFail(directory, repository, results)
-        || !gitOrFail({QStringLiteral("for-each-ref"), QStringLiteral("--format=%(HEAD)%(refname:short)"),
+        || !gitOrFail({QStringLiteral("for-each-ref"),
+                       QStringLiteral("--format=%(HEAD)%(refname:short)"),
                        QStringLiteral("refs/heads/")},
                       directory, results, &output))
         return false;
@@ -434,8 +460,9 @@ bool GitProvider::switchBranch(const QString &directory, const QString &branch,
         results.errors = QStringLiteral("bad branch name '%1'").arg(branch);
         return false;
     }
-    return gitOrFail({QStringLiteral("switch"), QStringLiteral("--no-guess"), QStringLiteral("--quiet"), branch},
-                     directory, results);
+    return gitOrFail(
+        {QStringLiteral("switch"), QStringLiteral("--no-guess"), QStringLiteral("--quiet"), branch},
+        directory, results);
 }
 
 bool GitProvider::readConflicts(const QString &directory, SourceControlResults &results)
@@ -467,8 +494,9 @@ bool GitProvider::merge(const QString &directory, const QString &branch, bool us
         return false;
     }
     QStringList arguments{QStringLiteral("merge")};
-    arguments << (useProviderMerge ? QStringList{QStringLiteral("--no-edit")}
-                                   : QStringList{QStringLiteral("--no-commit"), QStringLiteral("--no-ff")});
+    arguments << (useProviderMerge
+                      ? QStringList{QStringLiteral("--no-edit")}
+                      : QStringList{QStringLiteral("--no-commit"), QStringLiteral("--no-ff")});
     arguments.append(branch);
     const int status = git(arguments, directory, &results.output);
     const QStringList said = m_services->standardErrorLines();
@@ -481,7 +509,8 @@ bool GitProvider::merge(const QString &directory, const QString &branch, bool us
                              .arg(branch)
                              .arg(results.files.size());
     } else {
-        results.errors = QStringLiteral("git merge: ") + (said.isEmpty() ? QStringLiteral("failed") : said.join(u'\n'));
+        results.errors = QStringLiteral("git merge: ")
+                         + (said.isEmpty() ? QStringLiteral("failed") : said.join(u'\n'));
     }
     return false;
 }
@@ -492,17 +521,19 @@ bool GitProvider::log(const QString &directory, const QString &path, int count,
     Repository repository;
     if (!locateOrFail(directory, repository, results))
         return false;
-    QStringList arguments{QStringLiteral("--no-optional-locks"), QStringLiteral("log"), QStringLiteral("-z"),
-                          QStringLiteral("--format=%H%x09%an%x09%aI%x09%s")};
+    QStringList arguments{QStringLiteral("--no-optional-locks"), QStringLiteral("log"),
+                          QStringLiteral("-z"), QStringLiteral("--format=%H%x09%an%x09%aI%x09%s")};
     if (count > 0)
         arguments.append(QStringLiteral("--max-count=%1").arg(count));
     if (!path.isEmpty())
         arguments << QStringLiteral("--") << safeArgument(path);
     QByteArray output;
-    return gitOrFail(arguments, directory, results, &output) && readLog(output, results.log, &results.errors);
+    return gitOrFail(arguments, directory, results, &output)
+           && readLog(output, results.log, &results.errors);
 }
 
-bool GitProvider::history(const QString &directory, const QStringList &paths, SourceControlResults &results)
+bool GitProvider::history(const QString &directory, const QStringList &paths,
+                          SourceControlResults &results)
 {
     Repository repository;
     if (!locateOrFail(directory, repository, results))
@@ -510,27 +541,29 @@ bool GitProvider::history(const QString &directory, const QStringList &paths, So
     if (paths.isEmpty() || unbornHead(directory))
         return true;
     QByteArray output;
-    return gitOrFail(QStringList{QStringLiteral("--no-optional-locks"), QStringLiteral("log"), QStringLiteral("-z"),
-                                 QStringLiteral("--name-only"), QStringLiteral("--format=%x01%H%x09%an"),
-                                 QStringLiteral("--")}
+    return gitOrFail(QStringList{QStringLiteral("--no-optional-locks"), QStringLiteral("log"),
+                                 QStringLiteral("-z"), QStringLiteral("--name-only"),
+                                 QStringLiteral("--format=%x01%H%x09%an"), QStringLiteral("--")}
                          + safeArguments(paths),
                      directory, results, &output)
-        && readHistory(output, results.files, &results.errors);
+           && readHistory(output, results.files, &results.errors);
 }
 
-bool GitProvider::fileAtRevision(const QString &directory, const QString &path, const QString &revision,
-                                 SourceControlResults &results)
+bool GitProvider::fileAtRevision(const QString &directory, const QString &path,
+                                 const QString &revision, SourceControlResults &results)
 {
     Repository repository;
     if (!locateOrFail(directory, repository, results))
         return false;
-    const QString relative = QDir(directory).relativeFilePath(QDir(directory).absoluteFilePath(path));
-    const QString object = (revision.isEmpty() ? QStringLiteral("HEAD") : revision) + QStringLiteral(":./") + relative;
-    return gitOrFail({QStringLiteral("cat-file"), QStringLiteral("blob"), object}, directory, results,
-                     &results.output);
+    const QString relative =
+        QDir(directory).relativeFilePath(QDir(directory).absoluteFilePath(path));
+    const QString object =
+        (revision.isEmpty() ? QStringLiteral("HEAD") : revision) + QStringLiteral(":./") + relative;
+    return gitOrFail({QStringLiteral("cat-file"), QStringLiteral("blob"), object}, directory,
+                     results, &results.output);
 }
 
-} // namespace
+}   // namespace
 
 extern "C" __attribute__((visibility("default"))) SourceCodeControlSystemInterface *
 CreateSourceCodeControlSystemInterface(SourceCodeControlSystemProviderInterfaceHelpers *services)

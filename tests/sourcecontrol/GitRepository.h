@@ -32,7 +32,8 @@ public:
         const QString directory = below.isEmpty() ? path() : file(below);
         const auto run = TestSupport::runProgram(QStringLiteral("git"), arguments, {}, directory);
         if (!mayFail) {
-            EXPECT_EQ(run.exitCode, 0) << "git " << arguments.join(u' ').toStdString() << ": " << run.err.constData();
+            EXPECT_EQ(run.exitCode, 0)
+                << "git " << arguments.join(u' ').toStdString() << ": " << run.err.constData();
         }
         return run;
     }
@@ -53,10 +54,12 @@ public:
     QMap<QString, QByteArray> gitFolderSnapshot() const
     {
         QMap<QString, QByteArray> snapshot;
-        QDirIterator it(file(QStringLiteral(".git")), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        QDirIterator it(file(QStringLiteral(".git")), QDir::Files | QDir::Hidden,
+                        QDirIterator::Subdirectories);
         while (it.hasNext()) {
             const QString name = it.next();
-            snapshot.insert(name, QCryptographicHash::hash(TestSupport::readFile(name), QCryptographicHash::Sha1));
+            snapshot.insert(name, QCryptographicHash::hash(TestSupport::readFile(name),
+                                                           QCryptographicHash::Sha1));
         }
         return snapshot;
     }
@@ -65,9 +68,11 @@ private:
     QTemporaryDir m_directory;
 };
 
-inline TestSupport::ProgramRun tess(const QStringList &arguments, const QString &workingDirectory = {})
+inline TestSupport::ProgramRun tess(const QStringList &arguments,
+                                    const QString &workingDirectory = {})
 {
-    return TestSupport::runProgram(TestSupport::binPath(QStringLiteral("tess")), arguments, {}, workingDirectory);
+    return TestSupport::runProgram(TestSupport::binPath(QStringLiteral("tess")), arguments, {},
+                                   workingDirectory);
 }
 
 // The one application object the refresh's events and timers need, made on first use.

@@ -10,7 +10,7 @@ struct StatusCase {
     const char *name;
     std::function<void(const GitRepository &)> setUp;
     QStringList options = {};   // given to both programs
-    QString below = {};      // run in this folder of the working copy
+    QString below = {};   // run in this folder of the working copy
     bool expectEmpty = false;
 };
 
@@ -40,7 +40,13 @@ void conflictingBranches(const GitRepository &repository)
 }
 
 const StatusCase statusCases[] = {
-    {"clean", [](const GitRepository &r) { committedFiles(r, {"a.c", "src/b.c"}); }, {}, {}, true},
+    {"clean",
+     [](const GitRepository &r) {
+         committedFiles(r, {"a.c", "src/b.c"});
+     },
+     {},
+     {},
+     true},
     {"modifiedStagedAndDeleted",
      [](const GitRepository &r) {
          committedFiles(r, {"a.c", "b.c", "c.c", "d.c"});
@@ -109,8 +115,8 @@ const StatusCase statusCases[] = {
     {"conflictsByIndexStages", conflictingBranches},
     {"namesThatNeedQuoting",
      [](const GitRepository &r) {
-         committedFiles(r, {"with space.c", "quote\".c", "back\\slash.c", QString::fromUtf8("caf\xc3\xa9.c"),
-                            "tab\there.c"});
+         committedFiles(r, {"with space.c", "quote\".c", "back\\slash.c",
+                            QString::fromUtf8("caf\xc3\xa9.c"), "tab\there.c"});
          r.write("with space.c", "changed\n");
          r.write("quote\".c", "changed\n");
          r.write("back\\slash.c", "changed\n");
@@ -150,7 +156,8 @@ const StatusCase statusCases[] = {
          r.write("src/b.c", "changed\n");
          r.write("src/inner/new.c", "n\n");
      },
-     {}, "src"},
+     {},
+     "src"},
     {"beforeTheFirstCommit",
      [](const GitRepository &r) {
          r.write("a.c", "a\n");
@@ -166,8 +173,10 @@ TEST_P(GitStatus, PrintsWhatGitPrints)
     const StatusCase &testCase = GetParam();
     GitRepository repository;
     testCase.setUp(repository);
-    const QString directory = testCase.below.isEmpty() ? repository.path() : repository.file(testCase.below);
-    const auto expected = repository.git(QStringList{"status", "--porcelain"} + testCase.options, testCase.below);
+    const QString directory =
+        testCase.below.isEmpty() ? repository.path() : repository.file(testCase.below);
+    const auto expected =
+        repository.git(QStringList{"status", "--porcelain"} + testCase.options, testCase.below);
     ASSERT_EQ(expected.exitCode, 0);
     EXPECT_EQ(expected.out.isEmpty(), testCase.expectEmpty) << expected.out.constData();
     for (const QStringList &mode : {QStringList{}, QStringList{"--background"}}) {
@@ -202,12 +211,14 @@ TEST(GitStatusOptions, LogShowsTheRefreshStepsOnStandardError)
     const auto quick = tess({"sc", "status", "--log"}, repository.path());
     EXPECT_EQ(quick.out, " M a.c\n");
     const QString root = QFileInfo(repository.path()).canonicalFilePath();
-    EXPECT_TRUE(quick.err.contains("Probing VCS successful for " + root.toUtf8() + "\n")) << quick.err.constData();
+    EXPECT_TRUE(quick.err.contains("Probing VCS successful for " + root.toUtf8() + "\n"))
+        << quick.err.constData();
     EXPECT_TRUE(quick.err.contains("Received VCS results for " + root.toUtf8() + "\n"));
     EXPECT_TRUE(quick.err.endsWith("Source control information is now up to date\n"));
     const auto threaded = tess({"sc", "status", "--log", "--background"}, repository.path());
     EXPECT_EQ(threaded.out, " M a.c\n");
-    EXPECT_TRUE(threaded.err.contains("Launching background VCS status query in " + root.toUtf8() + "\n"))
+    EXPECT_TRUE(
+        threaded.err.contains("Launching background VCS status query in " + root.toUtf8() + "\n"))
         << threaded.err.constData();
     EXPECT_FALSE(threaded.err.contains("Probing VCS successful"));
 }
@@ -222,7 +233,8 @@ TEST(GitStatusOptions, ALargeIndexTakesTheBackgroundThread)
     repository.write("f7.c", "changed\n");
     const auto run = tess({"sc", "status", "--log"}, repository.path());
     EXPECT_EQ(run.out, " M f7.c\n");
-    EXPECT_TRUE(run.err.contains("Launching background VCS status query in ")) << run.err.constData();
+    EXPECT_TRUE(run.err.contains("Launching background VCS status query in "))
+        << run.err.constData();
     EXPECT_FALSE(run.err.contains("Probing VCS successful"));
 }
 
@@ -231,8 +243,9 @@ TEST(GitStatusOptions, BadUntrackedModeIsAUsageError)
     GitRepository repository;
     const auto run = tess({"sc", "status", "--untracked-files=some"}, repository.path());
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_TRUE(run.err.startsWith("tess sc status: bad value 'some' for --untracked-files (no, normal or all)\n"))
+    EXPECT_TRUE(run.err.startsWith(
+        "tess sc status: bad value 'some' for --untracked-files (no, normal or all)\n"))
         << run.err.constData();
 }
 
-} // namespace
+}   // namespace

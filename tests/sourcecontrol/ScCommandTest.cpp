@@ -26,9 +26,11 @@ TEST(ScAdd, StagesFilesWithAnyNames)
     for (const char *name : {"new.c", "with space.c", ">", "2>", "quote\".c"})
         repository.write(QString::fromUtf8(name), "x\n");
     repository.write("dir/inner.c", "x\n");
-    const auto run = tess({"sc", "add", "new.c", "with space.c", ">", "2>", "quote\".c", "dir"}, repository.path());
+    const auto run = tess({"sc", "add", "new.c", "with space.c", ">", "2>", "quote\".c", "dir"},
+                          repository.path());
     EXPECT_EQ(run.exitCode, 0) << run.err.constData();
-    EXPECT_EQ(status(repository), "A  2>\nA  >\nA  dir/inner.c\nA  new.c\nA  \"quote\\\".c\"\nA  \"with space.c\"\n");
+    EXPECT_EQ(status(repository),
+              "A  2>\nA  >\nA  dir/inner.c\nA  new.c\nA  \"quote\\\".c\"\nA  \"with space.c\"\n");
 }
 
 TEST(ScAdd, APathOutsideTheWorkingCopyRefusesTheWholeCommand)
@@ -37,13 +39,16 @@ TEST(ScAdd, APathOutsideTheWorkingCopyRefusesTheWholeCommand)
     committed(repository, {"a.c"});
     repository.write("new.c", "x\n");
     QTemporaryDir elsewhere;
-    const auto run = tess({"sc", "add", "new.c", "../" + QFileInfo(repository.path()).fileName() + "-x/y.c"},
-                          repository.path());
+    const auto run =
+        tess({"sc", "add", "new.c", "../" + QFileInfo(repository.path()).fileName() + "-x/y.c"},
+             repository.path());
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_TRUE(run.err.startsWith("tess sc add: outside the working copy: ../")) << run.err.constData();
+    EXPECT_TRUE(run.err.startsWith("tess sc add: outside the working copy: ../"))
+        << run.err.constData();
     const auto absolute = tess({"sc", "add", "new.c", elsewhere.path()}, repository.path());
     EXPECT_EQ(absolute.exitCode, 1);
-    EXPECT_EQ(absolute.err, "tess sc add: outside the working copy: " + elsewhere.path().toUtf8() + "\n");
+    EXPECT_EQ(absolute.err,
+              "tess sc add: outside the working copy: " + elsewhere.path().toUtf8() + "\n");
     EXPECT_EQ(status(repository), "?? new.c\n");
 }
 
@@ -67,10 +72,12 @@ TEST(ScCommit, RecordsTheIndexWithTheGivenAuthorAndRefusesAnEmptyOne)
     repository.write("a.c", "changed\n");
     repository.write("unstaged.c", "x\n");
     repository.git({"add", "a.c"});
-    const auto run = tess({"sc", "commit", "-m", "Blink faster", "--author", "Ann Other <ann@example.invalid>"},
-                          repository.path());
+    const auto run =
+        tess({"sc", "commit", "-m", "Blink faster", "--author", "Ann Other <ann@example.invalid>"},
+             repository.path());
     EXPECT_EQ(run.exitCode, 0) << run.err.constData();
-    EXPECT_EQ(repository.git({"log", "-1", "--format=%an <%ae>|%s"}).out, "Ann Other <ann@example.invalid>|Blink faster\n");
+    EXPECT_EQ(repository.git({"log", "-1", "--format=%an <%ae>|%s"}).out,
+              "Ann Other <ann@example.invalid>|Blink faster\n");
     EXPECT_EQ(status(repository), "?? unstaged.c\n");
     const auto again = tess({"sc", "commit", "-m", "again"}, repository.path());
     EXPECT_EQ(again.exitCode, 1);
@@ -83,7 +90,8 @@ TEST(ScCommit, NeedsAMessage)
     GitRepository repository;
     const auto run = tess({"sc", "commit"}, repository.path());
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_TRUE(run.err.startsWith("tess sc commit: give the message with -m MESSAGE\n")) << run.err.constData();
+    EXPECT_TRUE(run.err.startsWith("tess sc commit: give the message with -m MESSAGE\n"))
+        << run.err.constData();
 }
 
 TEST(ScRevert, BringsFilesBackAndLeavesAddedOnesUntracked)
@@ -99,8 +107,9 @@ TEST(ScRevert, BringsFilesBackAndLeavesAddedOnesUntracked)
     repository.write("added.c", "new\n");
     repository.git({"add", "added.c"});
     repository.write("same.c", "kept edit\n");
-    const auto run = tess({"sc", "revert", "changed.c", "staged.c", "deleted.c", "removed.c", "dir", "added.c"},
-                          repository.path());
+    const auto run =
+        tess({"sc", "revert", "changed.c", "staged.c", "deleted.c", "removed.c", "dir", "added.c"},
+             repository.path());
     EXPECT_EQ(run.exitCode, 0) << run.err.constData();
     EXPECT_EQ(status(repository), " M same.c\n?? added.c\n");
     EXPECT_EQ(TestSupport::readFile(repository.file("changed.c")), "changed.c\n");
@@ -185,9 +194,12 @@ struct CommandCase {
 };
 
 const CommandCase everyCommand[] = {
-    {"status", {"sc", "status"}},        {"add", {"sc", "add", "a.c"}},
-    {"remove", {"sc", "remove", "a.c"}}, {"commit", {"sc", "commit", "-m", "x"}},
-    {"revert", {"sc", "revert", "a.c"}}, {"diff", {"sc", "diff"}},
+    {"status", {"sc", "status"}},
+    {"add", {"sc", "add", "a.c"}},
+    {"remove", {"sc", "remove", "a.c"}},
+    {"commit", {"sc", "commit", "-m", "x"}},
+    {"revert", {"sc", "revert", "a.c"}},
+    {"diff", {"sc", "diff"}},
     {"log", {"sc", "log"}},
 };
 
@@ -264,4 +276,4 @@ TEST(ScMissingDirectory, IsReportedAsSuch)
     EXPECT_EQ(run.err, "tess sc status: no such directory: /nonexistent/folder\n");
 }
 
-} // namespace
+}   // namespace

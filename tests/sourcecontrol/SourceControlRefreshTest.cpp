@@ -22,7 +22,7 @@ public:
     std::function<void()> onProbe;
     bool holdQueries = false;
     QSemaphore gate;
-    QSemaphore entered;            // released as each query starts
+    QSemaphore entered;   // released as each query starts
     SourceControlResults answer;   // set before a refresh; read by the query
     std::atomic<int> queries{0};
     std::atomic<int> running{0};
@@ -56,17 +56,45 @@ public:
         --running;
         return results.errors.isEmpty();
     }
-    bool add(const QString &, const QStringList &, SourceControlResults &) override { return false; }
-    bool remove(const QString &, const QStringList &, bool, SourceControlResults &) override { return false; }
-    bool diff(const QString &, const QStringList &, SourceControlResults &) override { return false; }
-    bool commit(const QString &, const QString &, const QString &, SourceControlResults &) override { return false; }
-    bool revert(const QString &, const QStringList &, SourceControlResults &) override { return false; }
+    bool add(const QString &, const QStringList &, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool remove(const QString &, const QStringList &, bool, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool diff(const QString &, const QStringList &, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool commit(const QString &, const QString &, const QString &, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool revert(const QString &, const QStringList &, SourceControlResults &) override
+    {
+        return false;
+    }
     bool branches(const QString &, SourceControlResults &) override { return false; }
-    bool switchBranch(const QString &, const QString &, SourceControlResults &) override { return false; }
-    bool merge(const QString &, const QString &, bool, SourceControlResults &) override { return false; }
-    bool log(const QString &, const QString &, int, SourceControlResults &) override { return false; }
-    bool history(const QString &, const QStringList &, SourceControlResults &) override { return false; }
-    bool fileAtRevision(const QString &, const QString &, const QString &, SourceControlResults &) override
+    bool switchBranch(const QString &, const QString &, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool merge(const QString &, const QString &, bool, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool log(const QString &, const QString &, int, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool history(const QString &, const QStringList &, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool fileAtRevision(const QString &, const QString &, const QString &,
+                        SourceControlResults &) override
     {
         return false;
     }
@@ -75,7 +103,10 @@ public:
 struct LogLine {
     SourceControlLog::Level level;
     QString text;
-    bool operator==(const LogLine &other) const { return level == other.level && text == other.text; }
+    bool operator==(const LogLine &other) const
+    {
+        return level == other.level && text == other.text;
+    }
 };
 
 void PrintTo(const LogLine &line, std::ostream *out)
@@ -87,7 +118,9 @@ class SourceControlRefresh : public ::testing::Test {
 protected:
     SourceControlRefresh()
     {
-        log.setSink([this](SourceControlLog::Level level, const QString &text) { lines.push_back({level, text}); });
+        log.setSink([this](SourceControlLog::Level level, const QString &text) {
+            lines.push_back({level, text});
+        });
         control.setProvider(&provider, QStringLiteral("Steered"));
         control.setRetryInterval(5);
         first = QDir(folders.path()).filePath(QStringLiteral("first"));
@@ -121,7 +154,8 @@ TEST_F(SourceControlRefresh, AQuickWorkingCopyIsQueriedAtOnce)
     provider.probeAnswer = true;
     control.refreshDirectory(first, QStringLiteral("First"));
     EXPECT_FALSE(control.busy());
-    EXPECT_EQ(texts(), QStringList({"Probing VCS successful for " + first, "Received VCS results for " + first,
+    EXPECT_EQ(texts(), QStringList({"Probing VCS successful for " + first,
+                                    "Received VCS results for " + first,
                                     "Source control information is now up to date"}));
     EXPECT_EQ(control.counters().immediateQueries, 1);
     EXPECT_EQ(control.counters().backgroundQueries, 0);
@@ -219,19 +253,27 @@ TEST_P(SourceControlDeliveryErrors, GoToTheLogByTheirPrefix)
     EXPECT_EQ(control.errors(first), GetParam().errors);
 }
 
-INSTANTIATE_TEST_SUITE_P(Rules, SourceControlDeliveryErrors, ::testing::Values(
-    ErrorCase{"prefixedWarning", "svn: warning: W155007: not a working copy",
-              {{Level::Warning, "W155007: not a working copy"}}},
-    ErrorCase{"notFoundIsAWarningAsItStands", "svn: E200009: Could not display info for all targets",
-              {{Level::Warning, "E200009: Could not display info for all targets"}}},
-    ErrorCase{"otherPrefixedIsAnError", "svn: E155036: upgrade required",
-              {{Level::Error, "E155036: upgrade required"}}},
-    ErrorCase{"unprefixedIsAnError", "fatal: not a git repository",
-              {{Level::Error, "fatal: not a git repository"}}},
-    ErrorCase{"unprefixedWarningIsStillAnError", "warning: plain",
-              {{Level::Error, "warning: plain"}}},
-    ErrorCase{"severalLines", "svn: warning: one\nfatal: two\n",
-              {{Level::Warning, "one"}, {Level::Error, "fatal: two"}}}),
+INSTANTIATE_TEST_SUITE_P(
+    Rules, SourceControlDeliveryErrors,
+    ::testing::Values(ErrorCase{"prefixedWarning",
+                                "svn: warning: W155007: not a working copy",
+                                {{Level::Warning, "W155007: not a working copy"}}},
+                      ErrorCase{
+                          "notFoundIsAWarningAsItStands",
+                          "svn: E200009: Could not display info for all targets",
+                          {{Level::Warning, "E200009: Could not display info for all targets"}}},
+                      ErrorCase{"otherPrefixedIsAnError",
+                                "svn: E155036: upgrade required",
+                                {{Level::Error, "E155036: upgrade required"}}},
+                      ErrorCase{"unprefixedIsAnError",
+                                "fatal: not a git repository",
+                                {{Level::Error, "fatal: not a git repository"}}},
+                      ErrorCase{"unprefixedWarningIsStillAnError",
+                                "warning: plain",
+                                {{Level::Error, "warning: plain"}}},
+                      ErrorCase{"severalLines",
+                                "svn: warning: one\nfatal: two\n",
+                                {{Level::Warning, "one"}, {Level::Error, "fatal: two"}}}),
     [](const auto &info) { return std::string(info.param.name); });
 
 TEST_F(SourceControlRefresh, ASlowQueryLogsTheTimeItTook)
@@ -244,7 +286,8 @@ TEST_F(SourceControlRefresh, ASlowQueryLogsTheTimeItTook)
     control.waitUntilUpToDate();
     const QStringList all = texts();
     ASSERT_GE(all.size(), 2);
-    EXPECT_TRUE(all.at(1).startsWith(QLatin1String("Threaded VCS query took "))) << all.at(1).toStdString();
+    EXPECT_TRUE(all.at(1).startsWith(QLatin1String("Threaded VCS query took ")))
+        << all.at(1).toStdString();
     EXPECT_TRUE(all.at(1).endsWith(QLatin1String(" ms to deliver results")));
 }
 
@@ -283,20 +326,23 @@ TEST(SourceControlServices, LogTheCommandButNeverTheLogin)
     log.setSecrets({QStringLiteral("ann"), QStringLiteral("s3cret")});
     SourceCodeControlSystem services(&log);
     QByteArray raw;
-    const int status = services.runCommand({"echo", "--user=ann", "--password", "s3cret"}, directory.path(), &raw);
+    const int status =
+        services.runCommand({"echo", "--user=ann", "--password", "s3cret"}, directory.path(), &raw);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(raw, "--user=ann --password s3cret\n");
     EXPECT_EQ(services.lastOutput(), QStringLiteral("--user=ann --password s3cret\n"));
     EXPECT_EQ(services.standardOutputLines(), QStringList({"--user=ann --password s3cret"}));
-    EXPECT_EQ(log.keptLines(), QStringList({"cd " + directory.path(), "echo --user=******** --password ********"}));
+    EXPECT_EQ(log.keptLines(),
+              QStringList({"cd " + directory.path(), "echo --user=******** --password ********"}));
 }
 
 TEST(SourceControlServices, AProgramThatCannotStartSaysWhy)
 {
     SourceCodeControlSystem services;
     EXPECT_LT(services.runCommand({"/nonexistent/tool", "x"}, QDir::tempPath()), 0);
-    EXPECT_EQ(services.standardErrorLines(), QStringList({"Cannot start /nonexistent/tool: No such file or directory"}));
+    EXPECT_EQ(services.standardErrorLines(),
+              QStringList({"Cannot start /nonexistent/tool: No such file or directory"}));
     EXPECT_TRUE(services.standardOutputLines().isEmpty());
 }
 
-} // namespace
+}   // namespace

@@ -67,7 +67,8 @@ TEST(SolutionStatusCommand, PrintsProjectLettersAndPathOfEveryFileElement)
                        "App\tA \twith space.c\n");
     // The second project names a folder that no provider controls.
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.err, "tess sc status: not under source control: " + QFileInfo(plain.path()).canonicalFilePath().toUtf8() + "\n");
+    EXPECT_EQ(run.err, "tess sc status: not under source control: "
+                           + QFileInfo(plain.path()).canonicalFilePath().toUtf8() + "\n");
 }
 
 TEST(SolutionStatusCommand, TheBackgroundThreadGivesTheSameAnswer)
@@ -76,8 +77,9 @@ TEST(SolutionStatusCommand, TheBackgroundThreadGivesTheSameAnswer)
     QTemporaryDir plain;
     makeWorkingCopy(repository, plain.path());
     const auto quick = tess({"sc", "status", "--solution", "demo.qvProject"}, repository.path());
-    const auto threaded = tess({"sc", "status", "--solution", "demo.qvProject", "--background", "--log"},
-                               repository.path());
+    const auto threaded =
+        tess({"sc", "status", "--solution", "demo.qvProject", "--background", "--log"},
+             repository.path());
     EXPECT_EQ(threaded.out, quick.out);
     EXPECT_TRUE(threaded.err.contains("Updating status for App\n")) << threaded.err.constData();
     EXPECT_TRUE(threaded.err.contains("Source control information is now up to date\n"));
@@ -90,10 +92,12 @@ protected:
     {
         makeWorkingCopy(repository, plain.path());
         QString error;
-        EXPECT_TRUE(providers.load(TestSupport::binPath(QStringLiteral("scproviders.xml")), &error)) << error.toStdString();
+        EXPECT_TRUE(providers.load(TestSupport::binPath(QStringLiteral("scproviders.xml")), &error))
+            << error.toStdString();
         SourceControlProvider *git = providers.find(QStringLiteral("Git"));
         control.setProvider(git->interface(), git->entry().name);
-        solution = fixture.system.loadSolution(repository.path(), QStringLiteral("demo.qvProject"), false);
+        solution =
+            fixture.system.loadSolution(repository.path(), QStringLiteral("demo.qvProject"), false);
         control.setProjectSystem(&fixture.system, QStringLiteral("Common"));
         log.setKeptLines(200);
     }
@@ -118,16 +122,20 @@ protected:
 TEST_F(SolutionInWorkingCopy, RefreshGivesEveryFileElementItsState)
 {
     std::vector<ProjectElement *> redrawn;
-    QObject::connect(&control, &SourceControl::statusChanged, [&](ProjectElement *at) { redrawn.push_back(at); });
+    QObject::connect(&control, &SourceControl::statusChanged,
+                     [&](ProjectElement *at) { redrawn.push_back(at); });
     control.refresh(element(QStringLiteral("App")));
     control.waitUntilUpToDate();
     EXPECT_EQ(letters(QStringLiteral("App/Source/main.c")), " M");
     EXPECT_EQ(letters(QStringLiteral("App/Source/util.c")), "  ");
     EXPECT_EQ(letters(QStringLiteral("App/Source/made.c")), "??");
     EXPECT_EQ(letters(QStringLiteral("App/app.o")), "!!");
-    EXPECT_EQ(element(QStringLiteral("App/Source/main.c"))->sourceControlState()->status, QStringLiteral("Modified"));
-    EXPECT_EQ(element(QStringLiteral("App/Source/util.c"))->sourceControlState()->status, QStringLiteral("Unchanged"));
-    EXPECT_EQ(element(QStringLiteral("App/with space.c"))->sourceControlState()->status, QStringLiteral("Added"));
+    EXPECT_EQ(element(QStringLiteral("App/Source/main.c"))->sourceControlState()->status,
+              QStringLiteral("Modified"));
+    EXPECT_EQ(element(QStringLiteral("App/Source/util.c"))->sourceControlState()->status,
+              QStringLiteral("Unchanged"));
+    EXPECT_EQ(element(QStringLiteral("App/with space.c"))->sourceControlState()->status,
+              QStringLiteral("Added"));
     EXPECT_EQ(redrawn, std::vector<ProjectElement *>({element(QStringLiteral("App"))}));
     EXPECT_TRUE(log.keptLines().contains(QStringLiteral("Updating status for App")));
 }
@@ -174,20 +182,24 @@ TEST_F(SolutionInWorkingCopy, ExplorerShowsProviderStatusAndLastChange)
     control.refreshAll();
     control.waitUntilUpToDate();
     const QString head = QString::fromLatin1(repository.git({"rev-parse", "HEAD"}).out.trimmed());
-    const auto rows = vcsShowSourceControlExplorer(control, element(QStringLiteral("App/Source/main.c")));
+    const auto rows =
+        vcsShowSourceControlExplorer(control, element(QStringLiteral("App/Source/main.c")));
     ASSERT_EQ(rows.size(), 3U);
     EXPECT_EQ(rows[0].property, QStringLiteral("sccs_provider_name"));
     EXPECT_EQ(rows[0].value, QStringLiteral("Git"));
     EXPECT_EQ(rows[1].property, QStringLiteral("sccs_provider_status"));
     EXPECT_EQ(rows[1].value, QStringLiteral("Modified"));
     EXPECT_EQ(rows[2].property, QStringLiteral("sccs_local_status"));
-    EXPECT_EQ(rows[2].value, QStringLiteral(" M, last changed in %1 by Test Author").arg(head.left(12)));
+    EXPECT_EQ(rows[2].value,
+              QStringLiteral(" M, last changed in %1 by Test Author").arg(head.left(12)));
     EXPECT_EQ(element(QStringLiteral("App/Source/main.c"))->sourceControlState()->revision, head);
     // The second project's working copy failed: its file has no state.
-    const auto elsewhere = vcsShowSourceControlExplorer(control, element(QStringLiteral("Elsewhere")));
+    const auto elsewhere =
+        vcsShowSourceControlExplorer(control, element(QStringLiteral("Elsewhere")));
     ASSERT_EQ(elsewhere.size(), 3U);
     EXPECT_TRUE(elsewhere[1].value.isEmpty());
-    EXPECT_TRUE(control.errors(SourceControl::directoryKey(plain.path())).startsWith(QLatin1String("not under source control: ")));
+    EXPECT_TRUE(control.errors(SourceControl::directoryKey(plain.path()))
+                    .startsWith(QLatin1String("not under source control: ")));
 }
 
 TEST_F(SolutionInWorkingCopy, PendingChangesRunCommandsOnTheSelection)
@@ -199,17 +211,21 @@ TEST_F(SolutionInWorkingCopy, PendingChangesRunCommandsOnTheSelection)
     std::vector<QByteArray> pending;
     for (const SourceControlFileStatus &file : window.changes())
         pending.push_back(QByteArray() + file.index + file.workTree + ' ' + file.path);
-    EXPECT_EQ(pending, std::vector<QByteArray>({" M src/main.c", "A  with space.c", "?? gen/", "?? src/new.c"}));
+    EXPECT_EQ(pending, std::vector<QByteArray>(
+                           {" M src/main.c", "A  with space.c", "?? gen/", "?? src/new.c"}));
     window.setSelection({"src/new.c"});
-    ASSERT_TRUE(window.runVCS(PendingChangesWindow::Add)) << window.lastResults().errors.toStdString();
+    ASSERT_TRUE(window.runVCS(PendingChangesWindow::Add))
+        << window.lastResults().errors.toStdString();
     control.waitUntilUpToDate();   // the shown status is refreshed after the command
     pending.clear();
     for (const SourceControlFileStatus &file : window.changes())
         pending.push_back(QByteArray() + file.index + file.workTree + ' ' + file.path);
-    EXPECT_EQ(pending, std::vector<QByteArray>({" M src/main.c", "A  src/new.c", "A  with space.c", "?? gen/"}));
+    EXPECT_EQ(pending, std::vector<QByteArray>(
+                           {" M src/main.c", "A  src/new.c", "A  with space.c", "?? gen/"}));
     window.setSelection({"../outside.c"});
     EXPECT_FALSE(window.runVCS(PendingChangesWindow::Revert));
-    EXPECT_EQ(window.lastResults().errors, QStringLiteral("outside the working copy: ../outside.c"));
+    EXPECT_EQ(window.lastResults().errors,
+              QStringLiteral("outside the working copy: ../outside.c"));
     EXPECT_FALSE(window.runVCS(PendingChangesWindow::commandCount));
     EXPECT_EQ(window.lastResults().errors, QStringLiteral("no source control command 6"));
 }
@@ -222,7 +238,8 @@ TEST_F(SolutionInWorkingCopy, CompareLogAndTheCommittedCopy)
     ASSERT_EQ(logged.log.size(), 1U);
     EXPECT_EQ(logged.log.front().subject, QStringLiteral("Start"));
     EXPECT_EQ(logged.log.front().author, QStringLiteral("Test Author"));
-    const SourceControlResults copy = committedCopy(control, repository.file("src"), QStringLiteral("main.c"));
+    const SourceControlResults copy =
+        committedCopy(control, repository.file("src"), QStringLiteral("main.c"));
     EXPECT_EQ(copy.output, "int x;\n");
 }
 
@@ -233,7 +250,8 @@ TEST_F(SolutionInWorkingCopy, SwitchBranchesAndMergeByProviderOrForTheMergeWindo
     SourceControlResults listed = vcsSwitchBranch(control, repository.path(), QString());
     EXPECT_EQ(listed.branches, QStringList({"feature", "main"}));
     EXPECT_EQ(listed.currentBranch, QStringLiteral("main"));
-    const SourceControlResults switched = vcsSwitchBranch(control, repository.path(), QStringLiteral("feature"));
+    const SourceControlResults switched =
+        vcsSwitchBranch(control, repository.path(), QStringLiteral("feature"));
     ASSERT_TRUE(switched.errors.isEmpty()) << switched.errors.toStdString();
     EXPECT_EQ(switched.currentBranch, QStringLiteral("feature"));
     repository.write("src/main.c", "feature side\n");
@@ -242,7 +260,8 @@ TEST_F(SolutionInWorkingCopy, SwitchBranchesAndMergeByProviderOrForTheMergeWindo
     repository.write("src/util.c", "main side\n");
     repository.commitAll(QStringLiteral("Main"));
 
-    const SourceControlResults merged = vcsMerge(control, repository.path(), QStringLiteral("feature"), true);
+    const SourceControlResults merged =
+        vcsMerge(control, repository.path(), QStringLiteral("feature"), true);
     EXPECT_TRUE(merged.errors.isEmpty()) << merged.errors.toStdString();
     EXPECT_EQ(repository.git({"log", "-1", "--format=%p"}).out.count(' '), 1);   // a merge commit
 
@@ -250,13 +269,16 @@ TEST_F(SolutionInWorkingCopy, SwitchBranchesAndMergeByProviderOrForTheMergeWindo
     repository.write("src/main.c", "other side\n");
     repository.commitAll(QStringLiteral("Other"));
     repository.git({"checkout", "-q", "main"});
-    const SourceControlResults conflicted = vcsMerge(control, repository.path(), QStringLiteral("other"), false);
+    const SourceControlResults conflicted =
+        vcsMerge(control, repository.path(), QStringLiteral("other"), false);
     EXPECT_TRUE(conflicted.errors.isEmpty()) << conflicted.errors.toStdString();
     ASSERT_EQ(conflicted.files.size(), 1U);
     EXPECT_EQ(conflicted.files.front().path, "src/main.c");
-    EXPECT_EQ(QByteArray() + conflicted.files.front().index + conflicted.files.front().workTree, "UU");
-    const SourceControlResults refused = vcsSwitchBranch(control, repository.path(), QStringLiteral("--force"));
+    EXPECT_EQ(QByteArray() + conflicted.files.front().index + conflicted.files.front().workTree,
+              "UU");
+    const SourceControlResults refused =
+        vcsSwitchBranch(control, repository.path(), QStringLiteral("--force"));
     EXPECT_EQ(refused.errors, QStringLiteral("bad branch name '--force'"));
 }
 
-} // namespace
+}   // namespace

@@ -27,17 +27,45 @@ public:
     QString workingCopyRoot(const QString &, QString *) override { return {}; }
     bool probe(const QString &, const SourceControlOptions &) override { return false; }
     bool queryStatus(const QString &, SourceControlResults &) override { return false; }
-    bool add(const QString &, const QStringList &, SourceControlResults &) override { return false; }
-    bool remove(const QString &, const QStringList &, bool, SourceControlResults &) override { return false; }
-    bool diff(const QString &, const QStringList &, SourceControlResults &) override { return false; }
-    bool commit(const QString &, const QString &, const QString &, SourceControlResults &) override { return false; }
-    bool revert(const QString &, const QStringList &, SourceControlResults &) override { return false; }
+    bool add(const QString &, const QStringList &, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool remove(const QString &, const QStringList &, bool, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool diff(const QString &, const QStringList &, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool commit(const QString &, const QString &, const QString &, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool revert(const QString &, const QStringList &, SourceControlResults &) override
+    {
+        return false;
+    }
     bool branches(const QString &, SourceControlResults &) override { return false; }
-    bool switchBranch(const QString &, const QString &, SourceControlResults &) override { return false; }
-    bool merge(const QString &, const QString &, bool, SourceControlResults &) override { return false; }
-    bool log(const QString &, const QString &, int, SourceControlResults &) override { return false; }
-    bool history(const QString &, const QStringList &, SourceControlResults &) override { return false; }
-    bool fileAtRevision(const QString &, const QString &, const QString &, SourceControlResults &) override
+    bool switchBranch(const QString &, const QString &, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool merge(const QString &, const QString &, bool, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool log(const QString &, const QString &, int, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool history(const QString &, const QStringList &, SourceControlResults &) override
+    {
+        return false;
+    }
+    bool fileAtRevision(const QString &, const QString &, const QString &,
+                        SourceControlResults &) override
     {
         return false;
     }
@@ -55,4 +83,4 @@ inline void release(SourceCodeControlSystemInterface *interface)
     delete interface;
 }
 
-} // namespace StandIn
+}   // namespace StandIn

@@ -51,7 +51,7 @@ public:
     SourceControlProviders providers{&log};
     SourceControl control{log};
     QString directory;   // absolute; where git runs and operands are taken from
-    QString root;        // of the working copy
+    QString root;   // of the working copy
 
 private:
     const CommandArguments &m_arguments;
@@ -61,7 +61,8 @@ int ScSession::open(bool needDirectory)
 {
     if (installationDirectory().isEmpty()) {
         setInstallationDirectory(
-            QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/..")).canonicalFilePath());
+            QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/.."))
+                .canonicalFilePath());
     }
     const bool logAll = m_arguments.has("--log");
     if (logAll) {
@@ -70,7 +71,8 @@ int ScSession::open(bool needDirectory)
             writeBytes(stderr, line.toUtf8() + '\n');
         });
     }
-    const QString list = m_arguments.value("--providers", SourceControlProviders::defaultListPath());
+    const QString list =
+        m_arguments.value("--providers", SourceControlProviders::defaultListPath());
     QString error;
     if (!providers.load(list, &error))
         return m_arguments.fail(error);
@@ -88,11 +90,14 @@ int ScSession::open(bool needDirectory)
     if (!needDirectory)
         return exitSuccess;
     if (!providers.anyLoaded())
-        return m_arguments.fail(QStringLiteral("no source control provider could be loaded from %1").arg(list));
+        return m_arguments.fail(
+            QStringLiteral("no source control provider could be loaded from %1").arg(list));
     SourceControlProvider *provider = providers.providerFor(directory, &root, &error);
     if (!provider) {
-        return failLines(m_arguments, error.isEmpty() ? QStringLiteral("not under source control: %1").arg(directory)
-                                                      : error);
+        return failLines(m_arguments,
+                         error.isEmpty()
+                             ? QStringLiteral("not under source control: %1").arg(directory)
+                             : error);
     }
     control.setProvider(provider->interface(), provider->entry().name);
     return exitSuccess;
@@ -147,7 +152,8 @@ public:
     }
     void report() const
     {
-        std::fprintf(stderr, "longest pause of the main thread: %.1f ms, of its own work: %.1f ms\n",
+        std::fprintf(stderr,
+                     "longest pause of the main thread: %.1f ms, of its own work: %.1f ms\n",
                      double(m_longest) / 1e6, double(m_longestWork) / 1e6);
     }
 
@@ -196,23 +202,29 @@ void printSolutionStatus(const ProjectElement *project, QByteArray &out, const Q
         const SourceControlState *state = element->sourceControlState();
         if (element->kind() != ProjectElement::Kind::File || !state)
             continue;
-        out += prefix + state->index + state->workTree + '\t' + quotedPath(state->path, quoteNonAscii, false) + '\n';
+        out += prefix + state->index + state->workTree + '\t'
+               + quotedPath(state->path, quoteNonAscii, false) + '\n';
     }
 }
 
 // The provider of the first project that names a working copy.
-int chooseProvider(const CommandArguments &arguments, ScSession &session, const ProjectElement *solution)
+int chooseProvider(const CommandArguments &arguments, ScSession &session,
+                   const ProjectElement *solution)
 {
     for (const ProjectElement *project : solution->children()) {
         const QString directory = project->kind() == ProjectElement::Kind::Project
-                                      ? session.control.directoryOf(project) : QString();
+                                      ? session.control.directoryOf(project)
+                                      : QString();
         if (directory.isEmpty())
             continue;
         QString error;
-        SourceControlProvider *provider = session.providers.providerFor(directory, &session.root, &error);
+        SourceControlProvider *provider =
+            session.providers.providerFor(directory, &session.root, &error);
         if (!provider) {
-            return failLines(arguments, error.isEmpty() ? QStringLiteral("not under source control: %1").arg(directory)
-                                                        : error);
+            return failLines(arguments,
+                             error.isEmpty()
+                                 ? QStringLiteral("not under source control: %1").arg(directory)
+                                 : error);
         }
         session.control.setProvider(provider->interface(), provider->entry().name);
         return exitSuccess;
@@ -226,8 +238,10 @@ int solutionStatus(const CommandArguments &arguments, ScSession &session)
     if (!projects.load(arguments.value("--solution")))
         return exitFailure;
     StandardProjectSystem &system = projects.system();
-    session.control.setProjectSystem(&system, arguments.value("--config", QStringLiteral("Common")));
-    if (const int status = chooseProvider(arguments, session, system.solution()); status != exitSuccess)
+    session.control.setProjectSystem(&system,
+                                     arguments.value("--config", QStringLiteral("Common")));
+    if (const int status = chooseProvider(arguments, session, system.solution());
+        status != exitSuccess)
         return status;
     session.control.setForceBackground(arguments.has("--background"));
     refreshAndWait(arguments, session.control, [&] { session.control.refreshAll(); });
@@ -235,7 +249,8 @@ int solutionStatus(const CommandArguments &arguments, ScSession &session)
     QByteArray out;
     for (const ProjectElement *project : system.solution()->children()) {
         const QString directory = project->kind() == ProjectElement::Kind::Project
-                                      ? session.control.directoryOf(project) : QString();
+                                      ? session.control.directoryOf(project)
+                                      : QString();
         if (directory.isEmpty())
             continue;
         if (const QString errors = session.control.errors(directory); !errors.isEmpty()) {
@@ -256,9 +271,11 @@ int statusCommand(const CommandArguments &arguments)
     if (const QString problem = readStatusOptions(arguments, options); !problem.isEmpty())
         return arguments.usageError(problem);
     const bool forSolution = arguments.has("--solution");
-    if (forSolution && (!arguments.operands().isEmpty() || arguments.has("--ignored")
-                        || arguments.has("--untracked-files")))
-        return arguments.usageError(QStringLiteral("--solution takes no paths, --ignored or --untracked-files"));
+    if (forSolution
+        && (!arguments.operands().isEmpty() || arguments.has("--ignored")
+            || arguments.has("--untracked-files")))
+        return arguments.usageError(
+            QStringLiteral("--solution takes no paths, --ignored or --untracked-files"));
     if (!forSolution && arguments.has("--config"))
         return arguments.usageError(QStringLiteral("--config goes with --solution"));
     ScSession session(arguments);
@@ -271,7 +288,8 @@ int statusCommand(const CommandArguments &arguments)
     }
     if (const int status = session.open(); status != exitSuccess)
         return status;
-    if (const QString outside = outsideWorkingCopyError(session.control, session.directory, options.paths);
+    if (const QString outside =
+            outsideWorkingCopyError(session.control, session.directory, options.paths);
         !outside.isEmpty())
         return arguments.fail(outside);
     session.control.setOptions(options);
@@ -283,7 +301,8 @@ int statusCommand(const CommandArguments &arguments)
         return failLines(arguments, errors);
     const SourceControlResults *results = session.control.results(key);
     if (!results)
-        return arguments.fail(QStringLiteral("no status was delivered for %1").arg(session.directory));
+        return arguments.fail(
+            QStringLiteral("no status was delivered for %1").arg(session.directory));
     QByteArray out;
     for (const SourceControlFileStatus &file : results->files)
         out += porcelainLine(file, results->quoteNonAscii) + '\n';
@@ -328,7 +347,8 @@ int commitCommand(const CommandArguments &arguments)
     if (!arguments.has("--message"))
         return arguments.usageError(QStringLiteral("give the message with -m MESSAGE"));
     if (!arguments.operands().isEmpty())
-        return arguments.usageError(QStringLiteral("a commit records the index; it takes no files"));
+        return arguments.usageError(
+            QStringLiteral("a commit records the index; it takes no files"));
     ScSession session(arguments);
     if (const int status = session.open(); status != exitSuccess)
         return status;
@@ -345,10 +365,12 @@ int diffCommand(const CommandArguments &arguments)
     ScSession session(arguments);
     if (const int status = session.open(); status != exitSuccess)
         return status;
-    if (const QString outside = outsideWorkingCopyError(session.control, session.directory, arguments.operands());
+    if (const QString outside =
+            outsideWorkingCopyError(session.control, session.directory, arguments.operands());
         !outside.isEmpty())
         return arguments.fail(outside);
-    const SourceControlResults results = vcsCompare(session.control, session.directory, arguments.operands());
+    const SourceControlResults results =
+        vcsCompare(session.control, session.directory, arguments.operands());
     if (!results.errors.isEmpty())
         return failLines(arguments, results.errors);
     writeBytes(stdout, results.output);
@@ -366,15 +388,18 @@ int logCommand(const CommandArguments &arguments)
     if (const int status = session.open(); status != exitSuccess)
         return status;
     const QString path = arguments.operands().value(0);
-    if (const QString outside = outsideWorkingCopyError(session.control, session.directory, arguments.operands());
+    if (const QString outside =
+            outsideWorkingCopyError(session.control, session.directory, arguments.operands());
         !outside.isEmpty())
         return arguments.fail(outside);
-    const SourceControlResults results = showLog(session.control, session.directory, path, int(*count));
+    const SourceControlResults results =
+        showLog(session.control, session.directory, path, int(*count));
     if (!results.errors.isEmpty())
         return failLines(arguments, results.errors);
     QByteArray out;
     for (const SourceControlLogEntry &entry : results.log) {
-        out += (entry.revision + u'\t' + entry.author + u'\t' + entry.date + u'\t' + entry.subject).toUtf8()
+        out += (entry.revision + u'\t' + entry.author + u'\t' + entry.date + u'\t' + entry.subject)
+                   .toUtf8()
                + '\n';
     }
     writeBytes(stdout, out);
@@ -398,10 +423,11 @@ int providersCommand(const CommandArguments &arguments)
             state = QStringLiteral("unavailable: ") + reason;
         else
             state += QStringLiteral(" (%1)").arg(provider->interface()->version());
-        out += (provider->entry().name + u'\t' + provider->entry().library + u'\t' + state).toUtf8() + '\n';
+        out += (provider->entry().name + u'\t' + provider->entry().library + u'\t' + state).toUtf8()
+               + '\n';
         for (const SourceControlProperty &property : provider->entry().properties) {
-            out += (QStringLiteral("  ") + property.name + u'=' + property.value + QStringLiteral("  ")
-                    + property.description)
+            out += (QStringLiteral("  ") + property.name + u'=' + property.value
+                    + QStringLiteral("  ") + property.description)
                        .toUtf8()
                    + '\n';
         }
@@ -414,30 +440,39 @@ constexpr TessOption directoryOption = {"--directory", "DIR", "work as if starte
 constexpr TessOption providersOption = {"--providers", "FILE",
                                         "read the provider list FILE (default $TESS_SC_PROVIDERS, "
                                         "else bin/scproviders.xml)"};
-constexpr TessOption logOption = {"--log", nullptr,
-                                  "write the source-control log, with the commands run, to standard error"};
+constexpr TessOption logOption = {
+    "--log", nullptr, "write the source-control log, with the commands run, to standard error"};
 
 constexpr TessOption statusOptions[] = {
-    directoryOption, providersOption, logOption,
+    directoryOption,
+    providersOption,
+    logOption,
     {"--ignored", nullptr, "list ignored files and folders too"},
     {"--untracked-files", "MODE", "no, normal (a new folder once, as dir/) or all"},
     {"--background", nullptr, "always query on the background thread"},
     {"--solution", "FILE", "the status of every file element of the solution's projects"},
-    {"--config", "NAME", "the configuration source_code_control_directory is read in (default Common)"},
+    {"--config", "NAME",
+     "the configuration source_code_control_directory is read in (default Common)"},
     {"--report-pauses", nullptr, "print the longest pause of the main thread during the refresh"},
 };
 constexpr TessOption fileOptions[] = {directoryOption, providersOption, logOption};
 constexpr TessOption removeOptions[] = {
-    directoryOption, providersOption, logOption,
+    directoryOption,
+    providersOption,
+    logOption,
     {"--cached", nullptr, "only take the files out of control; they stay on the disk"},
 };
 constexpr TessOption commitOptions[] = {
-    directoryOption, providersOption, logOption,
+    directoryOption,
+    providersOption,
+    logOption,
     {"--message", "MESSAGE", "the message of the commit", "-m"},
     {"--author", "AUTHOR", "\"NAME <MAIL>\" instead of the configured author"},
 };
 constexpr TessOption logOptions[] = {
-    directoryOption, providersOption, logOption,
+    directoryOption,
+    providersOption,
+    logOption,
     {"--max-count", "N", "only the last N changes", "-n"},
 };
 constexpr TessOption providerListOptions[] = {providersOption, logOption};
@@ -446,16 +481,19 @@ constexpr TessCommand scRows[] = {
     {"sc status",
      "[-C DIR] [--ignored] [--untracked-files=no|normal|all] [--background] [--log] [PATH...] | "
      "--solution FILE [--config NAME]",
-     "the short status of a working copy (XY PATH), or of a solution's file elements", statusOptions,
-     "tess sc status -C src --untracked-files=all", statusCommand},
+     "the short status of a working copy (XY PATH), or of a solution's file elements",
+     statusOptions, "tess sc status -C src --untracked-files=all", statusCommand},
     {"sc add", "[-C DIR] PATH...", "put files under source control", fileOptions,
      "tess sc add src/main.c", addCommand},
-    {"sc remove", "[-C DIR] [--cached] PATH...", "take files out of source control and off the disk",
-     removeOptions, "tess sc remove --cached build.log", removeCommand},
-    {"sc commit", "[-C DIR] -m MESSAGE [--author \"NAME <MAIL>\"]", "record the index as one change",
-     commitOptions, "tess sc commit -m 'Blink faster'", commitCommand},
-    {"sc revert", "[-C DIR] PATH...", "bring files back to the last commit; added files stay, untracked",
-     fileOptions, "tess sc revert src/main.c", revertCommand},
+    {"sc remove", "[-C DIR] [--cached] PATH...",
+     "take files out of source control and off the disk", removeOptions,
+     "tess sc remove --cached build.log", removeCommand},
+    {"sc commit", "[-C DIR] -m MESSAGE [--author \"NAME <MAIL>\"]",
+     "record the index as one change", commitOptions, "tess sc commit -m 'Blink faster'",
+     commitCommand},
+    {"sc revert", "[-C DIR] PATH...",
+     "bring files back to the last commit; added files stay, untracked", fileOptions,
+     "tess sc revert src/main.c", revertCommand},
     {"sc diff", "[-C DIR] [PATH...]", "the working tree against the last commit, in unified format",
      fileOptions, "tess sc diff src", diffCommand},
     {"sc log", "[-C DIR] [-n N] [PATH]", "the changes, newest first: HASH AUTHOR DATE SUBJECT",
@@ -464,7 +502,7 @@ constexpr TessCommand scRows[] = {
      providerListOptions, "tess sc providers", providersCommand},
 };
 
-} // namespace
+}   // namespace
 
 std::span<const TessCommand> scCommands()
 {
