@@ -41,35 +41,25 @@ bool PendingChangesWindow::runVCS(int command)
     m_results.errors = outsideWorkingCopyError(m_sourceControl, m_directory, m_selection);
     if (!m_results.errors.isEmpty())
         return false;
-    const bool ran = m_sourceControl.withProvider([&](SourceCodeControlSystemInterface &provider) {
-        bool ok = false;
-        switch (Command(command)) {
-        case Add:
-            ok = provider.add(m_directory, m_selection, m_results);
-            break;
-        case Remove:
-            ok = provider.remove(m_directory, m_selection, false, m_results);
-            break;
-        case Untrack:
-            ok = provider.remove(m_directory, m_selection, true, m_results);
-            break;
-        case Revert:
-            ok = provider.revert(m_directory, m_selection, m_results);
-            break;
-        case Commit:
-            ok = provider.commit(m_directory, m_message, m_author, m_results);
-            break;
-        case Compare:
-            ok = provider.diff(m_directory, m_selection, m_results);
-            break;
-        }
-        if (!ok && m_results.errors.isEmpty())
-            m_results.errors = QStringLiteral("the provider reported a failure");
-    });
-    if (!ran)
-        m_results.errors = QStringLiteral("no source control provider");
-    for (const QString &line : m_results.errors.split(u'\n', Qt::SkipEmptyParts))
-        m_sourceControl.log().error(line);
+    runProviderOperation(
+        m_sourceControl, m_results,
+        [&](SourceCodeControlSystemInterface &provider, SourceControlResults &results) {
+            switch (Command(command)) {
+            case Add:
+                return provider.add(m_directory, m_selection, results);
+            case Remove:
+                return provider.remove(m_directory, m_selection, false, results);
+            case Untrack:
+                return provider.remove(m_directory, m_selection, true, results);
+            case Revert:
+                return provider.revert(m_directory, m_selection, results);
+            case Commit:
+                return provider.commit(m_directory, m_message, m_author, results);
+            case Compare:
+                return provider.diff(m_directory, m_selection, results);
+            }
+            return false;
+        });
     if (command != Compare && m_sourceControl.results(m_directory))
         m_sourceControl.refreshDirectory(m_directory, m_directory);
     return m_results.errors.isEmpty();

@@ -52,6 +52,13 @@ void SourceControlLog::write(Level level, const QString &line)
         m_sink(level, shown);
 }
 
+void SourceControlLog::errorLines(const QString &text)
+{
+    const QStringList lines = text.split(u'\n', Qt::SkipEmptyParts);
+    for (const QString &line : lines)
+        error(line);
+}
+
 void SourceControlLog::setLogCommands(bool on)
 {
     const QMutexLocker locker(&m_mutex);

@@ -25,6 +25,8 @@ public:
     void message(const QString &line) { write(Level::Message, line); }
     void warning(const QString &line) { write(Level::Warning, line); }
     void error(const QString &line) { write(Level::Error, line); }
+    // Each line of a failure's text as an error.
+    void errorLines(const QString &text);
     void write(Level level, const QString &line);
 
     // "log commands": runCommand writes "cd <directory>" and the command line first.

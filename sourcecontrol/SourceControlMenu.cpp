@@ -54,19 +54,10 @@ bool isWithin(const QString &path, const QString &root)
     return path.startsWith(root) && path.at(root.size()) == u'/';
 }
 
-// Runs one provider operation; its errors go to the log as well.
-template <typename Operation>
-SourceControlResults run(SourceControl &sourceControl, Operation operation)
+SourceControlResults run(SourceControl &sourceControl, const ProviderOperation &operation)
 {
     SourceControlResults results;
-    if (!sourceControl.withProvider([&](SourceCodeControlSystemInterface &provider) {
-            if (!operation(provider, results) && results.errors.isEmpty())
-                results.errors = QStringLiteral("the provider reported a failure");
-        })) {
-        results.errors = QStringLiteral("no source control provider");
-    }
-    for (const QString &line : results.errors.split(u'\n', Qt::SkipEmptyParts))
-        sourceControl.log().error(line);
+    runProviderOperation(sourceControl, results, operation);
     return results;
 }
 
@@ -132,6 +123,19 @@ void fillHistory(SourceControl &sourceControl, const std::vector<ProjectElement 
 }
 
 }   // namespace
+
+bool runProviderOperation(SourceControl &sourceControl, SourceControlResults &results,
+                          const ProviderOperation &operation)
+{
+    if (!sourceControl.withProvider([&](SourceCodeControlSystemInterface &provider) {
+            if (!operation(provider, results) && results.errors.isEmpty())
+                results.errors = QStringLiteral("the provider reported a failure");
+        })) {
+        results.errors = QStringLiteral("no source control provider");
+    }
+    sourceControl.log().errorLines(results.errors);
+    return results.errors.isEmpty();
+}
 
 QString settingsDialogTitle(const QString &providerName)
 {

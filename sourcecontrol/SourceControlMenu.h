@@ -2,10 +2,12 @@
 #include "sourcecontrol/SourceControlResults.h"
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <span>
 #include <vector>
 
 class ProjectElement;
+class SourceCodeControlSystemInterface;
 class SourceControl;
 
 // The commands of the source control menus without their windows: each runs the provider with
@@ -43,6 +45,13 @@ struct SourceControlExplorerRow {
     QString property;
     QString value;
 };
+
+// Runs one operation with the provider to itself. A failure without a reason gets one; the
+// reasons go to the log as well. True on success.
+using ProviderOperation =
+    std::function<bool(SourceCodeControlSystemInterface &provider, SourceControlResults &results)>;
+bool runProviderOperation(SourceControl &sourceControl, SourceControlResults &results,
+                          const ProviderOperation &operation);
 
 // The first of `paths` (relative to `directory`) that lies outside the working copy at `root`;
 // empty when all lie inside. Links are resolved as far as the path exists.

@@ -109,8 +109,11 @@ private:
                    SourceControlResults &results, QByteArray *output = nullptr);
     // The working copy holding `directory`, remembered once found.
     bool locate(const QString &directory, Repository &repository, QString *error);
-    bool locateOrFail(const QString &directory, Repository &repository,
-                      SourceControlResults &results);
+    // Whether `directory` is in a working copy: its root into results, or the reason into
+    // results.errors.
+    bool inWorkingCopy(const QString &directory, SourceControlResults &results);
+    // Whether a branch name can be given to git: not empty, and not to be taken for an option.
+    static bool acceptableBranch(const QString &branch, SourceControlResults &results);
     bool unbornHead(const QString &directory);
     bool readConflicts(const QString &directory, SourceControlResults &results);
 
@@ -223,9 +226,9 @@ bool GitProvider::locate(const QString &directory, Repository &repository, QStri
     return true;
 }
 
-bool GitProvider::locateOrFail(const QString &directory, Repository &repository,
-                               SourceControlResults &results)
+bool GitProvider::inWorkingCopy(const QString &directory, SourceControlResults &results)
 {
+    Repository repository;
     QString error;
     if (locate(directory, repository, &error)) {
         results.root = repository.root;
@@ -233,6 +236,14 @@ bool GitProvider::locateOrFail(const QString &directory, Repository &repository,
     }
     results.errors =
         error.isEmpty() ? QStringLiteral("not under source control: %1").arg(directory) : error;
+    return false;
+}
+
+bool GitProvider::acceptableBranch(const QString &branch, SourceControlResults &results)
+{
+    if (!branch.isEmpty() && !branch.startsWith(u'-'))
+        return true;
+    results.errors = QStringLiteral("bad branch name '%1'").arg(branch);
     return false;
 }
 
@@ -266,8 +277,7 @@ bool GitProvider::probe(const QString &directory, const SourceControlOptions &)
 
 bool GitProvider::queryStatus(const QString &directory, SourceControlResults &results)
 {
-    Repository repository;
-    if (!locateOrFail(directory, repository, results))
+    if (!inWorkingCopy(directory, results))
         return false;
     QStringList arguments{QStringLiteral("--no-optional-locks"), QStringLiteral("status"),
                           QStringLiteral("--porcelain=v2"), QStringLiteral("-z")};
@@ -301,8 +311,7 @@ bool GitProvider::queryStatus(const QString &directory, SourceControlResults &re
 bool GitProvider::add(const QString &directory, const QStringList &paths,
                       SourceControlResults &results)
 {
-    Repository repository;
-    return locateOrFail(directory, repository, results)
+    return inWorkingCopy(directory, results)
            && gitOrFail(QStringList{QStringLiteral("add"), QStringLiteral("--")}
                             + safeArguments(paths),
                         directory, results);
@@ -311,8 +320,7 @@ bool GitProvider::add(const QString &directory, const QStringList &paths,
 bool GitProvider::remove(const QString &directory, const QStringList &paths, bool keepFiles,
                          SourceControlResults &results)
 {
-    Repository repository;
-    if (!locateOrFail(directory, repository, results))
+    if (!inWorkingCopy(directory, results))
         return false;
     QStringList arguments{QStringLiteral("rm"), QStringLiteral("-r"), QStringLiteral("-q")};
     if (keepFiles)
@@ -332,8 +340,7 @@ bool GitProvider::unbornHead(const QString &directory)
 bool GitProvider::diff(const QString &directory, const QStringList &paths,
                        SourceControlResults &results)
 {
-    Repository repository;
-    if (!locateOrFail(directory, repository, results))
+    if (!inWorkingCopy(directory, results))
         return false;
     QString base = QStringLiteral("HEAD");
     if (unbornHead(directory)) {
@@ -357,8 +364,7 @@ bool GitProvider::diff(const QString &directory, const QStringList &paths,
 bool GitProvider::commit(const QString &directory, const QString &message, const QString &author,
                          SourceControlResults &results)
 {
-    Repository repository;
-    if (!locateOrFail(directory, repository, results))
+    if (!inWorkingCopy(directory, results))
         return false;
     if (message.trimmed().isEmpty()) {
         results.errors = QStringLiteral("a commit needs a message");
@@ -388,8 +394,7 @@ bool GitProvider::commit(const QString &directory, const QString &message, const
 bool GitProvider::revert(const QString &directory, const QStringList &paths,
                          SourceControlResults &results)
 {
-    Repository repository;
-    if (!locateOrFail(directory, repository, results))
+    if (!inWorkingCopy(directory, results))
         return false;
     const bool unborn = unbornHead(directory);
     QStringList check{QStringLiteral("ls-files"), QStringLiteral("-z"),
@@ -431,9 +436,8 @@ bool GitProvider::revert(const QString &directory, const QStringList &paths,
 
 bool GitProvider::branches(const QString &directory, SourceControlResults &results)
 {
-    Repository repository;
     QByteArray output;
-    if (!locateOrFail(directory, repository, results)
+    if (!inWorkingCopy(directory, results)
         || !gitOrFail({QStringLiteral("for-each-ref"),
                        QStringLiteral("--format=%(HEAD)%(refname:short)"),
                        QStringLiteral("refs/heads/")},
@@ -453,13 +457,10 @@ bool GitProvider::branches(const QString &directory, SourceControlResults &resul
 bool GitProvider::switchBranch(const QString &directory, const QString &branch,
                                SourceControlResults &results)
 {
-    Repository repository;
-    if (!locateOrFail(directory, repository, results))
+    if (!inWorkingCopy(directory, results))
         return false;
-    if (branch.isEmpty() || branch.startsWith(u'-')) {
-        results.errors = QStringLiteral("bad branch name '%1'").arg(branch);
+    if (!acceptableBranch(branch, results))
         return false;
-    }
     return gitOrFail(
         {QStringLiteral("switch"), QStringLiteral("--no-guess"), QStringLiteral("--quiet"), branch},
         directory, results);
@@ -486,13 +487,10 @@ bool GitProvider::readConflicts(const QString &directory, SourceControlResults &
 bool GitProvider::merge(const QString &directory, const QString &branch, bool useProviderMerge,
                         SourceControlResults &results)
 {
-    Repository repository;
-    if (!locateOrFail(directory, repository, results))
+    if (!inWorkingCopy(directory, results))
         return false;
-    if (branch.isEmpty() || branch.startsWith(u'-')) {
-        results.errors = QStringLiteral("bad branch name '%1'").arg(branch);
+    if (!acceptableBranch(branch, results))
         return false;
-    }
     QStringList arguments{QStringLiteral("merge")};
     arguments << (useProviderMerge
                       ? QStringList{QStringLiteral("--no-edit")}
@@ -518,8 +516,7 @@ bool GitProvider::merge(const QString &directory, const QString &branch, bool us
 bool GitProvider::log(const QString &directory, const QString &path, int count,
                       SourceControlResults &results)
 {
-    Repository repository;
-    if (!locateOrFail(directory, repository, results))
+    if (!inWorkingCopy(directory, results))
         return false;
     QStringList arguments{QStringLiteral("--no-optional-locks"), QStringLiteral("log"),
                           QStringLiteral("-z"), QStringLiteral("--format=%H%x09%an%x09%aI%x09%s")};
@@ -535,8 +532,7 @@ bool GitProvider::log(const QString &directory, const QString &path, int count,
 bool GitProvider::history(const QString &directory, const QStringList &paths,
                           SourceControlResults &results)
 {
-    Repository repository;
-    if (!locateOrFail(directory, repository, results))
+    if (!inWorkingCopy(directory, results))
         return false;
     if (paths.isEmpty() || unbornHead(directory))
         return true;
@@ -552,8 +548,7 @@ bool GitProvider::history(const QString &directory, const QStringList &paths,
 bool GitProvider::fileAtRevision(const QString &directory, const QString &path,
                                  const QString &revision, SourceControlResults &results)
 {
-    Repository repository;
-    if (!locateOrFail(directory, repository, results))
+    if (!inWorkingCopy(directory, results))
         return false;
     const QString relative =
         QDir(directory).relativeFilePath(QDir(directory).absoluteFilePath(path));

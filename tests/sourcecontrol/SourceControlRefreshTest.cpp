@@ -5,6 +5,7 @@
 #include "sourcecontrol/SourceControl.h"
 #include "sourcecontrol/SourceControlLog.h"
 #include "tests/sourcecontrol/GitRepository.h"
+#include "tests/sourcecontrol/StandInModule.h"
 #include <QCoreApplication>
 #include <QSemaphore>
 #include <QTemporaryDir>
@@ -16,7 +17,7 @@ namespace {
 
 // A provider whose status query can be held until the test lets it go, and which counts how
 // many queries ran at the same time.
-class SteeredProvider final : public SourceCodeControlSystemInterface {
+class SteeredProvider final : public StandIn::Provider {
 public:
     bool probeAnswer = false;
     std::function<void()> onProbe;
@@ -30,10 +31,6 @@ public:
     QStringList queriedDirectories;   // written by the query under the provider lock
 
     QString name() const override { return QStringLiteral("Steered"); }
-    void setProperties(const SourceControlPropertyList &) override {}
-    void setLogin(const QString &, const QString &) override {}
-    bool available(QString *) override { return true; }
-    QString version() override { return {}; }
     QString workingCopyRoot(const QString &directory, QString *) override { return directory; }
     bool probe(const QString &, const SourceControlOptions &) override
     {
@@ -55,48 +52,6 @@ public:
         results.errors = answer.errors;
         --running;
         return results.errors.isEmpty();
-    }
-    bool add(const QString &, const QStringList &, SourceControlResults &) override
-    {
-        return false;
-    }
-    bool remove(const QString &, const QStringList &, bool, SourceControlResults &) override
-    {
-        return false;
-    }
-    bool diff(const QString &, const QStringList &, SourceControlResults &) override
-    {
-        return false;
-    }
-    bool commit(const QString &, const QString &, const QString &, SourceControlResults &) override
-    {
-        return false;
-    }
-    bool revert(const QString &, const QStringList &, SourceControlResults &) override
-    {
-        return false;
-    }
-    bool branches(const QString &, SourceControlResults &) override { return false; }
-    bool switchBranch(const QString &, const QString &, SourceControlResults &) override
-    {
-        return false;
-    }
-    bool merge(const QString &, const QString &, bool, SourceControlResults &) override
-    {
-        return false;
-    }
-    bool log(const QString &, const QString &, int, SourceControlResults &) override
-    {
-        return false;
-    }
-    bool history(const QString &, const QStringList &, SourceControlResults &) override
-    {
-        return false;
-    }
-    bool fileAtRevision(const QString &, const QString &, const QString &,
-                        SourceControlResults &) override
-    {
-        return false;
     }
 };
 

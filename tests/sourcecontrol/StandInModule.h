@@ -17,7 +17,8 @@ inline void trace(const char *event)
         file.write(QByteArray(event) + '\n');
 }
 
-class Provider final : public SourceCodeControlSystemInterface {
+// Answers every operation with a failure; tests derive what they need to steer.
+class Provider : public SourceCodeControlSystemInterface {
 public:
     QString name() const override { return QStringLiteral("StandIn"); }
     void setProperties(const SourceControlPropertyList &) override {}
