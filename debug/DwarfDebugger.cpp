@@ -1,0 +1,546 @@
+#include "debug/DwarfDebugger.h"
+#include "debug/ElfObjectFile.h"
+#include "debug/MemoryAccessException.h"
+#include "foundation/HException.h"
+#include <QFile>
+#include <QFileInfo>
+#include <dwarf.h>
+#include <elfutils/libdw.h>
+#include <elfutils/libdwfl.h>
+#include <fcntl.h>
+#include <libelf.h>
+#include <limits>
+#include <unistd.h>
+
+namespace {
+
+// Bounds on walks over DWARF that a crafted file could make endless or deep.
+constexpr int maxScopeDepth = 32;
+constexpr int maxDiesPerWalk = 1000000;
+
+// The engine never goes looking for separate debug files: what is not in the file given is not
+// there.
+int noSeparateDebugInfo(Dwfl_Module *, void **, const char *, Dwarf_Addr, const char *,
+                        const char *, GElf_Word, char **)
+{
+    return -1;
+}
+
+char *noDebugInfoPath = nullptr;
+const Dwfl_Callbacks offlineCallbacks = {
+    dwfl_build_id_find_elf,
+    noSeparateDebugInfo,
+    dwfl_offline_section_address,
+    &noDebugInfoPath,
+};
+
+QByteArrayView viewOf(const char *text)
+{
+    return text ? QByteArrayView(text, qsizetype(std::strlen(text))) : QByteArrayView();
+}
+
+// Whether a source path names `file`: the same path, its base name, or a tail of it.
+bool sourceMatches(const QString &source, const QString &file)
+{
+    if (source == file)
+        return true;
+    if (!file.contains(u'/'))
+        return QFileInfo(source).fileName() == file;
+    return source.endsWith(u'/' + file);
+}
+
+} // namespace
+
+DwarfDebugger::DwarfDebugger(const QString &path) : m_path(path)
+{
+    open(path);
+}
+
+DwarfDebugger::~DwarfDebugger()
+{
+    // Types observe nothing of libdw, but must go before the engine's handles all the same.
+    m_namedTypes.clear();
+    m_types.clear();
+    m_definitions.clear();
+    m_object.reset();
+    if (m_dwfl)
+        dwfl_end(m_dwfl);
+}
+
+void DwarfDebugger::open(const QString &path)
+{
+    const auto fail = [&path](const QString &what) { throw HException(path + QStringLiteral(": ") + what); };
+    // Tell a file that is no ELF at all from one libdwfl has other troubles with.
+    elf_version(EV_CURRENT);
+    const QByteArray name = QFile::encodeName(path);
+    const int fd = ::open(name.constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        fail(QStringLiteral("cannot open: ") + QString::fromLocal8Bit(strerror(errno)));
+    Elf *probe = elf_begin(fd, ELF_C_READ_MMAP, nullptr);
+    GElf_Ehdr header;
+    const bool isElf = probe && elf_kind(probe) == ELF_K_ELF && gelf_getehdr(probe, &header);
+    if (probe)
+        elf_end(probe);
+    ::close(fd);
+    if (!isElf)
+        fail(QStringLiteral("not an ELF file"));
+
+    m_dwfl = dwfl_begin(&offlineCallbacks);
+    if (!m_dwfl)
+        fail(QString::fromLatin1(dwfl_errmsg(-1)));
+    dwfl_report_begin(m_dwfl);
+    Dwfl_Module *module = dwfl_report_offline(m_dwfl, name.constData(), name.constData(), -1);
+    dwfl_report_end(m_dwfl, nullptr, nullptr);
+    if (!module)
+        fail(QString::fromLatin1(dwfl_errmsg(-1)));
+    Dwarf_Addr elfBias = 0;
+    Elf *elf = dwfl_module_getelf(module, &elfBias);
+    if (!elf)
+        fail(QString::fromLatin1(dwfl_errmsg(-1)));
+    m_object = std::make_unique<ElfObjectFile>(elf, elfBias, path);
+    Dwarf_Addr dwarfBias = 0;
+    m_dwarf = dwfl_module_getdwarf(module, &dwarfBias);
+    m_bias = dwarfBias;
+    Dwarf_CU *unit = nullptr;
+    Dwarf_Half version = 0;
+    uint8_t unitType = 0;
+    if (!m_dwarf || dwarf_get_units(m_dwarf, nullptr, &unit, &version, &unitType, nullptr, nullptr) != 0)
+        fail(QStringLiteral("no debug information"));
+    for (const ElfObjectFile::LoadedSection &section : m_object->loadedSections())
+        m_snapshot.addSection(section.address, section.size, section.bytes);
+}
+
+void DwarfDebugger::addDump(const QString &file, quint64 address)
+{
+    QFile dump(file);
+    if (!dump.open(QIODevice::ReadOnly))
+        throw HException(file + QStringLiteral(": cannot open: ") + dump.errorString());
+    if (dump.size() > TargetSnapshot::maxDumpSize)
+        throw HException(file + QStringLiteral(": dump too large (%1 bytes, limit %2)")
+                                    .arg(dump.size())
+                                    .arg(TargetSnapshot::maxDumpSize));
+    QByteArray bytes = dump.readAll();
+    if (bytes.size() != dump.size())
+        throw HException(file + QStringLiteral(": cannot read: ") + dump.errorString());
+    if (quint64(bytes.size()) > std::numeric_limits<quint64>::max() - address)
+        throw HException(file + QStringLiteral(": dump runs past the end of the address space"));
+    m_snapshot.addDump(address, std::move(bytes));
+}
+
+// ---- The index
+
+bool DwarfDebugger::dieAt(quint64 key, Dwarf_Die &die)
+{
+    return dwarf_offdie(m_dwarf, Dwarf_Off(key), &die) != nullptr;
+}
+
+void DwarfDebugger::ensureIndexed()
+{
+    if (m_indexed)
+        return;
+    m_indexed = true;
+    Dwarf_CU *unit = nullptr;
+    Dwarf_CU *next = nullptr;
+    Dwarf_Half version = 0;
+    uint8_t unitType = 0;
+    Dwarf_Die unitDie;
+    while (dwarf_get_units(m_dwarf, unit, &next, &version, &unitType, &unitDie, nullptr) == 0) {
+        unit = next;
+        if (unitType != DW_UT_compile && unitType != DW_UT_partial)
+            continue;
+        const int index = int(m_units.size());
+        m_units.push_back({QString::fromUtf8(dwarf_diename(&unitDie))});
+        indexUnit(unitDie, index);
+    }
+}
+
+void DwarfDebugger::indexUnit(Dwarf_Die &unitDie, int unit)
+{
+    Dwarf_Die die;
+    if (dwarf_child(&unitDie, &die) != 0)
+        return;
+    Dwarf_Off last = 0;
+    do {
+        // A sibling link that points back would walk for ever.
+        const Dwarf_Off offset = dwarf_dieoffset(&die);
+        if (offset <= last)
+            return;
+        last = offset;
+        indexDie(die, unit);
+    } while (dwarf_siblingof(&die, &die) == 0);
+}
+
+void DwarfDebugger::indexDie(Dwarf_Die &die, int unit)
+{
+    const int tag = dwarf_tag(&die);
+    const char *name = dwarf_diename(&die);
+    switch (tag) {
+    case DW_TAG_variable: {
+        quint64 address = 0;
+        if (!name || !staticAddress(die, address))
+            return;
+        const bool external = dwarf_hasattr_integrate(&die, DW_AT_external);
+        const int index = int(m_variables.size());
+        m_variables.push_back({viewOf(name), dwarf_dieoffset(&die), address, unit, external});
+        const auto it = m_variableByName.constFind(viewOf(name));
+        if (it == m_variableByName.constEnd())
+            m_variableByName.insert(viewOf(name), index);
+        else if (external && !m_variables[size_t(*it)].external)
+            m_variableByName[viewOf(name)] = index;
+        return;
+    }
+    case DW_TAG_subprogram: {
+        Dwarf_Addr low = 0;
+        if (name && dwarf_lowpc(&die, &low) == 0 && !m_functions.contains(viewOf(name)))
+            m_functions.insert(viewOf(name), {dwarf_dieoffset(&die), low + m_bias, unit});
+        return;
+    }
+    default: indexType(die, tag, name); return;
+    }
+}
+
+void DwarfDebugger::indexType(Dwarf_Die &die, int tag, const char *name)
+{
+    const char *keyword = tag == DW_TAG_structure_type    ? "struct "
+                          : tag == DW_TAG_union_type      ? "union "
+                          : tag == DW_TAG_class_type      ? "class "
+                          : tag == DW_TAG_enumeration_type ? "enum "
+                                                          : nullptr;
+    if (tag == DW_TAG_typedef || tag == DW_TAG_base_type) {
+        if (name && !m_typeDies.contains(viewOf(name)))
+            m_typeDies.insert(viewOf(name), dwarf_dieoffset(&die));
+        return;
+    }
+    if (!keyword || dwarf_hasattr(&die, DW_AT_declaration))
+        return;
+    if (name) {
+        const QString tagName = QLatin1String(keyword) + QString::fromUtf8(name);
+        if (!m_tagDies.contains(tagName))
+            m_tagDies.insert(tagName, dwarf_dieoffset(&die));
+    }
+    if (tag != DW_TAG_enumeration_type)
+        return;
+    Dwarf_Die child;
+    if (dwarf_child(&die, &child) != 0)
+        return;
+    Dwarf_Off last = 0;
+    do {
+        const Dwarf_Off offset = dwarf_dieoffset(&child);
+        if (offset <= last)
+            return;
+        last = offset;
+        const char *enumerator = dwarf_diename(&child);
+        Dwarf_Attribute attribute;
+        Dwarf_Sword value = 0;
+        if (dwarf_tag(&child) != DW_TAG_enumerator || !enumerator
+            || !dwarf_attr(&child, DW_AT_const_value, &attribute)
+            || dwarf_formsdata(&attribute, &value) != 0)
+            continue;
+        if (!m_enumerators.contains(viewOf(enumerator)))
+            m_enumerators.insert(viewOf(enumerator), {dwarf_dieoffset(&die), qint64(value)});
+    } while (dwarf_siblingof(&child, &child) == 0);
+}
+
+// The address of a variable that lives at a fixed place: DW_OP_addr (or its indexed form),
+// optionally plus a constant. Locals on a stack, TLS and location lists have none.
+bool DwarfDebugger::staticAddress(Dwarf_Die &die, quint64 &address)
+{
+    Dwarf_Attribute attribute;
+    if (!dwarf_attr(&die, DW_AT_location, &attribute))
+        return false;
+    Dwarf_Op *operations = nullptr;
+    size_t count = 0;
+    if (dwarf_getlocation(&attribute, &operations, &count) != 0 || count == 0)
+        return false;
+    Dwarf_Addr value = 0;
+    switch (operations[0].atom) {
+    case DW_OP_addr: value = operations[0].number; break;
+    case DW_OP_addrx:
+    case DW_OP_GNU_addr_index: {
+        Dwarf_Attribute result;
+        if (dwarf_getlocation_attr(&attribute, &operations[0], &result) != 0
+            || dwarf_formaddr(&result, &value) != 0)
+            return false;
+        break;
+    }
+    default: return false;
+    }
+    for (size_t i = 1; i < count; ++i) {
+        if (operations[i].atom != DW_OP_plus_uconst)
+            return false;
+        value += operations[i].number;
+    }
+    address = value + m_bias;
+    return true;
+}
+
+// ---- Symbols
+
+const BaseType *DwarfDebugger::variableType(Variable &variable)
+{
+    if (!variable.type) {
+        Dwarf_Die die;
+        variable.type = typeOfAttribute(dieAt(variable.die, die) ? &die : nullptr);
+    }
+    return variable.type;
+}
+
+DebugSymbol DwarfDebugger::variableSymbol(Variable &variable)
+{
+    DebugSymbol symbol;
+    symbol.kind = SymbolKind::Variable;
+    symbol.name = QString::fromUtf8(variable.name.data(), variable.name.size());
+    symbol.address = variable.address;
+    symbol.type = variableType(variable);
+    return symbol;
+}
+
+std::optional<DebugSymbol> DwarfDebugger::functionSymbol(QByteArrayView name, const Function &function)
+{
+    DebugSymbol symbol;
+    symbol.kind = SymbolKind::Function;
+    symbol.name = QString::fromUtf8(name.data(), name.size());
+    symbol.address = function.address;
+    auto &type = m_types[function.die | (quint64(1) << 62)];
+    if (!type) {
+        Dwarf_Die die;
+        if (dieAt(function.die, die))
+            type = makeFunction(die, 0);
+        else
+            type = std::make_unique<UserType>(QStringLiteral("void"));
+    }
+    symbol.type = type.get();
+    return symbol;
+}
+
+std::optional<DebugSymbol> DwarfDebugger::enumeratorSymbol(QByteArrayView name)
+{
+    const auto it = m_enumerators.constFind(name);
+    if (it == m_enumerators.constEnd())
+        return std::nullopt;
+    DebugSymbol symbol;
+    symbol.kind = SymbolKind::Constant;
+    symbol.name = QString::fromUtf8(name.data(), name.size());
+    auto &type = m_types[it->enumDie];
+    if (!type) {
+        Dwarf_Die die;
+        if (dieAt(it->enumDie, die))
+            type = makeType(&die, 0);
+        else
+            type = std::make_unique<UserType>(QStringLiteral("void"));
+    }
+    symbol.type = type.get();
+    symbol.value = it->value;
+    return symbol;
+}
+
+std::optional<DebugSymbol> DwarfDebugger::findFileLevel(const QString &name, int unit)
+{
+    const QByteArray utf8 = name.toUtf8();
+    if (unit < 0) {
+        const auto it = m_variableByName.constFind(QByteArrayView(utf8));
+        if (it != m_variableByName.constEnd())
+            return variableSymbol(m_variables[size_t(*it)]);
+    } else {
+        for (Variable &variable : m_variables) {
+            if (variable.unit == unit && variable.name == QByteArrayView(utf8))
+                return variableSymbol(variable);
+        }
+    }
+    const auto function = m_functions.constFind(QByteArrayView(utf8));
+    if (function != m_functions.constEnd() && (unit < 0 || function->unit == unit))
+        return functionSymbol(function.key(), *function);
+    return enumeratorSymbol(QByteArrayView(utf8));
+}
+
+std::optional<DebugSymbol> DwarfDebugger::findStaticLocal(const Function &function, const QString &name)
+{
+    Dwarf_Die die;
+    if (!dieAt(function.die, die))
+        return std::nullopt;
+    const QByteArray utf8 = name.toUtf8();
+    int visited = 0;
+    // Depth-first through the function's blocks, bounded in depth and in DIEs.
+    std::vector<Dwarf_Die> stack{die};
+    std::vector<int> depths{0};
+    while (!stack.empty() && ++visited < maxDiesPerWalk) {
+        Dwarf_Die scope = stack.back();
+        const int depth = depths.back();
+        stack.pop_back();
+        depths.pop_back();
+        Dwarf_Die child;
+        if (dwarf_child(&scope, &child) != 0)
+            continue;
+        Dwarf_Off last = 0;
+        do {
+            const Dwarf_Off offset = dwarf_dieoffset(&child);
+            if (offset <= last || ++visited >= maxDiesPerWalk)
+                break;
+            last = offset;
+            const int tag = dwarf_tag(&child);
+            quint64 address = 0;
+            if (tag == DW_TAG_variable && viewOf(dwarf_diename(&child)) == QByteArrayView(utf8)
+                && staticAddress(child, address)) {
+                DebugSymbol symbol;
+                symbol.name = name;
+                symbol.address = address;
+                symbol.type = typeOfAttribute(&child);
+                return symbol;
+            }
+            if (tag == DW_TAG_lexical_block && depth < maxScopeDepth) {
+                stack.push_back(child);
+                depths.push_back(depth + 1);
+            }
+        } while (dwarf_siblingof(&child, &child) == 0);
+    }
+    return std::nullopt;
+}
+
+int DwarfDebugger::unitNamed(const QString &file) const
+{
+    for (size_t i = 0; i < m_units.size(); ++i) {
+        if (!m_units[i].name.isEmpty() && sourceMatches(m_units[i].name, file))
+            return int(i);
+    }
+    return -1;
+}
+
+std::optional<DebugSymbol> DwarfDebugger::findSymbol(const QStringList &scope, const QString &name)
+{
+    ensureIndexed();
+    if (scope.isEmpty() || (scope.size() == 1 && scope.constFirst().isEmpty()))
+        return findFileLevel(name, -1);
+    if (scope.size() != 1)
+        return std::nullopt;
+    const QByteArray outer = scope.constFirst().toUtf8();
+    const auto function = m_functions.constFind(QByteArrayView(outer));
+    if (function != m_functions.constEnd())
+        return findStaticLocal(*function, name);
+    const int unit = unitNamed(scope.constFirst());
+    if (unit >= 0)
+        return findFileLevel(name, unit);
+    return std::nullopt;
+}
+
+// ---- Memory, registers, calls
+
+void DwarfDebugger::readMemory(quint64 address, int width, qint64 count, char *destination)
+{
+    if (width < 1 || count < 0 || count > std::numeric_limits<qint64>::max() / width
+        || !m_snapshot.read(address, qint64(width) * count, destination))
+        throw MemoryAccessException::at(address);
+}
+
+void DwarfDebugger::writeMemory(quint64 address, int width, qint64 count, const char *source)
+{
+    if (width < 1 || count < 0 || count > std::numeric_limits<qint64>::max() / width
+        || !m_snapshot.write(address, qint64(width) * count, source))
+        throw MemoryAccessException::at(address);
+}
+
+ExpressionValue DwarfDebugger::readRegister(const QString &)
+{
+    throw ParserException(QStringLiteral("unknown register"));
+}
+
+void DwarfDebugger::writeRegister(const QString &, const ExpressionValue &)
+{
+    throw ParserException(QStringLiteral("unknown register"));
+}
+
+ExpressionValue DwarfDebugger::callFunction(quint64, const QList<ExpressionValue> &)
+{
+    throw ParserException(QStringLiteral("no target to call functions on"));
+}
+
+bool DwarfDebugger::bigEndian() const
+{
+    return m_object->bigEndian();
+}
+
+int DwarfDebugger::addressWidth() const
+{
+    return m_object->addressWidth();
+}
+
+// ---- Lists
+
+std::vector<std::unique_ptr<SegmentInformation>> DwarfDebugger::segments()
+{
+    return m_object->segments();
+}
+
+std::vector<std::unique_ptr<SectionInformation>> DwarfDebugger::sections()
+{
+    return m_object->sections();
+}
+
+std::vector<std::unique_ptr<SymbolInformation>> DwarfDebugger::symbols()
+{
+    return m_object->symbols();
+}
+
+std::vector<std::unique_ptr<SymbolInformation>> DwarfDebugger::locals()
+{
+    return {};
+}
+
+std::vector<std::unique_ptr<SymbolInformation>> DwarfDebugger::globals()
+{
+    ensureIndexed();
+    std::vector<std::unique_ptr<SymbolInformation>> result;
+    result.reserve(m_variables.size());
+    for (Variable &variable : m_variables) {
+        const BaseType *type = variableType(variable);
+        SymbolInformation::Fields fields;
+        fields.name = QString::fromUtf8(variable.name.data(), variable.name.size());
+        fields.typeName = type->name();
+        fields.fileName = m_units[size_t(variable.unit)].name;
+        fields.address = variable.address;
+        fields.size = type->size();
+        fields.kind = SymbolKind::Variable;
+        fields.external = variable.external;
+        fields.type = type;
+        fields.addressWidth = addressWidth();
+        result.push_back(std::make_unique<SymbolInformation>(std::move(fields)));
+    }
+    return result;
+}
+
+// ---- Lines
+
+quint64 DwarfDebugger::addressOfLine(const QString &file, int line)
+{
+    Dwarf_CU *unit = nullptr;
+    Dwarf_CU *next = nullptr;
+    Dwarf_Half version = 0;
+    uint8_t unitType = 0;
+    Dwarf_Die unitDie;
+    bool found = false;
+    Dwarf_Addr best = std::numeric_limits<Dwarf_Addr>::max();
+    while (dwarf_get_units(m_dwarf, unit, &next, &version, &unitType, &unitDie, nullptr) == 0) {
+        unit = next;
+        Dwarf_Lines *lines = nullptr;
+        size_t count = 0;
+        if (dwarf_getsrclines(&unitDie, &lines, &count) != 0)
+            continue;
+        for (size_t i = 0; i < count; ++i) {
+            Dwarf_Line *entry = dwarf_onesrcline(lines, i);
+            int number = 0;
+            bool endSequence = false;
+            Dwarf_Addr address = 0;
+            if (!entry || dwarf_lineno(entry, &number) != 0 || number != line
+                || dwarf_lineendsequence(entry, &endSequence) != 0 || endSequence
+                || dwarf_lineaddr(entry, &address) != 0)
+                continue;
+            const char *source = dwarf_linesrc(entry, nullptr, nullptr);
+            if (!source || !sourceMatches(QString::fromUtf8(source), file))
+                continue;
+            found = true;
+            best = qMin(best, address);
+        }
+    }
+    if (!found)
+        throw ParserException(QStringLiteral("no code at %1:%2").arg(file).arg(line));
+    return best + m_bias;
+}
