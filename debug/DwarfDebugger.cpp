@@ -79,6 +79,7 @@ void DwarfDebugger::open(const QString &path)
     Elf *probe = elf_begin(fd, ELF_C_READ_MMAP, nullptr);
     GElf_Ehdr header;
     const bool isElf = probe && elf_kind(probe) == ELF_K_ELF && gelf_getehdr(probe, &header);
+    const bool relocatable = isElf && header.e_type == ET_REL;
     if (probe)
         elf_end(probe);
     ::close(fd);
@@ -89,7 +90,11 @@ void DwarfDebugger::open(const QString &path)
     if (!m_dwfl)
         fail(QString::fromLatin1(dwfl_errmsg(-1)));
     dwfl_report_begin(m_dwfl);
-    Dwfl_Module *module = dwfl_report_offline(m_dwfl, name.constData(), name.constData(), -1);
+    // A linked image stays at its link addresses, which its own pointers hold; a relocatable
+    // object has none, and libdwfl lays its sections out one after another.
+    Dwfl_Module *module = relocatable
+                              ? dwfl_report_offline(m_dwfl, name.constData(), name.constData(), -1)
+                              : dwfl_report_elf(m_dwfl, name.constData(), name.constData(), -1, 0, true);
     dwfl_report_end(m_dwfl, nullptr, nullptr);
     if (!module)
         fail(QString::fromLatin1(dwfl_errmsg(-1)));

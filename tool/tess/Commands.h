@@ -87,6 +87,7 @@ private:
 // The rows of each command file, in the order `tess help` lists them.
 std::span<const TessCommand> buildCommands();
 std::span<const TessCommand> commandsCommands();
+std::span<const TessCommand> debugCommands();
 std::span<const TessCommand> depsCommands();
 std::span<const TessCommand> diagCommands();
 std::span<const TessCommand> exprCommands();

@@ -9,7 +9,7 @@ namespace {
 using CommandRows = std::span<const TessCommand> (*)();
 
 constexpr CommandRows commandFiles[] = {
-    buildCommands, commandsCommands, depsCommands, diagCommands, exprCommands,
+    buildCommands, commandsCommands, debugCommands, depsCommands, diagCommands, exprCommands,
     forthCommands, jsCommands,       propertyCommands, scCommands,    solutionCommands,
 };
 
