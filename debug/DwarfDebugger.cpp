@@ -236,13 +236,12 @@ void DwarfDebugger::indexType(Dwarf_Die &die, int tag, const char *name)
         last = offset;
         const char *enumerator = dwarf_diename(&child);
         Dwarf_Attribute attribute;
-        Dwarf_Sword value = 0;
         if (dwarf_tag(&child) != DW_TAG_enumerator || !enumerator
-            || !dwarf_attr(&child, DW_AT_const_value, &attribute)
-            || dwarf_formsdata(&attribute, &value) != 0)
+            || !dwarf_attr(&child, DW_AT_const_value, &attribute))
             continue;
-        if (!m_enumerators.contains(viewOf(enumerator)))
-            m_enumerators.insert(viewOf(enumerator), {dwarf_dieoffset(&die), qint64(value)});
+        const std::optional<qint64> value = constantOf(attribute);
+        if (value && !m_enumerators.contains(viewOf(enumerator)))
+            m_enumerators.insert(viewOf(enumerator), {dwarf_dieoffset(&die), *value});
     } while (dwarf_siblingof(&child, &child) == 0);
 }
 

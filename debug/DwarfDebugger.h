@@ -47,6 +47,8 @@ public:
     int addressWidth() const override;
 
     const ElfObjectFile &objectFile() const { return *m_object; }
+    // The value of a constant attribute; negative only in DWARF's signed forms.
+    [[nodiscard]] static std::optional<qint64> constantOf(Dwarf_Attribute &attribute);
     // The definition behind a UserType this engine made; the DIE offset is the key.
     const BaseType *definitionOf(quint64 key) override;
 

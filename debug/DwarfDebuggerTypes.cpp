@@ -39,13 +39,14 @@ std::optional<Dwarf_Word> unsignedAttribute(Dwarf_Die *die, unsigned attributeNa
     return value;
 }
 
+// A constant as DWARF gives it: negative only in the signed forms, since libdw extends the sign
+// of the fixed-size forms too, and an upper bound of 149 in one byte is no -107.
 std::optional<Dwarf_Sword> signedAttribute(Dwarf_Die *die, unsigned attributeName)
 {
     Dwarf_Attribute attribute;
-    Dwarf_Sword value = 0;
-    if (!dwarf_attr(die, attributeName, &attribute) || dwarf_formsdata(&attribute, &value) != 0)
+    if (!dwarf_attr(die, attributeName, &attribute))
         return std::nullopt;
-    return value;
+    return DwarfDebugger::constantOf(attribute);
 }
 
 // The children of `die`, each handed to `visit`; bounded, and stopped by a link that goes back.
@@ -110,6 +111,21 @@ bool placeBitField(quint64 dataBitOffset, int bitSize, qint64 typeSize, bool big
 }
 
 } // namespace
+
+std::optional<qint64> DwarfDebugger::constantOf(Dwarf_Attribute &attribute)
+{
+    const unsigned form = dwarf_whatform(&attribute);
+    if (form == DW_FORM_sdata || form == DW_FORM_implicit_const) {
+        Dwarf_Sword value = 0;
+        if (dwarf_formsdata(&attribute, &value) != 0)
+            return std::nullopt;
+        return qint64(value);
+    }
+    Dwarf_Word value = 0;
+    if (dwarf_formudata(&attribute, &value) != 0)
+        return std::nullopt;
+    return qint64(value);
+}
 
 const BaseType *DwarfDebugger::typeOfDie(quint64 key)
 {
@@ -305,9 +321,7 @@ std::unique_ptr<BaseType> DwarfDebugger::makeEnum(Dwarf_Die &die, const QString 
     } else {
         forEachChild(die, [&](Dwarf_Die &child) {
             const std::optional<Dwarf_Sword> value = signedAttribute(&child, DW_AT_const_value);
-            Dwarf_Attribute attribute;
-            if (value && *value < 0 && dwarf_attr(&child, DW_AT_const_value, &attribute)
-                && dwarf_whatform(&attribute) == DW_FORM_sdata)
+            if (value && *value < 0)
                 kind = ExpressionKind::Signed;
         });
     }

@@ -5,7 +5,11 @@
 
 typedef unsigned char byte_t;
 typedef byte_t octet_t;
+#if __SIZEOF_POINTER__ == 8
 typedef char huge_t[1ULL << 40];
+#else
+typedef char huge_t[1UL << 30];
+#endif
 
 enum colour { RED, GREEN = 5, BLUE = -2 };
 
@@ -73,4 +77,9 @@ int twice(int value)
 {
     static int calls = 3;
     return value * 2 + calls + file_static;
+}
+
+int main(void)
+{
+    return twice(counter) + numbers[0];
 }
