@@ -34,9 +34,14 @@ const Dwfl_Callbacks offlineCallbacks = {
     &noDebugInfoPath,
 };
 
-QByteArrayView viewOf(const char *text)
+std::string_view viewOf(const char *text)
 {
-    return text ? QByteArrayView(text, qsizetype(std::strlen(text))) : QByteArrayView();
+    return text ? std::string_view(text) : std::string_view();
+}
+
+std::string_view viewOf(const QByteArray &text)
+{
+    return std::string_view(text.constData(), size_t(text.size()));
 }
 
 // Whether a source path names `file`: the same path, its base name, or a tail of it.
@@ -139,6 +144,35 @@ bool DwarfDebugger::dieAt(quint64 key, Dwarf_Die &die)
     return dwarf_offdie(m_dwarf, Dwarf_Off(key), &die) != nullptr;
 }
 
+template <typename Visit>
+void DwarfDebugger::forEachTopLevelDie(Visit visit)
+{
+    Dwarf_CU *unit = nullptr;
+    Dwarf_CU *next = nullptr;
+    Dwarf_Half version = 0;
+    uint8_t unitType = 0;
+    Dwarf_Die unitDie;
+    int index = -1;
+    while (dwarf_get_units(m_dwarf, unit, &next, &version, &unitType, &unitDie, nullptr) == 0) {
+        unit = next;
+        if (unitType != DW_UT_compile && unitType != DW_UT_partial)
+            continue;
+        ++index;
+        Dwarf_Die die;
+        if (dwarf_child(&unitDie, &die) != 0)
+            continue;
+        Dwarf_Off last = 0;
+        do {
+            // A sibling link that points back would walk for ever.
+            const Dwarf_Off offset = dwarf_dieoffset(&die);
+            if (offset <= last)
+                break;
+            last = offset;
+            visit(die, index);
+        } while (dwarf_siblingof(&die, &die) == 0);
+    }
+}
+
 void DwarfDebugger::ensureIndexed()
 {
     if (m_indexed)
@@ -151,78 +185,82 @@ void DwarfDebugger::ensureIndexed()
     Dwarf_Die unitDie;
     while (dwarf_get_units(m_dwarf, unit, &next, &version, &unitType, &unitDie, nullptr) == 0) {
         unit = next;
-        if (unitType != DW_UT_compile && unitType != DW_UT_partial)
-            continue;
-        const int index = int(m_units.size());
-        m_units.push_back({QString::fromUtf8(dwarf_diename(&unitDie))});
-        indexUnit(unitDie, index);
+        if (unitType == DW_UT_compile || unitType == DW_UT_partial)
+            m_units.push_back({QString::fromUtf8(dwarf_diename(&unitDie))});
     }
+    forEachTopLevelDie([this](Dwarf_Die &die, int index) { indexDie(die, index); });
 }
 
-void DwarfDebugger::indexUnit(Dwarf_Die &unitDie, int unit)
+void DwarfDebugger::ensureTypesIndexed()
 {
-    Dwarf_Die die;
-    if (dwarf_child(&unitDie, &die) != 0)
+    if (m_typesIndexed)
         return;
-    Dwarf_Off last = 0;
-    do {
-        // A sibling link that points back would walk for ever.
-        const Dwarf_Off offset = dwarf_dieoffset(&die);
-        if (offset <= last)
-            return;
-        last = offset;
-        indexDie(die, unit);
-    } while (dwarf_siblingof(&die, &die) == 0);
+    m_typesIndexed = true;
+    forEachTopLevelDie([this](Dwarf_Die &die, int) { indexType(die); });
 }
 
 void DwarfDebugger::indexDie(Dwarf_Die &die, int unit)
 {
     const int tag = dwarf_tag(&die);
+    if (tag != DW_TAG_variable && tag != DW_TAG_subprogram)
+        return;
     const char *name = dwarf_diename(&die);
-    switch (tag) {
-    case DW_TAG_variable: {
-        quint64 address = 0;
-        if (!name || !staticAddress(die, address))
-            return;
-        const bool external = dwarf_hasattr_integrate(&die, DW_AT_external);
-        const int index = int(m_variables.size());
-        m_variables.push_back({viewOf(name), dwarf_dieoffset(&die), address, unit, external});
-        const auto it = m_variableByName.constFind(viewOf(name));
-        if (it == m_variableByName.constEnd())
-            m_variableByName.insert(viewOf(name), index);
-        else if (external && !m_variables[size_t(*it)].external)
-            m_variableByName[viewOf(name)] = index;
+    if (!name)
         return;
-    }
-    case DW_TAG_subprogram: {
+    if (tag == DW_TAG_subprogram) {
         Dwarf_Addr low = 0;
-        if (name && dwarf_lowpc(&die, &low) == 0 && !m_functions.contains(viewOf(name)))
-            m_functions.insert(viewOf(name), {dwarf_dieoffset(&die), low + m_bias, unit});
+        if (dwarf_lowpc(&die, &low) == 0)
+            m_functions.emplace(viewOf(name), Function{dwarf_dieoffset(&die), low + m_bias, unit});
         return;
     }
-    default: indexType(die, tag, name); return;
+    quint64 address = 0;
+    if (!staticAddress(die, address))
+        return;
+    const bool external = dwarf_hasattr_integrate(&die, DW_AT_external);
+    const int index = int(m_variables.size());
+    m_variables.push_back({viewOf(name), dwarf_dieoffset(&die), address, unit, external});
+    const auto [it, inserted] = m_variableByName.emplace(viewOf(name), index);
+    if (!inserted && external && !m_variables[size_t(it->second)].external)
+        it->second = index;
+}
+
+int DwarfDebugger::tagTable(QStringView keyword)
+{
+    static const char *const keywords[] = {"struct", "union", "class", "enum"};
+    for (int i = 0; i < 4; ++i) {
+        if (keyword == QLatin1String(keywords[i]))
+            return i;
+    }
+    return -1;
+}
+
+int DwarfDebugger::tagTableOf(int dwarfTag)
+{
+    switch (dwarfTag) {
+    case DW_TAG_structure_type: return 0;
+    case DW_TAG_union_type: return 1;
+    case DW_TAG_class_type: return 2;
+    case DW_TAG_enumeration_type: return 3;
+    default: return -1;
     }
 }
 
-void DwarfDebugger::indexType(Dwarf_Die &die, int tag, const char *name)
+void DwarfDebugger::indexType(Dwarf_Die &die)
 {
-    const char *keyword = tag == DW_TAG_structure_type    ? "struct "
-                          : tag == DW_TAG_union_type      ? "union "
-                          : tag == DW_TAG_class_type      ? "class "
-                          : tag == DW_TAG_enumeration_type ? "enum "
-                                                          : nullptr;
-    if (tag == DW_TAG_typedef || tag == DW_TAG_base_type) {
-        if (name && !m_typeDies.contains(viewOf(name)))
-            m_typeDies.insert(viewOf(name), dwarf_dieoffset(&die));
+    const int tag = dwarf_tag(&die);
+    const int table = tagTableOf(tag);
+    if (tag != DW_TAG_typedef && tag != DW_TAG_base_type && table < 0)
+        return;
+    const char *name = dwarf_diename(&die);
+    if (table < 0) {
+        if (name)
+            m_typeDies.emplace(viewOf(name), dwarf_dieoffset(&die));
         return;
     }
-    if (!keyword || dwarf_hasattr(&die, DW_AT_declaration))
+    if (dwarf_hasattr(&die, DW_AT_declaration))
         return;
-    if (name) {
-        const QString tagName = QLatin1String(keyword) + QString::fromUtf8(name);
-        if (!m_tagDies.contains(tagName))
-            m_tagDies.insert(tagName, dwarf_dieoffset(&die));
-    }
+    if (name)
+        m_tagDies[table].emplace(viewOf(name), dwarf_dieoffset(&die));
     if (tag != DW_TAG_enumeration_type)
         return;
     Dwarf_Die child;
@@ -239,9 +277,8 @@ void DwarfDebugger::indexType(Dwarf_Die &die, int tag, const char *name)
         if (dwarf_tag(&child) != DW_TAG_enumerator || !enumerator
             || !dwarf_attr(&child, DW_AT_const_value, &attribute))
             continue;
-        const std::optional<qint64> value = constantOf(attribute);
-        if (value && !m_enumerators.contains(viewOf(enumerator)))
-            m_enumerators.insert(viewOf(enumerator), {dwarf_dieoffset(&die), *value});
+        if (const std::optional<qint64> value = constantOf(attribute))
+            m_enumerators.emplace(viewOf(enumerator), EnumeratorEntry{dwarf_dieoffset(&die), *value});
     } while (dwarf_siblingof(&child, &child) == 0);
 }
 
@@ -293,17 +330,17 @@ DebugSymbol DwarfDebugger::variableSymbol(Variable &variable)
 {
     DebugSymbol symbol;
     symbol.kind = SymbolKind::Variable;
-    symbol.name = QString::fromUtf8(variable.name.data(), variable.name.size());
+    symbol.name = QString::fromUtf8(variable.name.data(), qsizetype(variable.name.size()));
     symbol.address = variable.address;
     symbol.type = variableType(variable);
     return symbol;
 }
 
-std::optional<DebugSymbol> DwarfDebugger::functionSymbol(QByteArrayView name, const Function &function)
+std::optional<DebugSymbol> DwarfDebugger::functionSymbol(std::string_view name, const Function &function)
 {
     DebugSymbol symbol;
     symbol.kind = SymbolKind::Function;
-    symbol.name = QString::fromUtf8(name.data(), name.size());
+    symbol.name = QString::fromUtf8(name.data(), qsizetype(name.size()));
     symbol.address = function.address;
     auto &type = m_types[function.die | (quint64(1) << 62)];
     if (!type) {
@@ -317,14 +354,16 @@ std::optional<DebugSymbol> DwarfDebugger::functionSymbol(QByteArrayView name, co
     return symbol;
 }
 
-std::optional<DebugSymbol> DwarfDebugger::enumeratorSymbol(QByteArrayView name)
+std::optional<DebugSymbol> DwarfDebugger::enumeratorSymbol(std::string_view name)
 {
-    const auto it = m_enumerators.constFind(name);
-    if (it == m_enumerators.constEnd())
+    ensureTypesIndexed();
+    const auto found = m_enumerators.find(name);
+    if (found == m_enumerators.end())
         return std::nullopt;
+    const EnumeratorEntry *it = &found->second;
     DebugSymbol symbol;
     symbol.kind = SymbolKind::Constant;
-    symbol.name = QString::fromUtf8(name.data(), name.size());
+    symbol.name = QString::fromUtf8(name.data(), qsizetype(name.size()));
     auto &type = m_types[it->enumDie];
     if (!type) {
         Dwarf_Die die;
@@ -342,19 +381,19 @@ std::optional<DebugSymbol> DwarfDebugger::findFileLevel(const QString &name, int
 {
     const QByteArray utf8 = name.toUtf8();
     if (unit < 0) {
-        const auto it = m_variableByName.constFind(QByteArrayView(utf8));
-        if (it != m_variableByName.constEnd())
-            return variableSymbol(m_variables[size_t(*it)]);
+        const auto it = m_variableByName.find(viewOf(utf8));
+        if (it != m_variableByName.end())
+            return variableSymbol(m_variables[size_t(it->second)]);
     } else {
         for (Variable &variable : m_variables) {
-            if (variable.unit == unit && variable.name == QByteArrayView(utf8))
+            if (variable.unit == unit && variable.name == viewOf(utf8))
                 return variableSymbol(variable);
         }
     }
-    const auto function = m_functions.constFind(QByteArrayView(utf8));
-    if (function != m_functions.constEnd() && (unit < 0 || function->unit == unit))
-        return functionSymbol(function.key(), *function);
-    return enumeratorSymbol(QByteArrayView(utf8));
+    const auto function = m_functions.find(viewOf(utf8));
+    if (function != m_functions.end() && (unit < 0 || function->second.unit == unit))
+        return functionSymbol(function->first, function->second);
+    return enumeratorSymbol(viewOf(utf8));
 }
 
 std::optional<DebugSymbol> DwarfDebugger::findStaticLocal(const Function &function, const QString &name)
@@ -383,7 +422,7 @@ std::optional<DebugSymbol> DwarfDebugger::findStaticLocal(const Function &functi
             last = offset;
             const int tag = dwarf_tag(&child);
             quint64 address = 0;
-            if (tag == DW_TAG_variable && viewOf(dwarf_diename(&child)) == QByteArrayView(utf8)
+            if (tag == DW_TAG_variable && viewOf(dwarf_diename(&child)) == viewOf(utf8)
                 && staticAddress(child, address)) {
                 DebugSymbol symbol;
                 symbol.name = name;
@@ -417,9 +456,9 @@ std::optional<DebugSymbol> DwarfDebugger::findSymbol(const QStringList &scope, c
     if (scope.size() != 1)
         return std::nullopt;
     const QByteArray outer = scope.constFirst().toUtf8();
-    const auto function = m_functions.constFind(QByteArrayView(outer));
-    if (function != m_functions.constEnd())
-        return findStaticLocal(*function, name);
+    const auto function = m_functions.find(viewOf(outer));
+    if (function != m_functions.end())
+        return findStaticLocal(function->second, name);
     const int unit = unitNamed(scope.constFirst());
     if (unit >= 0)
         return findFileLevel(name, unit);
@@ -497,7 +536,7 @@ std::vector<std::unique_ptr<SymbolInformation>> DwarfDebugger::globals()
     for (Variable &variable : m_variables) {
         const BaseType *type = variableType(variable);
         SymbolInformation::Fields fields;
-        fields.name = QString::fromUtf8(variable.name.data(), variable.name.size());
+        fields.name = QString::fromUtf8(variable.name.data(), qsizetype(variable.name.size()));
         fields.typeName = type->name();
         fields.fileName = m_units[size_t(variable.unit)].name;
         fields.address = variable.address;

@@ -2,11 +2,11 @@
 #include "debug/BaseType.h"
 #include "debug/SymbolicDebuggerInterface.h"
 #include "debug/TargetSnapshot.h"
-#include <QByteArrayView>
 #include <QHash>
 #include <QString>
 #include <elfutils/libdw.h>
 #include <memory>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -53,8 +53,12 @@ public:
     const BaseType *definitionOf(quint64 key) override;
 
 private:
+    // Names point into the string sections of the DWARF, which live as long as the engine.
+    template <typename T>
+    using NameTable = std::unordered_map<std::string_view, T>;
+
     struct Variable {
-        QByteArrayView name;
+        std::string_view name;
         quint64 die;
         quint64 address;
         int unit;
@@ -77,18 +81,24 @@ private:
 
     void open(const QString &path);
     void ensureIndexed();
-    void indexUnit(Dwarf_Die &unitDie, int unit);
+    void ensureTypesIndexed();
+    // Hands every DIE at the top level of every unit to `visit(die, unit)`.
+    template <typename Visit>
+    void forEachTopLevelDie(Visit visit);
     void indexDie(Dwarf_Die &die, int unit);
-    void indexType(Dwarf_Die &die, int tag, const char *name);
+    void indexType(Dwarf_Die &die);
     bool dieAt(quint64 key, Dwarf_Die &die);
     bool staticAddress(Dwarf_Die &die, quint64 &address);
     const BaseType *variableType(Variable &variable);
     DebugSymbol variableSymbol(Variable &variable);
     std::optional<DebugSymbol> findFileLevel(const QString &name, int unit);
     std::optional<DebugSymbol> findStaticLocal(const Function &function, const QString &name);
-    std::optional<DebugSymbol> functionSymbol(QByteArrayView name, const Function &function);
-    std::optional<DebugSymbol> enumeratorSymbol(QByteArrayView name);
+    std::optional<DebugSymbol> functionSymbol(std::string_view name, const Function &function);
+    std::optional<DebugSymbol> enumeratorSymbol(std::string_view name);
     int unitNamed(const QString &file) const;
+    // The table of m_tagDies for a keyword ("struct", "union", "class", "enum"); -1 for others.
+    static int tagTable(QStringView keyword);
+    static int tagTableOf(int dwarfTag);
 
     // ---- types (DwarfDebuggerTypes.cpp)
     // The type of the DIE's DW_AT_type (void when it has none), kept for the engine's life.
@@ -112,14 +122,16 @@ private:
     QString m_path;
     TargetSnapshot m_snapshot;
 
-    bool m_indexed = false;
+    bool m_indexed = false;       // variables and functions
+    bool m_typesIndexed = false;  // types and enumerators, on the first need of one
     std::vector<Unit> m_units;
     std::vector<Variable> m_variables;
-    QHash<QByteArrayView, int> m_variableByName;      // the first of the name, externals first
-    QHash<QByteArrayView, Function> m_functions;
-    QHash<QByteArrayView, quint64> m_typeDies;         // typedefs and base types by name
-    QHash<QString, quint64> m_tagDies;                 // "struct point", "enum color"
-    QHash<QByteArrayView, EnumeratorEntry> m_enumerators;
+    NameTable<int> m_variableByName; // the first of the name, externals first
+    NameTable<Function> m_functions;
+    NameTable<quint64> m_typeDies;   // typedefs and base types by name
+    // Tagged definitions by tag, one table per keyword: struct, union, class, enum.
+    NameTable<quint64> m_tagDies[4];
+    NameTable<EnumeratorEntry> m_enumerators;
 
     std::unordered_map<quint64, std::unique_ptr<BaseType>> m_types;       // by DIE of a DW_AT_type
     std::unordered_map<quint64, std::unique_ptr<BaseType>> m_definitions; // behind UserTypes

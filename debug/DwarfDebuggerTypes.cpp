@@ -6,6 +6,7 @@
 #include <dwarf.h>
 #include <elf.h>
 #include <elfutils/libdw.h>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -198,8 +199,11 @@ std::unique_ptr<BaseType> DwarfDebugger::makeNamedReference(Dwarf_Die &die, int 
     quint64 key = dwarf_dieoffset(&die);
     if (dwarf_hasattr(&die, DW_AT_declaration)) {
         // Only declared here: the definition is in another unit, if anywhere.
-        ensureIndexed();
-        key = m_tagDies.value(text, key);
+        ensureTypesIndexed();
+        const NameTable<quint64> &table = m_tagDies[tagTableOf(tag)];
+        const auto it = table.find(name);
+        if (it != table.end())
+            key = it->second;
     }
     return std::make_unique<UserType>(text, this, key);
 }
@@ -382,10 +386,10 @@ std::unique_ptr<BaseType> DwarfDebugger::makeFunction(Dwarf_Die &die, int depth)
 bool DwarfDebugger::plainCharSigned()
 {
     if (m_plainCharSigned < 0) {
-        ensureIndexed();
+        ensureTypesIndexed();
         Dwarf_Die die;
-        const auto it = m_typeDies.constFind(QByteArrayView("char"));
-        if (it != m_typeDies.constEnd() && dieAt(*it, die)) {
+        const auto it = m_typeDies.find("char");
+        if (it != m_typeDies.end() && dieAt(it->second, die)) {
             const std::optional<Dwarf_Word> encoding = unsignedAttribute(&die, DW_AT_encoding);
             m_plainCharSigned = encoding && *encoding == DW_ATE_unsigned_char ? 0 : 1;
         } else {
@@ -439,9 +443,9 @@ const BaseType *DwarfDebugger::cBaseType(const QString &name)
         kind = ExpressionKind::Float;
         width = floats ? 4 : 8;
         if (longs) {
-            const auto it = m_typeDies.constFind(QByteArrayView("long double"));
+            const auto it = m_typeDies.find("long double");
             Dwarf_Die die;
-            width = it != m_typeDies.constEnd() && dieAt(*it, die) && dwarf_bytesize(&die) > 0
+            width = it != m_typeDies.end() && dieAt(it->second, die) && dwarf_bytesize(&die) > 0
                         ? dwarf_bytesize(&die)
                         : addressWidth() * 2;
         }
@@ -466,7 +470,7 @@ const BaseType *DwarfDebugger::cBaseType(const QString &name)
 
 const BaseType *DwarfDebugger::findType(const QString &text)
 {
-    ensureIndexed();
+    ensureTypesIndexed();
     QStringList words;
     for (const QString &word : text.split(u' ', Qt::SkipEmptyParts)) {
         if (word != QLatin1String("const") && word != QLatin1String("volatile"))
@@ -480,14 +484,17 @@ const BaseType *DwarfDebugger::findType(const QString &text)
                         && (words[0] == QLatin1String("struct") || words[0] == QLatin1String("union")
                             || words[0] == QLatin1String("enum") || words[0] == QLatin1String("class"));
     if (tagged) {
-        const auto it = m_tagDies.constFind(name);
-        if (it != m_tagDies.constEnd())
-            made = std::make_unique<UserType>(name, this, *it);
-    } else if (words.size() == 1 && m_typeDies.contains(QByteArrayView(words[0].toUtf8()))) {
-        const quint64 key = m_typeDies.value(QByteArrayView(words[0].toUtf8()));
+        const QByteArray tag = words[1].toUtf8();
+        const NameTable<quint64> &table = m_tagDies[tagTable(words[0])];
+        const auto it = table.find(std::string_view(tag.constData(), size_t(tag.size())));
+        if (it != table.end())
+            made = std::make_unique<UserType>(name, this, it->second);
+    } else if (words.size() == 1) {
+        const QByteArray word = words[0].toUtf8();
+        const auto it = m_typeDies.find(std::string_view(word.constData(), size_t(word.size())));
         Dwarf_Die die;
-        if (dieAt(key, die) && dwarf_tag(&die) == DW_TAG_typedef)
-            made = std::make_unique<UserType>(name, this, key, true);
+        if (it != m_typeDies.end() && dieAt(it->second, die) && dwarf_tag(&die) == DW_TAG_typedef)
+            made = std::make_unique<UserType>(name, this, it->second, true);
     }
     if (!made)
         return cBaseType(name);
@@ -496,9 +503,9 @@ const BaseType *DwarfDebugger::findType(const QString &text)
 
 bool DwarfDebugger::isTypeName(const QString &word)
 {
-    ensureIndexed();
+    ensureTypesIndexed();
     const QByteArray utf8 = word.toUtf8();
-    const auto it = m_typeDies.constFind(QByteArrayView(utf8));
+    const auto it = m_typeDies.find(std::string_view(utf8.constData(), size_t(utf8.size())));
     Dwarf_Die die;
-    return it != m_typeDies.constEnd() && dieAt(*it, die) && dwarf_tag(&die) == DW_TAG_typedef;
+    return it != m_typeDies.end() && dieAt(it->second, die) && dwarf_tag(&die) == DW_TAG_typedef;
 }
