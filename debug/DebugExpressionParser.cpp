@@ -560,8 +560,10 @@ void DebugExpressionParser::store(const ExpressionValue &value, const DebugLocat
         return;
     }
     const DebugLocation *source = locationOf(value);
-    if (value.kind == aggregateKind && source && source->hasAddress && size > 0
-        && resolvedType(source->type) && resolvedType(source->type)->size() == size && size <= (qint64(1) << 24)) {
+    // A struct or array takes a copy of one of the same type, as C assigns them.
+    const BaseType *sourceType = source ? resolvedType(source->type) : nullptr;
+    if (value.kind == aggregateKind && source->hasAddress && size > 0 && sourceType
+        && sourceType->size() == size && sourceType->name() == resolved->name() && size <= (qint64(1) << 24)) {
         QByteArray bytes(qsizetype(size), '\0');
         m_debugger.readMemory(source->address, 1, size, bytes.data());
         block.write(size, bytes.constData());
