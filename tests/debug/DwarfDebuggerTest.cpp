@@ -1,5 +1,6 @@
 #include "debug/DebugExpressionParser.h"
 #include "debug/DwarfDebugger.h"
+#include "debug/ElfObjectFile.h"
 #include "debug/TextVariableView.h"
 #include "foundation/HException.h"
 #include "tests/debug/DebugTestSupport.h"
@@ -334,6 +335,44 @@ TEST(UnusableImageFiles, EveryCutOfAnImageEndsCleanly)
         }
     }
     EXPECT_GT(refused, 0);
+}
+
+// The debug information itself damaged: its second half overwritten, the file's size kept.
+TEST(UnusableImageFiles, DamagedDebugInformationEndsCleanly)
+{
+    const QString image = imageOf(builds[1]);
+    if (image.isEmpty())
+        GTEST_SKIP() << "gcc is not installed";
+    quint64 offset = 0;
+    quint64 size = 0;
+    for (const auto &section : ElfObjectFile::open(image)->sections()) {
+        if (section->name() == QLatin1String(".debug_info")) {
+            offset = section->offset();
+            size = section->size();
+        }
+    }
+    ASSERT_GT(size, 0u);
+    QTemporaryDir directory;
+    const QString path = directory.filePath(QStringLiteral("damaged"));
+    for (const char fill : {'\0', '\xff', '\x01'}) {
+        QByteArray bytes = TestSupport::readFile(image);
+        for (quint64 i = size / 2; i < size; ++i)
+            bytes[qsizetype(offset + i)] = fill;
+        TestSupport::writeFile(path, bytes);
+        try {
+            DwarfDebugger engine(path);
+            DebugExpressionParser parser(engine);
+            for (const auto &symbol : engine.globals()) {
+                TextVariableView view;
+                try {
+                    view.walk(parser, QString(), parser.valueAt(symbol->type(), symbol->address()), Radix::Decimal);
+                } catch (const ParserException &) {
+                }
+            }
+            (void)parser.evaluate(QStringLiteral("sizeof(struct flags) + ring_head->next->value"));
+        } catch (const HException &) {
+        }
+    }
 }
 
 } // namespace
