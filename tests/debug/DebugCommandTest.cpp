@@ -15,19 +15,7 @@ TestSupport::ProgramRun tess(const QStringList &arguments, const QByteArray &inp
 // The firmware of the example, built once for this test program.
 class DebugCommand : public ::testing::Test {
 protected:
-    static void SetUpTestSuite()
-    {
-        s_directory = new QTemporaryDir;
-        if (DebugTestSupport::hasProgram(QStringLiteral("gcc"))) {
-            QProcess gcc;
-            gcc.start(QStringLiteral("gcc"), {QStringLiteral("-g"), QStringLiteral("-O0"),
-                                              QStringLiteral(TESS_SOURCE_DIR "/examples/debug/firmware.c"),
-                                              QStringLiteral("-o"), s_directory->filePath(QStringLiteral("firmware.elf"))});
-            gcc.waitForFinished(120000);
-            if (gcc.exitCode() == 0)
-                s_image = s_directory->filePath(QStringLiteral("firmware.elf"));
-        }
-    }
+    static void SetUpTestSuite() { s_directory = new QTemporaryDir; }
     static void TearDownTestSuite()
     {
         delete s_directory;
@@ -35,6 +23,9 @@ protected:
     }
     void SetUp() override
     {
+        s_image = DebugTestSupport::builtOnce(QStringLiteral("firmware"), QStringLiteral("gcc"),
+                                              QStringLiteral(TESS_SOURCE_DIR "/examples/debug/firmware.c"),
+                                              {QStringLiteral("-g"), QStringLiteral("-O0")});
         if (s_image.isEmpty())
             GTEST_SKIP() << "gcc is not installed";
     }

@@ -4,6 +4,7 @@
 #include <QStandardPaths>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <map>
 #include <vector>
 
@@ -14,14 +15,14 @@ inline bool hasProgram(const QString &name)
     return !QStandardPaths::findExecutable(name).isEmpty();
 }
 
-// Compiles tests/debug/data/<source> into `output` with `compiler` and `flags`; empty result
-// and the compiler's message in `error` on failure.
+// Compiles `source` (a path, or a name under tests/debug/data/) into `output` with `compiler`
+// and `flags`; empty result and the compiler's message in `error` on failure.
 inline QString compile(const QString &compiler, const QString &source, const QStringList &flags,
                        const QString &output, QString *error = nullptr)
 {
     QProcess process;
-    process.start(compiler, flags + QStringList{QStringLiteral(TESS_TEST_DATA "/data/") + source,
-                                                QStringLiteral("-o"), output});
+    const QString path = source.contains(u'/') ? source : QStringLiteral(TESS_TEST_DATA "/data/") + source;
+    process.start(compiler, flags + QStringList{path, QStringLiteral("-o"), output});
     if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit
         || process.exitCode() != 0) {
         if (error)
@@ -29,6 +30,23 @@ inline QString compile(const QString &compiler, const QString &source, const QSt
         return {};
     }
     return output;
+}
+
+// The program `name` built by compile() once per test program and kept to its end; empty when
+// the compiler is not installed or failed (its message in `error`).
+inline QString builtOnce(const QString &name, const QString &compiler, const QString &source,
+                         const QStringList &flags, QString *error = nullptr)
+{
+    static QTemporaryDir directory;
+    static std::map<QString, QString> built;
+    const auto known = built.find(name);
+    if (known != built.end())
+        return known->second;
+    QString path;
+    if (hasProgram(compiler))
+        path = compile(compiler, source, flags, directory.filePath(name), error);
+    built[name] = path;
+    return path;
 }
 
 // A target of plain bytes for memory blocks and views: a map of mapped ranges, with a record

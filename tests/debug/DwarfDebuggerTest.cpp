@@ -9,7 +9,6 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
-#include <map>
 
 namespace {
 
@@ -34,19 +33,10 @@ const Build builds[] = {
 // The image of a build, compiled once per test program; empty when its compiler is missing.
 QString imageOf(const Build &build)
 {
-    static QTemporaryDir directory;
-    static std::map<std::string, QString> images;
-    const auto known = images.find(build.name);
-    if (known != images.end())
-        return known->second;
-    QString path;
-    if (DebugTestSupport::hasProgram(QLatin1String(build.compiler))) {
-        QString error;
-        path = DebugTestSupport::compile(QLatin1String(build.compiler), QStringLiteral("layout.c"), build.flags,
-                                         directory.filePath(QLatin1String(build.name)), &error);
-        EXPECT_FALSE(path.isEmpty()) << error.toStdString();
-    }
-    images[build.name] = path;
+    QString error;
+    const QString path = DebugTestSupport::builtOnce(QLatin1String(build.name), QLatin1String(build.compiler),
+                                                     QStringLiteral("layout.c"), build.flags, &error);
+    EXPECT_TRUE(error.isEmpty()) << error.toStdString();
     return path;
 }
 

@@ -12,27 +12,16 @@
 
 namespace {
 
-// The test layout built for the host once, with an engine and parser over it.
+// The test layout built for the host, with an engine and parser over it.
 class VariableViews : public ::testing::Test {
 protected:
-    static void SetUpTestSuite()
-    {
-        s_directory = new QTemporaryDir;
-        if (DebugTestSupport::hasProgram(QStringLiteral("gcc")))
-            s_image = DebugTestSupport::compile(QStringLiteral("gcc"), QStringLiteral("layout.c"),
-                                                {QStringLiteral("-g"), QStringLiteral("-O0")},
-                                                s_directory->filePath(QStringLiteral("layout")));
-    }
-    static void TearDownTestSuite()
-    {
-        delete s_directory;
-        s_directory = nullptr;
-    }
     void SetUp() override
     {
-        if (s_image.isEmpty())
+        const QString image = DebugTestSupport::builtOnce(QStringLiteral("layout-views"), QStringLiteral("gcc"),
+                                                          QStringLiteral("layout.c"), {QStringLiteral("-g"), QStringLiteral("-O0")});
+        if (image.isEmpty())
             GTEST_SKIP() << "gcc is not installed";
-        m_engine = std::make_unique<DwarfDebugger>(s_image);
+        m_engine = std::make_unique<DwarfDebugger>(image);
         m_parser = std::make_unique<DebugExpressionParser>(*m_engine);
     }
     ExpressionValue value(const char *text)
@@ -43,14 +32,9 @@ protected:
         return result;
     }
 
-    static QTemporaryDir *s_directory;
-    static QString s_image;
     std::unique_ptr<DwarfDebugger> m_engine;
     std::unique_ptr<DebugExpressionParser> m_parser;
 };
-
-QTemporaryDir *VariableViews::s_directory = nullptr;
-QString VariableViews::s_image;
 
 TEST_F(VariableViews, TextCutsDepthAndElementsAndMarksTheCut)
 {
