@@ -61,15 +61,11 @@ DwarfDebugger::DwarfDebugger(const QString &path) : m_path(path)
     open(path);
 }
 
-DwarfDebugger::~DwarfDebugger()
+DwarfDebugger::~DwarfDebugger() = default;
+
+void DwarfDebugger::DwflEnd::operator()(Dwfl *dwfl) const
 {
-    // Types observe nothing of libdw, but must go before the engine's handles all the same.
-    m_namedTypes.clear();
-    m_types.clear();
-    m_definitions.clear();
-    m_object.reset();
-    if (m_dwfl)
-        dwfl_end(m_dwfl);
+    dwfl_end(dwfl);
 }
 
 void DwarfDebugger::open(const QString &path)
@@ -91,16 +87,16 @@ void DwarfDebugger::open(const QString &path)
     if (!isElf)
         fail(QStringLiteral("not an ELF file"));
 
-    m_dwfl = dwfl_begin(&offlineCallbacks);
+    m_dwfl.reset(dwfl_begin(&offlineCallbacks));
     if (!m_dwfl)
         fail(QString::fromLatin1(dwfl_errmsg(-1)));
-    dwfl_report_begin(m_dwfl);
+    dwfl_report_begin(m_dwfl.get());
     // A linked image stays at its link addresses, which its own pointers hold; a relocatable
     // object has none, and libdwfl lays its sections out one after another.
     Dwfl_Module *module = relocatable
-                              ? dwfl_report_offline(m_dwfl, name.constData(), name.constData(), -1)
-                              : dwfl_report_elf(m_dwfl, name.constData(), name.constData(), -1, 0, true);
-    dwfl_report_end(m_dwfl, nullptr, nullptr);
+                              ? dwfl_report_offline(m_dwfl.get(), name.constData(), name.constData(), -1)
+                              : dwfl_report_elf(m_dwfl.get(), name.constData(), name.constData(), -1, 0, true);
+    dwfl_report_end(m_dwfl.get(), nullptr, nullptr);
     if (!module)
         fail(QString::fromLatin1(dwfl_errmsg(-1)));
     Dwarf_Addr elfBias = 0;

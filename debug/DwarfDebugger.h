@@ -115,8 +115,12 @@ private:
     const BaseType *cBaseType(const QString &name);
     bool plainCharSigned();
 
+    struct DwflEnd {
+        void operator()(Dwfl *dwfl) const;
+    };
+    // First, so that it goes last: everything below observes what it holds.
+    std::unique_ptr<Dwfl, DwflEnd> m_dwfl;
     std::unique_ptr<ElfObjectFile> m_object;
-    Dwfl *m_dwfl = nullptr;
     Dwarf *m_dwarf = nullptr;
     quint64 m_bias = 0;
     QString m_path;
