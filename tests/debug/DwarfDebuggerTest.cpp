@@ -327,6 +327,13 @@ TEST(UnusableImageFiles, EveryCutOfAnImageEndsCleanly)
     EXPECT_GT(refused, 0);
 }
 
+// Found by fuzzing: refused after libdwfl had begun its work, which then leaked under the sanitizer.
+TEST(UnusableImageFiles, AFileRefusedHalfWayReleasesTheEngine)
+{
+    const QString path = QStringLiteral(TESS_TEST_DATA "/data/fuzz-refused-half-way.o");
+    EXPECT_THROW(DwarfDebugger engine(path), HException);
+}
+
 // The debug information itself damaged: its second half overwritten, the file's size kept.
 TEST(UnusableImageFiles, DamagedDebugInformationEndsCleanly)
 {
