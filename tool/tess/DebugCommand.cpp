@@ -81,7 +81,9 @@ std::optional<Session> openSession(const CommandArguments &arguments)
             session.engine->addDump(memory.left(at), address);
         }
     } catch (const HException &exception) {
-        arguments.usageError(exception.message());
+        // An unusable image or dump ends every form alike, with the file named first.
+        std::fflush(stdout);
+        std::fprintf(stderr, "tess debug: %s\n", exception.message().toLocal8Bit().constData());
         return std::nullopt;
     }
     session.parser = std::make_unique<DebugExpressionParser>(*session.engine);
