@@ -140,6 +140,17 @@ HSerialLink::HSerialLink(const QString &path, int baud, int dataBits, int parity
     termios settings = {};
     if (tcgetattr(m_port->descriptor, &settings) != 0)
         raise("tcgetattr", errno);
+    configure(settings, baud, dataBits, parity, stopBits2, flowControl);
+    if (tcflush(m_port->descriptor, TCIFLUSH) != 0)
+        raise("tcflush", errno);
+    if (tcsetattr(m_port->descriptor, TCSANOW, &settings) != 0)
+        raise("tcsetattr", errno);
+    applySpeed(baud);
+}
+
+void HSerialLink::configure(termios &settings, int baud, int dataBits, int parity, bool stopBits2,
+                            int flowControl)
+{
     cfmakeraw(&settings);
     settings.c_iflag &= ~tcflag_t(INPCK | IXON | IXOFF);
     settings.c_cc[VTIME] = 0;
@@ -161,11 +172,6 @@ HSerialLink::HSerialLink(const QString &path, int baud, int dataBits, int parity
         settings.c_iflag |= IXON | IXOFF | IXANY;
     else if (flowControl == HardwareFlowControl)
         settings.c_cflag |= CRTSCTS;
-    if (tcflush(m_port->descriptor, TCIFLUSH) != 0)
-        raise("tcflush", errno);
-    if (tcsetattr(m_port->descriptor, TCSANOW, &settings) != 0)
-        raise("tcsetattr", errno);
-    applySpeed(baud);
 }
 
 HSerialLink::~HSerialLink() = default;

@@ -4,6 +4,7 @@
 #include <memory>
 
 struct HSerialPort;
+struct termios;
 
 // A serial line through termios, raw and non-blocking. `read` and `write` move what they can
 // within their time-out (1000 ms each at first) and return the count; a time-out of 0 still
@@ -33,6 +34,12 @@ public:
     void setDtr(bool on) override;
     void setRts(bool on) override;
     int lineState() override;
+
+    // Turns `settings` into the line the constructor sets up: raw, no time-out of the driver's
+    // own, receiver on, modem lines ignored, and the given speed, character size, parity, stop
+    // bits and flow control. A custom speed is left to the caller.
+    static void configure(termios &settings, int baud, int dataBits, int parity, bool stopBits2,
+                          int flowControl);
 
     // What arrives within the read time-out, up to `length`, without waiting for all of it: 0
     // when nothing came (or a signal came first), -1 when the line hung up or failed.
