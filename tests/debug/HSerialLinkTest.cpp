@@ -26,7 +26,7 @@ protected:
         char name[256] = {};
         ASSERT_EQ(openpty(&master, &slave, name, nullptr, nullptr), 0);
         path = QString::fromLocal8Bit(name);
-        watcher = ::open(name, O_RDWR | O_NOCTTY);
+        watcher = ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
         ASSERT_GE(watcher, 0);
     }
     void TearDown() override

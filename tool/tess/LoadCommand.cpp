@@ -175,29 +175,12 @@ bool readOutputOptions(const CommandArguments &arguments, Output &output, qint64
     return true;
 }
 
-int convert(const CommandArguments &arguments, Input &input, const Output &output)
+// Writes the image; raises the writer's errors, which name the output.
+void writeImage(const LoadFileImage &image, const Output &output, quint32 entry)
 {
-    int status = exitSuccess;
-    const std::unique_ptr<LoadFileInterface> file = openInput(arguments, input, status);
-    if (!file)
-        return status;
-    const LoadFileImage image(*file);
-    if (const std::optional<quint32> doubled = image.firstDoubledAddress())
-        return arguments.fail(QStringLiteral("%1: sections overlap at %2").arg(input.path, hex32(*doubled)));
-    // Checked before the writer exists, so a vast gap costs nothing.
-    const quint64 span = image.end() - image.lowest();
-    if (output.type == QLatin1String("bin") && span > quint64(output.options.maxSize)) {
-        return arguments.fail(QStringLiteral("%1: binary image of %2 bytes from %3 is over the limit of %4 bytes (--max-size)")
-                                  .arg(output.path)
-                                  .arg(span)
-                                  .arg(hex32(image.lowest()))
-                                  .arg(output.options.maxSize));
-    }
-    const quint32 entry = output.entry ? quint32(*output.entry) : file->hasEntryPoint() ? file->entryPoint() : 0;
     const std::unique_ptr<CodeBuffer> buffer = LoadFileFactory::createBuffer(output.path, output.type, output.options);
     image.writeTo(*buffer);
     buffer->finish(entry);
-    return exitSuccess;
 }
 
 int convertCommand(const CommandArguments &arguments)
@@ -210,10 +193,34 @@ int convertCommand(const CommandArguments &arguments)
     output.path = arguments.operands().at(1);
     if (!readInputOptions(arguments, input) || !readOutputOptions(arguments, output, input.maxSize))
         return exitUsage;
+    std::unique_ptr<LoadFileInterface> file;
+    std::optional<LoadFileImage> image;
     try {
-        return convert(arguments, input, output);
+        int status = exitSuccess;
+        file = openInput(arguments, input, status);
+        if (!file)
+            return status;
+        image.emplace(*file);
     } catch (const HException &exception) {
         return arguments.fail(aboutFile(input.path, exception.message()));
+    }
+    if (const std::optional<quint32> doubled = image->firstDoubledAddress())
+        return arguments.fail(QStringLiteral("%1: sections overlap at %2").arg(input.path, hex32(*doubled)));
+    // Checked before the writer exists, so a vast gap costs nothing.
+    const quint64 span = image->end() - image->lowest();
+    if (output.type == QLatin1String("bin") && span > quint64(output.options.maxSize)) {
+        return arguments.fail(QStringLiteral("%1: binary image of %2 bytes from %3 is over the limit of %4 bytes (--max-size)")
+                                  .arg(output.path)
+                                  .arg(span)
+                                  .arg(hex32(image->lowest()))
+                                  .arg(output.options.maxSize));
+    }
+    try {
+        const quint32 entry = output.entry ? quint32(*output.entry) : file->hasEntryPoint() ? file->entryPoint() : 0;
+        writeImage(*image, output, entry);
+        return exitSuccess;
+    } catch (const HException &exception) {
+        return arguments.fail(exception.message());
     }
 }
 
