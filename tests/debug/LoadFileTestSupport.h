@@ -1,9 +1,13 @@
 #pragma once
+#include "debug/CodeBuffer.h"
+#include "debug/LoadFileFactory.h"
 #include "debug/LoadFileInterface.h"
 #include "tests/support/TestSupport.h"
 #include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
+#include <algorithm>
+#include <vector>
 
 // Records built by hand for the reader tests, with checksums computed here rather than by the
 // writers under test.
@@ -58,6 +62,62 @@ inline QByteArray dump(LoadFileInterface &file)
     if (file.hasEntryPoint())
         text += " entry " + QByteArray::number(file.entryPoint(), 16).toUpper();
     return text;
+}
+
+// A stretch of bytes at an address, as handed to a writer or expected back from a reader.
+struct Block {
+    quint32 address;
+    QByteArray bytes;
+};
+
+// Blocks in address order as "ADDRESS:BYTES" (hex), adjacent blocks joined: the image they make.
+inline QByteArray imageDump(std::vector<Block> blocks)
+{
+    std::stable_sort(blocks.begin(), blocks.end(), [](const Block &a, const Block &b) { return a.address < b.address; });
+    QByteArray text;
+    quint64 end = ~quint64(0);
+    for (const Block &block : blocks) {
+        if (block.bytes.isEmpty())
+            continue;
+        if (block.address != end)
+            text += (text.isEmpty() ? "" : " ") + QByteArray::number(block.address, 16).toUpper() + ':';
+        text += hexOf(block.bytes);
+        end = quint64(block.address) + quint64(block.bytes.size());
+    }
+    return text;
+}
+
+// The image a load file holds, in the same form: how its records were split does not show.
+inline QByteArray imageDump(LoadFileInterface &file)
+{
+    std::vector<Block> blocks;
+    for (int i = 0; i < file.sectionCount(); ++i) {
+        LoadFileSectionInterface *section = file.section(i);
+        blocks.push_back({section->address(), QByteArray(reinterpret_cast<const char *>(section->data(false)), section->size())});
+    }
+    return imageDump(blocks);
+}
+
+// Writes the blocks through the writer of `type` (with the header "ab" for S-records) and
+// returns the file; `oneByteAtATime` feeds them by addByte instead of addBytes.
+inline QByteArray writeImage(const QString &path, const QString &type, const std::vector<Block> &blocks,
+                       quint32 entry, bool oneByteAtATime = false)
+{
+    CodeBufferOptions options;
+    options.header = QStringLiteral("ab");
+    const std::unique_ptr<CodeBuffer> buffer = LoadFileFactory::createBuffer(path, type, options);
+    for (const Block &block : blocks) {
+        buffer->setAddress(block.address);
+        const auto *bytes = reinterpret_cast<const uchar *>(block.bytes.constData());
+        if (oneByteAtATime) {
+            for (const char byte : block.bytes)
+                buffer->addByte(uchar(byte));
+        } else {
+            buffer->addBytes(bytes, block.bytes.size());
+        }
+    }
+    buffer->finish(entry);
+    return TestSupport::readFile(path);
 }
 
 // Writes `bytes` to `name` in `directory` and returns the path.
