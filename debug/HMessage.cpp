@@ -1,6 +1,7 @@
 #include "debug/HMessage.h"
 #include "debug/HIOInterface.h"
 #include "foundation/HException.h"
+#include <QtEndian>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -10,25 +11,35 @@ namespace {
 constexpr quint64 maxCapacity = std::numeric_limits<quint32>::max();
 constexpr int varintBytes = 4;
 
-void putWord(uchar *to, quint32 value, int width, int bigEndian)
+template <typename Word>
+void putWord(uchar *to, Word value, int bigEndian)
 {
-    for (int i = 0; i < width; ++i) {
-        const int shift = 8 * (bigEndian ? width - 1 - i : i);
-        to[i] = uchar(value >> shift);
-    }
+    if (bigEndian)
+        qToBigEndian(value, to);
+    else
+        qToLittleEndian(value, to);
 }
 
-quint32 getWord(const uchar *from, int width, int bigEndian)
+template <typename Word>
+Word getWord(const uchar *from, int bigEndian)
 {
-    quint32 value = 0;
-    for (int i = 0; i < width; ++i) {
-        const int shift = 8 * (bigEndian ? width - 1 - i : i);
-        value |= quint32(from[i]) << shift;
-    }
-    return value;
+    return bigEndian ? qFromBigEndian<Word>(from) : qFromLittleEndian<Word>(from);
 }
 
 } // namespace
+
+// The two checks of every field, kept inline here, where all their callers are.
+inline uchar *HMessage::reserve(quint32 offset, quint32 count)
+{
+    return quint64(offset) + count <= m_length ? m_buffer + offset : extend(offset, count);
+}
+
+inline const uchar *HMessage::valid(quint32 offset, quint32 count) const
+{
+    if (quint64(offset) + count > m_length)
+        readPastEnd(offset, count);
+    return m_buffer + offset;
+}
 
 HMessage::HMessage(quint32 capacity)
     : m_buffer(static_cast<uchar *>(std::calloc(qMax<quint32>(capacity, 1), 1))), m_owned(true),
@@ -66,27 +77,23 @@ void HMessage::grow(quint64 needed)
     m_capacity = quint32(capacity);
 }
 
-uchar *HMessage::reserve(quint32 offset, quint32 count)
+uchar *HMessage::extend(quint32 offset, quint32 count)
 {
     const quint64 end = quint64(offset) + count;
     if (end > m_capacity)
         grow(end);
-    if (end > m_length) {
-        if (offset > m_length)
-            std::memset(m_buffer + m_length, 0, offset - m_length);
-        m_length = quint32(end);
-    }
+    if (offset > m_length)
+        std::memset(m_buffer + m_length, 0, offset - m_length);
+    m_length = quint32(end);
     return m_buffer + offset;
 }
 
-const uchar *HMessage::valid(quint32 offset, quint32 count) const
+void HMessage::readPastEnd(quint32 offset, quint32 count) const
 {
-    if (quint64(offset) + count > m_length)
-        throw HException(QStringLiteral("read of %1 bytes at offset %2 past the end of a message of %3 bytes")
-                             .arg(count)
-                             .arg(offset)
-                             .arg(m_length));
-    return m_buffer + offset;
+    throw HException(QStringLiteral("read of %1 bytes at offset %2 past the end of a message of %3 bytes")
+                         .arg(count)
+                         .arg(offset)
+                         .arg(m_length));
 }
 
 int HMessage::receive(HIOInterface *io)
@@ -118,7 +125,7 @@ int HMessage::putNext32(quint32 value, int bigEndian)
 
 int HMessage::put32At(quint32 value, quint32 offset, int bigEndian)
 {
-    putWord(reserve(offset, 4), value, 4, bigEndian);
+    putWord<quint32>(reserve(offset, 4), value, bigEndian);
     return 4;
 }
 
@@ -131,7 +138,7 @@ int HMessage::getNext32(quint32 &out, int bigEndian)
 
 int HMessage::get32At(quint32 &out, quint32 offset, int bigEndian)
 {
-    out = getWord(valid(offset, 4), 4, bigEndian);
+    out = getWord<quint32>(valid(offset, 4), bigEndian);
     return 4;
 }
 
@@ -171,7 +178,7 @@ int HMessage::putNext16(quint16 value, int bigEndian)
 
 int HMessage::put16At(quint16 value, quint32 offset, int bigEndian)
 {
-    putWord(reserve(offset, 2), value, 2, bigEndian);
+    putWord<quint16>(reserve(offset, 2), value, bigEndian);
     return 2;
 }
 
@@ -184,7 +191,7 @@ int HMessage::getNext16(quint16 &out, int bigEndian)
 
 int HMessage::get16At(quint16 &out, quint32 offset, int bigEndian)
 {
-    out = quint16(getWord(valid(offset, 2), 2, bigEndian));
+    out = getWord<quint16>(valid(offset, 2), bigEndian);
     return 2;
 }
 

@@ -95,6 +95,8 @@ private:
     uchar *reserve(quint32 offset, quint32 count);
     // The `count` valid bytes at `offset`, or raises.
     const uchar *valid(quint32 offset, quint32 count) const;
+    uchar *extend(quint32 offset, quint32 count);
+    [[noreturn]] void readPastEnd(quint32 offset, quint32 count) const;
     void grow(quint64 needed);
 
     uchar *m_buffer;

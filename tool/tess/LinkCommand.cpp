@@ -158,33 +158,49 @@ void encodeField(HMessage &message, const Field &field)
     }
 }
 
-// Decodes one field at the position; the line it prints, or a null text for skip:N.
-QString decodeField(HMessage &message, const Field &field)
+// A field as read: a number, or the bytes of bytes:N and str:N.
+struct Decoded {
+    qint64 number = 0;
+    QByteArray bytes;
+};
+
+// Reads one field at the position.
+Decoded decodeField(HMessage &message, const Field &field)
 {
     const int bigEndian = field.row->bigEndian;
+    Decoded value;
     switch (field.row->kind) {
-    case FieldKind::Unsigned8: { quint8 v = 0; message.getNext8(v); return QString::number(v); }
-    case FieldKind::Signed8: { qint8 v = 0; message.getNextS8(v); return QString::number(v); }
-    case FieldKind::Unsigned16: { quint16 v = 0; message.getNext16(v, bigEndian); return QString::number(v); }
-    case FieldKind::Signed16: { qint16 v = 0; message.getNextS16(v, bigEndian); return QString::number(v); }
-    case FieldKind::Unsigned32: { quint32 v = 0; message.getNext32(v, bigEndian); return QString::number(v); }
-    case FieldKind::Pointer: { quintptr v = 0; message.getNextPointer(v, bigEndian); return QString::number(v); }
+    case FieldKind::Unsigned8: { quint8 v = 0; message.getNext8(v); value.number = v; break; }
+    case FieldKind::Signed8: { qint8 v = 0; message.getNextS8(v); value.number = v; break; }
+    case FieldKind::Unsigned16: { quint16 v = 0; message.getNext16(v, bigEndian); value.number = v; break; }
+    case FieldKind::Signed16: { qint16 v = 0; message.getNextS16(v, bigEndian); value.number = v; break; }
+    case FieldKind::Unsigned32: { quint32 v = 0; message.getNext32(v, bigEndian); value.number = v; break; }
+    case FieldKind::Pointer: { quintptr v = 0; message.getNextPointer(v, bigEndian); value.number = qint64(v); break; }
     case FieldKind::UnsignedVarint: {
         // The out-of-range mark reads as -1.
         quint32 v = 0;
         message.getNextUVarint(v);
-        return v == quint32(-1) ? QStringLiteral("-1") : QString::number(v);
+        value.number = v == quint32(-1) ? -1 : qint64(v);
+        break;
     }
-    case FieldKind::SignedVarint: { qint32 v = 0; message.getNextVarint(v); return QString::number(v); }
-    case FieldKind::Bytes: {
-        QByteArray v;
-        message.getNextString(v, quint32(field.value));
-        return hexText(reinterpret_cast<const uchar *>(v.constData()), v.size());
+    case FieldKind::SignedVarint: { qint32 v = 0; message.getNextVarint(v); value.number = v; break; }
+    case FieldKind::Bytes:
+    case FieldKind::Text: message.getNextString(value.bytes, quint32(field.value)); break;
+    case FieldKind::Skip: message.skip(int(field.value)); break;
     }
-    case FieldKind::Text: { QByteArray v; message.getNextString(v, quint32(field.value)); return QString::fromUtf8(v); }
-    case FieldKind::Skip: message.skip(int(field.value)); return {};
+    return value;
+}
+
+// The line a decoded field prints: decimal, bytes in hexadecimal, text as it is; none for skip:N.
+QString fieldLine(const Field &field, const Decoded &value)
+{
+    switch (field.row->kind) {
+    case FieldKind::Bytes:
+        return hexText(reinterpret_cast<const uchar *>(value.bytes.constData()), value.bytes.size()) + u'\n';
+    case FieldKind::Text: return QString::fromUtf8(value.bytes) + u'\n';
+    case FieldKind::Skip: return {};
+    default: return QString::number(value.number) + u'\n';
     }
-    return {};
 }
 
 void writeOut(const QString &text)
@@ -256,11 +272,8 @@ int decodeCommand(const CommandArguments &arguments)
             reportTime("decode", *repeat, fields.size(), timer.nsecsElapsed());
         }
         message.setPosition(0);
-        for (const Field &field : fields) {
-            const QString line = decodeField(message, field);
-            if (!line.isNull())
-                text += line + u'\n';
-        }
+        for (const Field &field : fields)
+            text += fieldLine(field, decodeField(message, field));
     } catch (const HException &exception) {
         writeOut(text);
         return arguments.fail(exception.message());
