@@ -43,7 +43,8 @@ void BinaryLoadFile::readFile()
         qint64 capacity = 0;
         for (;;) {
             if (length == capacity) {
-                capacity = qMax(pipeBlock, capacity * 2);
+                // One byte past the limit is enough to know the input is over it.
+                capacity = qMin(qMax(pipeBlock, capacity * 2), m_maxSize + 1);
                 auto grown = std::make_unique_for_overwrite<uchar[]>(size_t(capacity));
                 if (length)
                     std::memcpy(grown.get(), buffer.get(), size_t(length));

@@ -41,6 +41,12 @@ inline const uchar *HMessage::valid(quint32 offset, quint32 count) const
     return m_buffer + offset;
 }
 
+inline int HMessage::advance(int used)
+{
+    m_position += quint32(used);
+    return used;
+}
+
 HMessage::HMessage(quint32 capacity)
     : m_buffer(static_cast<uchar *>(std::calloc(qMax<quint32>(capacity, 1), 1))), m_owned(true),
       m_capacity(capacity)
@@ -118,9 +124,7 @@ int HMessage::send(HIOInterface *io)
 
 int HMessage::putNext32(quint32 value, int bigEndian)
 {
-    const int used = put32At(value, m_position, bigEndian);
-    m_position += quint32(used);
-    return used;
+    return advance(put32At(value, m_position, bigEndian));
 }
 
 int HMessage::put32At(quint32 value, quint32 offset, int bigEndian)
@@ -131,9 +135,7 @@ int HMessage::put32At(quint32 value, quint32 offset, int bigEndian)
 
 int HMessage::getNext32(quint32 &out, int bigEndian)
 {
-    const int used = get32At(out, m_position, bigEndian);
-    m_position += quint32(used);
-    return used;
+    return advance(get32At(out, m_position, bigEndian));
 }
 
 int HMessage::get32At(quint32 &out, quint32 offset, int bigEndian)
@@ -144,9 +146,7 @@ int HMessage::get32At(quint32 &out, quint32 offset, int bigEndian)
 
 int HMessage::putNextPointer(quintptr value, int bigEndian)
 {
-    const int used = putPointerAt(value, m_position, bigEndian);
-    m_position += quint32(used);
-    return used;
+    return advance(putPointerAt(value, m_position, bigEndian));
 }
 
 int HMessage::putPointerAt(quintptr value, quint32 offset, int bigEndian)
@@ -156,9 +156,7 @@ int HMessage::putPointerAt(quintptr value, quint32 offset, int bigEndian)
 
 int HMessage::getNextPointer(quintptr &out, int bigEndian)
 {
-    const int used = getPointerAt(out, m_position, bigEndian);
-    m_position += quint32(used);
-    return used;
+    return advance(getPointerAt(out, m_position, bigEndian));
 }
 
 int HMessage::getPointerAt(quintptr &out, quint32 offset, int bigEndian)
@@ -171,9 +169,7 @@ int HMessage::getPointerAt(quintptr &out, quint32 offset, int bigEndian)
 
 int HMessage::putNext16(quint16 value, int bigEndian)
 {
-    const int used = put16At(value, m_position, bigEndian);
-    m_position += quint32(used);
-    return used;
+    return advance(put16At(value, m_position, bigEndian));
 }
 
 int HMessage::put16At(quint16 value, quint32 offset, int bigEndian)
@@ -184,9 +180,7 @@ int HMessage::put16At(quint16 value, quint32 offset, int bigEndian)
 
 int HMessage::getNext16(quint16 &out, int bigEndian)
 {
-    const int used = get16At(out, m_position, bigEndian);
-    m_position += quint32(used);
-    return used;
+    return advance(get16At(out, m_position, bigEndian));
 }
 
 int HMessage::get16At(quint16 &out, quint32 offset, int bigEndian)
@@ -197,9 +191,7 @@ int HMessage::get16At(quint16 &out, quint32 offset, int bigEndian)
 
 int HMessage::putNextS16(qint16 value, int bigEndian)
 {
-    const int used = putS16At(value, m_position, bigEndian);
-    m_position += quint32(used);
-    return used;
+    return advance(putS16At(value, m_position, bigEndian));
 }
 
 int HMessage::putS16At(qint16 value, quint32 offset, int bigEndian)
@@ -209,9 +201,7 @@ int HMessage::putS16At(qint16 value, quint32 offset, int bigEndian)
 
 int HMessage::getNextS16(qint16 &out, int bigEndian)
 {
-    const int used = getS16At(out, m_position, bigEndian);
-    m_position += quint32(used);
-    return used;
+    return advance(getS16At(out, m_position, bigEndian));
 }
 
 int HMessage::getS16At(qint16 &out, quint32 offset, int bigEndian)
@@ -224,9 +214,7 @@ int HMessage::getS16At(qint16 &out, quint32 offset, int bigEndian)
 
 int HMessage::putNext8(quint8 value)
 {
-    const int used = put8At(value, m_position);
-    m_position += quint32(used);
-    return used;
+    return advance(put8At(value, m_position));
 }
 
 int HMessage::put8At(quint8 value, quint32 offset)
@@ -237,9 +225,7 @@ int HMessage::put8At(quint8 value, quint32 offset)
 
 int HMessage::getNext8(quint8 &out)
 {
-    const int used = get8At(out, m_position);
-    m_position += quint32(used);
-    return used;
+    return advance(get8At(out, m_position));
 }
 
 int HMessage::get8At(quint8 &out, quint32 offset)
@@ -250,9 +236,7 @@ int HMessage::get8At(quint8 &out, quint32 offset)
 
 int HMessage::putNextS8(qint8 value)
 {
-    const int used = putS8At(value, m_position);
-    m_position += quint32(used);
-    return used;
+    return advance(putS8At(value, m_position));
 }
 
 int HMessage::putS8At(qint8 value, quint32 offset)
@@ -262,9 +246,7 @@ int HMessage::putS8At(qint8 value, quint32 offset)
 
 int HMessage::getNextS8(qint8 &out)
 {
-    const int used = getS8At(out, m_position);
-    m_position += quint32(used);
-    return used;
+    return advance(getS8At(out, m_position));
 }
 
 int HMessage::getS8At(qint8 &out, quint32 offset)
@@ -277,9 +259,7 @@ int HMessage::getS8At(qint8 &out, quint32 offset)
 
 int HMessage::putNextBytes(const void *data, quint32 length)
 {
-    const int used = putBytesAt(data, length, m_position);
-    m_position += quint32(used);
-    return used;
+    return advance(putBytesAt(data, length, m_position));
 }
 
 int HMessage::putBytesAt(const void *data, quint32 length, quint32 offset)
@@ -291,9 +271,7 @@ int HMessage::putBytesAt(const void *data, quint32 length, quint32 offset)
 
 int HMessage::getNextBytes(void *out, quint32 length)
 {
-    const int used = getBytesAt(out, length, m_position);
-    m_position += quint32(used);
-    return used;
+    return advance(getBytesAt(out, length, m_position));
 }
 
 int HMessage::getBytesAt(void *out, quint32 length, quint32 offset)
@@ -306,9 +284,7 @@ int HMessage::getBytesAt(void *out, quint32 length, quint32 offset)
 
 int HMessage::putNextString(const QByteArray &text)
 {
-    const int used = putStringAt(text, m_position);
-    m_position += quint32(used);
-    return used;
+    return advance(putStringAt(text, m_position));
 }
 
 int HMessage::putStringAt(const QByteArray &text, quint32 offset)
@@ -318,9 +294,7 @@ int HMessage::putStringAt(const QByteArray &text, quint32 offset)
 
 int HMessage::getNextString(QByteArray &out, quint32 length)
 {
-    const int used = getStringAt(out, length, m_position);
-    m_position += quint32(used);
-    return used;
+    return advance(getStringAt(out, length, m_position));
 }
 
 int HMessage::getStringAt(QByteArray &out, quint32 length, quint32 offset)
@@ -346,9 +320,7 @@ int HMessage::putVarintAt(quint32 value, quint32 offset)
 
 int HMessage::putNextVarint(quint32 value)
 {
-    const int used = putVarintAt(value, m_position);
-    m_position += quint32(used);
-    return used;
+    return advance(putVarintAt(value, m_position));
 }
 
 int HMessage::getUVarintAt(quint32 &out, quint32 offset)
@@ -368,16 +340,12 @@ int HMessage::getUVarintAt(quint32 &out, quint32 offset)
 
 int HMessage::getNextVarint(qint32 &out)
 {
-    const int used = getVarintAt(out, m_position);
-    m_position += quint32(used);
-    return used;
+    return advance(getVarintAt(out, m_position));
 }
 
 int HMessage::getNextUVarint(quint32 &out)
 {
-    const int used = getUVarintAt(out, m_position);
-    m_position += quint32(used);
-    return used;
+    return advance(getUVarintAt(out, m_position));
 }
 
 int HMessage::skip(int count)

@@ -96,6 +96,8 @@ private:
     // The `count` valid bytes at `offset`, or raises.
     const uchar *valid(quint32 offset, quint32 count) const;
     uchar *extend(quint32 offset, quint32 count);
+    // Moves the position past what a "next" form used, and returns it.
+    int advance(int used);
     [[noreturn]] void readPastEnd(quint32 offset, quint32 count) const;
     void grow(quint64 needed);
 

@@ -52,8 +52,9 @@ uchar *ExpandingLoadFileSection::extend(quint32 count)
                              .arg(m_address, 8, 16, QLatin1Char('0')));
     if (size > m_capacity || !m_storage) {
         // Geometric growth keeps a file of many small records linear; large blocks are mapped
-        // memory, so capacity not yet written costs no pages.
-        const size_t capacity = std::max<size_t>({size_t(size), m_capacity * 2, 256});
+        // memory, so capacity not yet written costs no pages. A section of one short record
+        // (out-of-order records make many) takes little more than its bytes.
+        const size_t capacity = std::max<size_t>({size_t(size), m_capacity * 2, 16});
         auto *storage = static_cast<uchar *>(std::realloc(m_storage, capacity));
         if (!storage)
             throw HException(QStringLiteral("out of memory for a section of %1 bytes").arg(size));

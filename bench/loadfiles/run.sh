@@ -30,6 +30,11 @@ median() {   # json file, command index
     python3 -c 'import json,sys; print("%.4f" % json.load(open(sys.argv[1]))["results"][int(sys.argv[2])]["median"])' "$1" "$2"
 }
 
+# Mean processor time (user + system), which other load on the machine does not inflate.
+cpu() {   # json file, command index
+    python3 -c 'import json,sys; r = json.load(open(sys.argv[1]))["results"][int(sys.argv[2])]; print("%.4f" % (r["user"] + r["system"]))' "$1" "$2"
+}
+
 # name, tess arguments, objcopy arguments, srec_cat arguments (each one string, split on blanks)
 compare() {
     local name=$1 json="$results/loadfiles-$1.json"
@@ -38,21 +43,25 @@ compare() {
         -n tess "$tess load convert $2" \
         -n objcopy "objcopy $3" \
         -n srec_cat "srec_cat $4" >/dev/null 2>"$results/loadfiles-$name.log"
-    local ours anchor peer kb
+    local ours anchor peer kb ours_cpu anchor_cpu
     ours=$(median "$json" 0)
     anchor=$(median "$json" 1)
     peer=$(median "$json" 2)
+    ours_cpu=$(cpu "$json" 0)
+    anchor_cpu=$(cpu "$json" 1)
     # shellcheck disable=SC2086
     kb=$( { /usr/bin/time -f %M "$tess" load convert $2; } 2>&1 | tail -n 1)
-    printf '%-16s %8.3f s %8.3f s %6.2f %s %8.3f s %7.1f MiB %5.2fx\n' "$name" "$ours" "$anchor" \
-        "$(python3 -c "print($ours / $anchor)")" \
+    printf '%-15s %7.3f s %7.3f s %5.2f %s %7.3f s | %6.3f s %6.3f s %5.2f | %6.1f MiB %5.2fx\n' "$name" \
+        "$ours" "$anchor" "$(python3 -c "print($ours / $anchor)")" \
         "$(python3 -c "print('ok  ' if $ours <= $anchor else 'SLOW')")" "$peer" \
+        "$ours_cpu" "$anchor_cpu" "$(python3 -c "print($ours_cpu / $anchor_cpu)")" \
         "$(python3 -c "print($kb / 1024)")" "$(python3 -c "print($kb * 1024 / $image_bytes)")"
 }
 
 d=$data s=$scratch
-echo "median wall time (hyperfine, $(nproc) cores), 16 MiB image; peak RSS of tess against the image"
-printf '%-16s %10s %10s %6s %4s %10s %11s %6s\n' conversion tess objcopy ratio "" srec_cat "tess RSS" "/image"
+echo "16 MiB image; median wall time and mean processor time (hyperfine, $(nproc) cores); peak RSS of tess"
+printf '%-15s %9s %9s %5s %4s %9s | %8s %8s %5s | %10s %6s\n' conversion tess objcopy ratio "" srec_cat \
+    "tess cpu" "objcopy" ratio "tess RSS" /image
 compare bin-to-ihex \
     "$d/image.bin $s/tess.hex --address 0x08000000" \
     "-I binary -O ihex --change-addresses 0x08000000 $d/image.bin $s/objcopy.hex" \
