@@ -192,8 +192,9 @@ TEST_P(CodeBufferRoundTrip, ReadingBackGivesTheSameImage)
         (void)writeImage(path, QLatin1String(GetParam()), blocks, entry);
         const std::unique_ptr<LoadFileInterface> file = LoadFileFactory::create(path, QLatin1String(GetParam()));
         EXPECT_EQ(imageDump(*file), imageDump(blocks)) << "seed " << seed;
-        if (entry)
+        if (entry) {
             EXPECT_EQ(file->entryPoint(), entry);
+        }
     }
 }
 

@@ -152,6 +152,19 @@ TEST(LoadFileReadingText, AMissingFileIsCannotOpenWithThePath)
     }
 }
 
+TEST(LoadFileReadingText, ADirectoryIsCannotReadWithThePath)
+{
+    QTemporaryDir directory;
+    for (const char *type : {"srec", "ihex", "hex", "tihex", "bin"}) {
+        try {
+            (void)LoadFileFactory::create(directory.path(), QLatin1String(type));
+            ADD_FAILURE() << type;
+        } catch (const HException &exception) {
+            EXPECT_EQ(exception.message(), QStringLiteral("cannot read ") + directory.path()) << type;
+        }
+    }
+}
+
 TEST(LoadFileReadingText, ReloadReadsTheChangedFileAndKeepsTheOldSectionsOnFailure)
 {
     QTemporaryDir directory;
