@@ -1,4 +1,5 @@
 #include "debug/CodeBuffer.h"
+#include "debug/CodeBufferHex.h"
 #include "foundation/HException.h"
 #include <array>
 #include <cstring>
@@ -50,6 +51,13 @@ void CodeBufferFile::writeBlock()
     if (m_used > 0 && m_file.write(m_block.get(), m_used) != m_used)
         throw HException(QStringLiteral("cannot write %1: %2").arg(m_file.fileName(), m_file.errorString()));
     m_used = 0;
+}
+
+char *CodeBufferFile::appendAfterWrite(qsizetype count)
+{
+    writeBlock();
+    m_used = count;
+    return m_block.get();
 }
 
 void CodeBufferFile::append(const char *bytes, qsizetype count)

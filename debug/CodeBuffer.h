@@ -2,6 +2,7 @@
 #include <QSaveFile>
 #include <QString>
 #include <memory>
+#include <utility>
 
 // The output file of a code buffer. Bytes collect in a large block that goes out in one write;
 // the file appears under its name only by `commit`, which renames a temporary file over it, so a
@@ -12,14 +13,11 @@ public:
     explicit CodeBufferFile(const QString &path);
     ~CodeBufferFile();
 
-    // Room for `count` bytes (at most `blockSize`), which the caller fills completely.
+    // Room for `count` bytes (at most `blockSize`), which the caller fills completely. Inline:
+    // every record of every text writer passes here.
     [[nodiscard]] char *append(qsizetype count)
     {
-        if (m_used + count > blockSize)
-            writeBlock();
-        char *room = m_block.get() + m_used;
-        m_used += count;
-        return room;
+        return m_used + count > blockSize ? appendAfterWrite(count) : m_block.get() + std::exchange(m_used, m_used + count);
     }
     void append(const char *bytes, qsizetype count);
     // Writes the rest and renames the file into place. Raises "cannot write PATH: REASON".
@@ -29,6 +27,7 @@ public:
 
 private:
     void writeBlock();
+    char *appendAfterWrite(qsizetype count);
 
     QSaveFile m_file;
     std::unique_ptr<char[]> m_block;
@@ -82,28 +81,3 @@ private:
     int m_count = 0;
     quint32 m_start = 0;   // address of m_line[0]
 };
-
-// Upper-case hexadecimal digits, written in place.
-namespace CodeBufferHex {
-
-inline constexpr char digits[] = "0123456789ABCDEF";
-
-inline char *putByte(char *to, unsigned byte)
-{
-    to[0] = digits[(byte >> 4) & 0xF];
-    to[1] = digits[byte & 0xF];
-    return to + 2;
-}
-
-// `count` digits of `value`, most significant first.
-inline char *putDigits(char *to, quint32 value, int count)
-{
-    for (int i = count - 1; i >= 0; --i)
-        to[count - 1 - i] = digits[(value >> (4 * i)) & 0xF];
-    return to + count;
-}
-
-// Each byte as two digits followed by `separator` unless it is 0; adds the bytes to `sum`.
-char *putBytes(char *to, const uchar *bytes, int count, char separator, unsigned &sum);
-
-} // namespace CodeBufferHex

@@ -1,4 +1,5 @@
 #include "debug/HexBuffer.h"
+#include "debug/CodeBufferHex.h"
 
 HexBuffer::HexBuffer(const QString &path) : TextCodeBuffer(path)
 {

@@ -33,10 +33,10 @@ void HexLoadFile::parseText(LoadFileLineReader &lines, LoadFileSectionBuilder &s
         const int count = (length - addressChars) / 3;
         uchar *into = sections.place(address, quint32(count));
         for (int i = 0; i < count; ++i) {
-            const char *group = text + addressChars + 3 * i;
-            if (group[0] != ' ')
+            const size_t group = size_t(addressChars + 3 * i);
+            if (text[group] != ' ')
                 lines.fail("invalid seperator");
-            const unsigned byte = group + 2 < text + line.size() ? LoadFileHex::byteAt(group + 1) : 0x100;
+            const unsigned byte = group + 2 < line.size() ? LoadFileHex::byteAt(text + group + 1) : 0x100;
             if (byte > 0xFF)
                 lines.fail("invalid ASCII encoded byte");
             into[i] = uchar(byte);

@@ -1,4 +1,5 @@
 #include "debug/IntelHexBuffer.h"
+#include "debug/CodeBufferHex.h"
 #include <cstring>
 
 IntelHexBuffer::IntelHexBuffer(const QString &path) : TextCodeBuffer(path)

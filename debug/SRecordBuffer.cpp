@@ -1,4 +1,5 @@
 #include "debug/SRecordBuffer.h"
+#include "debug/CodeBufferHex.h"
 
 namespace {
 

@@ -1,4 +1,5 @@
 #include "debug/TIHexBuffer.h"
+#include "debug/CodeBufferHex.h"
 
 TIHexBuffer::TIHexBuffer(const QString &path) : TextCodeBuffer(path)
 {

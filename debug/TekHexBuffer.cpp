@@ -1,4 +1,5 @@
 #include "debug/TekHexBuffer.h"
+#include "debug/CodeBufferHex.h"
 
 namespace {
 
