@@ -5,7 +5,7 @@
 #include "debug/LoadFileFactory.h"
 #include "debug/LoadFileInterface.h"
 #include "foundation/HException.h"
-#include <QDir>
+#include <QFileInfo>
 #include <QFile>
 #include <QTemporaryDir>
 #include <cstdint>
@@ -42,7 +42,10 @@ std::vector<Stretch> stretchesOf(LoadFileInterface &file)
 
 const QTemporaryDir &scratch()
 {
-    static const QTemporaryDir directory(QDir::exists(QStringLiteral("/dev/shm")) ? QStringLiteral("/dev/shm/loadfile-fuzz-XXXXXX") : QString());
+    // In memory where the machine offers it: every input is written and read back.
+    static const QTemporaryDir directory = QFileInfo::exists(QStringLiteral("/dev/shm"))
+                                               ? QTemporaryDir(QStringLiteral("/dev/shm/loadfile-fuzz-XXXXXX"))
+                                               : QTemporaryDir();
     return directory;
 }
 
