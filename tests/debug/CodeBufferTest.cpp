@@ -128,12 +128,7 @@ TEST(BinaryBufferTest, ASpanOverTheLimitWritesNothing)
     buffer.addByte(1);
     buffer.setAddress(16);
     buffer.addByte(2);
-    try {
-        buffer.finish(0);
-        ADD_FAILURE() << "no error";
-    } catch (const HException &exception) {
-        EXPECT_EQ(exception.message(), QStringLiteral("binary image of 17 bytes from 0x00000000 is over the limit of 16 bytes"));
-    }
+    EXPECT_EQ(raisedMessage([&] { buffer.finish(0); }), QStringLiteral("binary image of 17 bytes from 0x00000000 is over the limit of 16 bytes"));
     EXPECT_EQ(TestSupport::readFile(path), "old");
 }
 
@@ -152,13 +147,8 @@ TEST(CodeBufferFileTest, AnUnfinishedBufferLeavesTheOldFileAndNothingBehind)
 
 TEST(CodeBufferFileTest, AnOutputThatCannotBeCreatedRaisesWithThePath)
 {
-    try {
-        SRecordBuffer buffer(QStringLiteral("/nonexistent/dir/out.s19"), QStringLiteral("x"));
-        ADD_FAILURE() << "no error";
-    } catch (const HException &exception) {
-        EXPECT_TRUE(exception.message().startsWith(QStringLiteral("cannot create /nonexistent/dir/out.s19: ")))
-            << exception.message().toStdString();
-    }
+    const QString message = raisedMessage([] { SRecordBuffer buffer(QStringLiteral("/nonexistent/dir/out.s19"), QStringLiteral("x")); });
+    EXPECT_TRUE(message.startsWith(QStringLiteral("cannot create /nonexistent/dir/out.s19: "))) << message.toStdString();
 }
 
 // Round trips: random sections written in each text format read back as the same image.

@@ -1,6 +1,7 @@
 #include "debug/HMessage.h"
 #include "debug/HSerialLink.h"
 #include "foundation/HException.h"
+#include "tests/debug/LoadFileTestSupport.h"
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -10,6 +11,8 @@
 #include <pty.h>
 #include <termios.h>
 #include <unistd.h>
+
+using LoadFileTest::raisedMessage;
 
 namespace {
 
@@ -163,12 +166,7 @@ TEST_F(SerialPair, AShortReadReturnsTheCountOnTheLinkAndRaisesOnTheMessagePath)
     send("de");
     HMessage message;
     message.setLength(4);
-    try {
-        message.receive(&link);
-        ADD_FAILURE() << "no error";
-    } catch (const HException &exception) {
-        EXPECT_EQ(exception.message(), QStringLiteral("hardware error: target JTAG adapter data link read timed out"));
-    }
+    EXPECT_EQ(raisedMessage([&] { message.receive(&link); }), QStringLiteral("hardware error: target JTAG adapter data link read timed out"));
 }
 
 TEST_F(SerialPair, ATimeOutOfZeroStillTriesOnce)
@@ -227,12 +225,8 @@ TEST_F(SerialPair, AHangUpEndsTheReadWithAReason)
 TEST_F(SerialPair, ModemLinesOfAPseudoTerminalRaise)
 {
     HSerialLink link(path, 115200);
-    try {
-        link.setDtr(true);
-        ADD_FAILURE() << "no error";
-    } catch (const HException &exception) {
-        EXPECT_TRUE(exception.message().startsWith(QStringLiteral("ioctl error "))) << exception.message().toStdString();
-    }
+    const QString message = raisedMessage([&] { link.setDtr(true); });
+    EXPECT_TRUE(message.startsWith(QStringLiteral("ioctl error "))) << message.toStdString();
 }
 
 TEST_F(SerialPair, ReadAvailableReturnsWhatCameWithoutWaitingForMore)
@@ -264,12 +258,7 @@ TEST_P(HSerialLinkOpenFailure, RaisesTheStepWithTheSystemsText)
         QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     }
-    try {
-        HSerialLink link(path, 9600);
-        ADD_FAILURE() << "no error";
-    } catch (const HException &exception) {
-        EXPECT_EQ(exception.message(), QLatin1String(GetParam().message));
-    }
+    EXPECT_EQ(raisedMessage([&] { HSerialLink link(path, 9600); }), QLatin1String(GetParam().message));
 }
 
 INSTANTIATE_TEST_SUITE_P(Devices, HSerialLinkOpenFailure, ::testing::Values(

@@ -143,12 +143,7 @@ INSTANTIATE_TEST_SUITE_P(TiText, LoadFileReading, ::testing::Values(
 TEST(LoadFileReadingText, AMissingFileIsCannotOpenWithThePath)
 {
     for (const char *type : {"srec", "ihex", "hex", "tihex", "bin"}) {
-        try {
-            (void)LoadFileFactory::create(QStringLiteral("/nonexistent/x"), QLatin1String(type));
-            ADD_FAILURE() << type;
-        } catch (const HException &exception) {
-            EXPECT_EQ(exception.message(), QStringLiteral("cannot open /nonexistent/x")) << type;
-        }
+        EXPECT_EQ(raisedMessage([&] { (void)LoadFileFactory::create(QStringLiteral("/nonexistent/x"), QLatin1String(type)); }), QStringLiteral("cannot open /nonexistent/x")) << type;
     }
 }
 
@@ -156,12 +151,7 @@ TEST(LoadFileReadingText, ADirectoryIsCannotReadWithThePath)
 {
     QTemporaryDir directory;
     for (const char *type : {"srec", "ihex", "hex", "tihex", "bin"}) {
-        try {
-            (void)LoadFileFactory::create(directory.path(), QLatin1String(type));
-            ADD_FAILURE() << type;
-        } catch (const HException &exception) {
-            EXPECT_EQ(exception.message(), QStringLiteral("cannot read ") + directory.path()) << type;
-        }
+        EXPECT_EQ(raisedMessage([&] { (void)LoadFileFactory::create(directory.path(), QLatin1String(type)); }), QStringLiteral("cannot read ") + directory.path()) << type;
     }
 }
 
@@ -238,24 +228,14 @@ TEST_F(BinaryLoadFileTest, AnImagePastFourGiBCannotMakeItsSections)
 {
     BinaryLoadFile file(path);
     file.setLoadAddress(0xFFFFFFFE);
-    try {
-        (void)file.sectionCount();
-        ADD_FAILURE() << "no error";
-    } catch (const HException &exception) {
-        EXPECT_EQ(exception.message(), QStringLiteral("cannot read sections from load file"));
-    }
+    EXPECT_EQ(raisedMessage([&] { (void)file.sectionCount(); }), QStringLiteral("cannot read sections from load file"));
     file.setLoadAddress(0xFFFFFFFC);
     EXPECT_EQ(dump(file), "FFFFFFFC:01020304");
 }
 
 TEST_F(BinaryLoadFileTest, AFileOverTheLimitIsRefusedBeforeReading)
 {
-    try {
-        BinaryLoadFile file(path, 3);
-        ADD_FAILURE() << "no error";
-    } catch (const HException &exception) {
-        EXPECT_EQ(exception.message(), path + QStringLiteral(": binary of 4 bytes is over the limit of 3 bytes"));
-    }
+    EXPECT_EQ(raisedMessage([&] { BinaryLoadFile file(path, 3); }), path + QStringLiteral(": binary of 4 bytes is over the limit of 3 bytes"));
 }
 
 TEST_F(BinaryLoadFileTest, EmptyFileGivesAnEmptySection)

@@ -2,6 +2,7 @@
 #include "debug/CodeBuffer.h"
 #include "debug/LoadFileFactory.h"
 #include "debug/LoadFileInterface.h"
+#include "foundation/HException.h"
 #include "tests/support/TestSupport.h"
 #include <QByteArray>
 #include <QString>
@@ -9,9 +10,21 @@
 #include <algorithm>
 #include <vector>
 
-// Records built by hand for the reader tests, with checksums computed here rather than by the
-// writers under test.
+// Helpers of the load-file and transport tests: records built by hand, with checksums computed
+// here rather than by the writers under test, and images in a form that compares.
 namespace LoadFileTest {
+
+// The message `action` raises as HException, or "(no error)".
+template <typename Action>
+QString raisedMessage(Action action)
+{
+    try {
+        action();
+    } catch (const HException &exception) {
+        return exception.message();
+    }
+    return QStringLiteral("(no error)");
+}
 
 inline QByteArray hexOf(const QByteArray &bytes)
 {
