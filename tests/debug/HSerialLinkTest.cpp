@@ -159,6 +159,7 @@ TEST_F(SerialPair, AShortReadReturnsTheCountOnTheLinkAndRaisesOnTheMessagePath)
     HSerialLink link(path, 115200);
     link.setTimeouts(100, 100);
     send("abc");
+    awaitInput();
     char buffer[8] = {};
     EXPECT_EQ(link.read(buffer, 5), 3);
     EXPECT_EQ(QByteArray(buffer, 3), "abc");
@@ -185,6 +186,7 @@ TEST_F(SerialPair, ATimeOutOfZeroStillTriesOnce)
 TEST_F(SerialPair, AMessageGoesOutWhole)
 {
     HSerialLink link(path, 115200);
+    link.setTimeouts(20000, 20000);   // the transfers end as soon as the bytes are there
     HMessage message;
     message.putNext32(0x01020304, 1);
     message.putNextString("ok");

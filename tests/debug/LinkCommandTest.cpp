@@ -145,7 +145,7 @@ TEST_F(LinkDevice, ASendFileGoesOutWhole)
 TEST_F(LinkDevice, AShortAnswerPrintsWhatCameAndTheTimeOut)
 {
     respond(1, "\x01\x02");
-    const auto run = tess({"link", "transfer", device, "--send", "00", "--receive", "4", "--timeout", "300"});
+    const auto run = tess({"link", "transfer", device, "--send", "00", "--receive", "4", "--timeout", "2000"});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.out, "01 02\n");
     EXPECT_EQ(run.err, "tess link transfer: hardware error: target JTAG adapter data link read timed out (2 of 4 bytes)\n");
