@@ -10,7 +10,8 @@ using CommandRows = std::span<const TessCommand> (*)();
 
 constexpr CommandRows commandFiles[] = {
     buildCommands, commandsCommands, debugCommands, depsCommands, diagCommands, exprCommands,
-    forthCommands, jsCommands,       propertyCommands, scCommands,    solutionCommands,
+    forthCommands, jsCommands,       linkCommands,  loadCommands, propertyCommands, scCommands,
+    solutionCommands,
 };
 
 // The command word of a row: "load" of "load info".
