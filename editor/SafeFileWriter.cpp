@@ -1,0 +1,133 @@
+#include "editor/SafeFileWriter.h"
+#include <QFile>
+#include <QFileInfo>
+#include <QRandomGenerator>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr qsizetype bufferSize = 1 << 20;
+constexpr int nameAttempts = 100;
+
+// Where a write to `path` must land: through symbolic links to the file they name.
+QString writeTarget(const QString &path)
+{
+    QFileInfo info(path);
+    for (int hops = 0; info.isSymLink() && hops < 40; ++hops)
+        info.setFile(info.symLinkTarget());
+    return info.filePath();
+}
+
+} // namespace
+
+SafeFileWriter::~SafeFileWriter()
+{
+    discard();
+}
+
+void SafeFileWriter::fail(const QString &what)
+{
+    m_error = QStringLiteral("%1 (%2)").arg(what, QString::fromLocal8Bit(std::strerror(errno)));
+}
+
+void SafeFileWriter::discard()
+{
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
+    m_descriptor = -1;
+    if (!m_temporary.isEmpty())
+        ::unlink(QFile::encodeName(m_temporary).constData());
+    m_temporary.clear();
+}
+
+bool SafeFileWriter::open()
+{
+    m_target = writeTarget(m_path);
+    const QFileInfo target(m_target);
+    const QString prefix = target.absolutePath() + QStringLiteral("/.") + target.fileName() + QStringLiteral(".tess-");
+    // Mode 0666 lets the umask decide for a new file; an existing one lends its mode below.
+    for (int attempt = 0; attempt < nameAttempts && m_descriptor < 0; ++attempt) {
+        m_temporary = prefix + QString::number(QRandomGenerator::global()->generate(), 36);
+        m_descriptor = ::open(QFile::encodeName(m_temporary).constData(),
+                              O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (m_descriptor < 0 && errno != EEXIST)
+            break;
+    }
+    if (m_descriptor < 0) {
+        fail(QStringLiteral("Can't create a file in %1").arg(target.absolutePath()));
+        m_temporary.clear();
+        return false;
+    }
+    struct stat status;
+    if (::stat(QFile::encodeName(m_target).constData(), &status) == 0) {
+        if (!S_ISREG(status.st_mode)) {
+            errno = EISDIR;
+            fail(QStringLiteral("%1 is not a regular file").arg(m_target));
+            discard();
+            return false;
+        }
+        ::fchmod(m_descriptor, status.st_mode & 07777);
+        // Only a privileged user can give the file back to its owner; others keep their own.
+        if (::fchown(m_descriptor, status.st_uid, status.st_gid) != 0)
+            errno = 0;
+    }
+    m_buffer.reserve(bufferSize);
+    return true;
+}
+
+bool SafeFileWriter::writeOut(const char *data, qsizetype size)
+{
+    while (size > 0) {
+        const ssize_t put = ::write(m_descriptor, data, size_t(size));
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put <= 0) {
+            fail(QStringLiteral("Can't write %1").arg(m_target));
+            return false;
+        }
+        data += put;
+        size -= put;
+    }
+    return true;
+}
+
+bool SafeFileWriter::flush()
+{
+    const bool ok = writeOut(m_buffer.constData(), m_buffer.size());
+    m_buffer.resize(0);
+    return ok;
+}
+
+bool SafeFileWriter::write(const char *data, qsizetype size)
+{
+    if (m_descriptor < 0)
+        return false;
+    m_written += size;
+    if (m_buffer.size() + size <= bufferSize) {
+        m_buffer.append(data, size);
+        return true;
+    }
+    return flush() && writeOut(data, size);
+}
+
+bool SafeFileWriter::commit()
+{
+    if (m_descriptor < 0 || !flush())
+        return false;
+    const int descriptor = m_descriptor;
+    m_descriptor = -1;
+    if (::close(descriptor) != 0) {
+        fail(QStringLiteral("Can't write %1").arg(m_target));
+        return false;
+    }
+    if (::rename(QFile::encodeName(m_temporary).constData(), QFile::encodeName(m_target).constData()) != 0) {
+        fail(QStringLiteral("Can't replace %1").arg(m_target));
+        return false;
+    }
+    m_temporary.clear();
+    return true;
+}
