@@ -79,13 +79,27 @@ public:
                                    && (kind == TextCodec::Kind::Utf8 || (run.ascii && kind == TextCodec::Kind::Latin1)));
         if (!sameBytes || (run.terminator != m_ending && run.terminator != LineEndingUnknown))
             return RawResult::Declined;
-        if (!separate() || !m_file.write(source.bytes.constData() + run.begin, run.end - run.begin))
+        // Runs that follow each other in the source with our terminator between them go out
+        // as one piece.
+        const QByteArray &bytes = source.bytes;
+        const qsizetype gap = m_terminator.size();
+        if (m_pending == &source && run.begin == m_pendingEnd + gap
+            && QByteArrayView(bytes).sliced(m_pendingEnd, gap) == QByteArrayView(m_terminator)) {
+            m_pendingEnd = run.end;
+            return RawResult::Written;
+        }
+        if (!flushPending())
             return RawResult::Failed;
+        m_pending = &source;
+        m_pendingBegin = run.begin;
+        m_pendingEnd = run.end;
         return RawResult::Written;
     }
 
     bool line(int index, QStringView text) override
     {
+        if (!flushPending())
+            return false;
         m_scratch.resize(0);
         if (!m_codec.encode(text, m_scratch)) {
             m_unencodableLine = index;
@@ -95,6 +109,15 @@ public:
     }
 
     int unencodableLine() const { return m_unencodableLine; }
+
+    bool flushPending()
+    {
+        if (!m_pending)
+            return true;
+        const char *data = m_pending->bytes.constData();
+        m_pending = nullptr;
+        return separate() && m_file.write(data + m_pendingBegin, m_pendingEnd - m_pendingBegin);
+    }
 
 private:
     bool separate()
@@ -113,6 +136,9 @@ private:
     QByteArray m_scratch;
     bool m_first = true;
     int m_unencodableLine = -1;
+    const CodeEditLoadedText *m_pending = nullptr;   // a span of raw runs not yet written
+    qsizetype m_pendingBegin = 0;
+    qsizetype m_pendingEnd = 0;
 };
 
 } // namespace
@@ -226,7 +252,7 @@ bool CodeEdit::writeFile(const Path &path, bool asCopy)
     }
     const QByteArray bom = m_bomKind == BomNone ? QByteArray() : m_bom.isEmpty() ? bomBytes(m_bomKind) : m_bom;
     EncodingLineWriter lines(file, codec, ending);
-    if (!file.write(bom) || !m_buffer.writeLines(lines) || !file.commit()) {
+    if (!file.write(bom) || !m_buffer.writeLines(lines) || !lines.flushPending() || !file.commit()) {
         if (lines.unencodableLine() >= 0)
             tell(writeTitle(), QStringLiteral("Can't encode line %1 in %2").arg(lines.unencodableLine() + 1).arg(codec.name()));
         else

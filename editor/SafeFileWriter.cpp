@@ -6,11 +6,13 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr qsizetype bufferSize = 1 << 20;
+constexpr qsizetype directSize = 1 << 16;   // pieces this large skip the buffer
 constexpr int nameAttempts = 100;
 
 // Where a write to `path` must land: through symbolic links to the file they name.
@@ -107,11 +109,33 @@ bool SafeFileWriter::write(const char *data, qsizetype size)
     if (m_descriptor < 0)
         return false;
     m_written += size;
-    if (m_buffer.size() + size <= bufferSize) {
+    if (size < directSize) {
+        if (m_buffer.size() + size > bufferSize && !flush())
+            return false;
         m_buffer.append(data, size);
         return true;
     }
-    return flush() && writeOut(data, size);
+    // Large pieces go out from where they are, behind what the buffer holds, in one call.
+    iovec pieces[2] = {{m_buffer.data(), size_t(m_buffer.size())}, {const_cast<char *>(data), size_t(size)}};
+    int first = m_buffer.isEmpty() ? 1 : 0;
+    while (first < 2) {
+        const ssize_t put = ::writev(m_descriptor, pieces + first, 2 - first);
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put <= 0) {
+            fail(QStringLiteral("Can't write %1").arg(m_target));
+            return false;
+        }
+        size_t done = size_t(put);
+        while (first < 2 && done >= pieces[first].iov_len)
+            done -= pieces[first++].iov_len;
+        if (first < 2) {
+            pieces[first].iov_base = static_cast<char *>(pieces[first].iov_base) + done;
+            pieces[first].iov_len -= done;
+        }
+    }
+    m_buffer.resize(0);
+    return true;
 }
 
 bool SafeFileWriter::commit()

@@ -1,5 +1,7 @@
 #include "editor/TextFileReader.h"
 #include "editor/TextCodec.h"
+#include <QtEndian>
+#include <bit>
 #include <cstring>
 
 namespace {
@@ -82,35 +84,118 @@ private:
     qsizetype m_longest = 0;
 };
 
-// Bytes: LF and CR are found with memchr, each searched again only once passed, so a file
-// without CR is scanned for it once.
-void splitBytes(const char *data, qsizetype begin, qsizetype end, LineSplitter &splitter)
+// The LF and CR bytes of a range in order, found eight bytes at a time: most words of text hold
+// neither, and a word that does yields each of them from its bit mask.
+class TerminatorScan {
+public:
+    TerminatorScan(const char *data, qsizetype begin, qsizetype end) : m_data(data), m_base(begin - 8), m_end(end) {}
+
+    // The next terminator byte, or the end of the range.
+    qsizetype next()
+    {
+        while (m_mask == 0) {
+            m_base += 8;
+            if (m_base >= m_end)
+                return m_end;
+            m_mask = matches(load());
+        }
+        const int bit = std::countr_zero(m_mask);
+        m_mask &= m_mask - 1;
+        return m_base + bit / 8;
+    }
+
+private:
+    quint64 load() const
+    {
+        if (m_end - m_base >= 8)
+            return qFromLittleEndian<quint64>(m_data + m_base);
+        char tail[8] = {};
+        std::memcpy(tail, m_data + m_base, size_t(m_end - m_base));
+        return qFromLittleEndian<quint64>(tail);
+    }
+    // The top bit of each byte that is zero.
+    static quint64 zeroBytes(quint64 value)
+    {
+        constexpr quint64 low7 = 0x7F7F7F7F7F7F7F7FULL;
+        return ~(((value & low7) + low7) | value | low7);
+    }
+    static quint64 matches(quint64 value)
+    {
+        return zeroBytes(value ^ (lowBytes * '\n')) | zeroBytes(value ^ (lowBytes * '\r'));
+    }
+
+    const char *m_data;
+    qsizetype m_base;
+    qsizetype m_end;
+    quint64 m_mask = 0;
+};
+
+// The UTF-8 test, fed in pieces: a sequence may continue into the next piece.
+class Utf8Test {
+public:
+    void feed(const char *data, qsizetype begin, qsizetype end)
+    {
+        qsizetype i = begin;
+        for (; m_following > 0 && i < end && !m_failed; --m_following, ++i)
+            m_failed = (uchar(data[i]) & 0xC0) != 0x80;
+        while (i < end && !m_failed) {
+            while (i + 8 <= end && wordBelowDel(word(data + i)))
+                i += 8;
+            if (i >= end)
+                break;
+            const uchar lead = uchar(data[i++]);
+            if (lead <= 126)
+                continue;
+            m_ascii = false;
+            if (lead <= 191 || lead > 253) {
+                m_failed = true;
+                break;
+            }
+            m_following = lead <= 223 ? 1 : lead <= 239 ? 2 : lead <= 247 ? 3 : lead <= 251 ? 4 : 5;
+            for (; m_following > 0 && i < end && !m_failed; --m_following, ++i)
+                m_failed = (uchar(data[i]) & 0xC0) != 0x80;
+        }
+    }
+    // Running out of input inside a sequence fails too.
+    bool passed() const { return !m_failed && m_following == 0; }
+    bool ascii() const { return m_ascii; }
+
+private:
+    bool m_failed = false;
+    bool m_ascii = true;
+    int m_following = 0;
+};
+
+// Splits bytes into lines; with a test, feeds it the same bytes a piece ahead of the scan, so
+// each piece is read from memory once and tested while it is still in the cache.
+void splitBytes(const char *data, qsizetype begin, qsizetype end, LineSplitter &splitter, Utf8Test *test)
 {
-    const auto find = [&](char c, qsizetype from) {
-        const void *hit = std::memchr(data + from, c, size_t(end - from));
-        return hit ? static_cast<const char *>(hit) - data : end;
-    };
-    qsizetype nextLf = find('\n', begin);
-    qsizetype nextCr = find('\r', begin);
+    constexpr qsizetype piece = 128 * 1024;
+    qsizetype tested = begin;
+    TerminatorScan scan(data, begin, end);
     qsizetype position = begin;
     for (;;) {
-        const qsizetype stop = std::min(nextLf, nextCr);
+        if (test && position >= tested - piece / 2 && tested < end) {
+            test->feed(data, tested, std::min(end, tested + piece));
+            tested = std::min(end, tested + piece);
+        }
+        qsizetype stop = scan.next();
+        while (stop < position)   // the LF of a CR LF, already taken
+            stop = scan.next();
         splitter.line(position, stop);
-        if (stop == end)
+        if (stop >= end)
             break;
         int kind = LineEndingLf;
         qsizetype next = stop + 1;
-        if (stop == nextCr) {
+        if (data[stop] == '\r') {
             kind = next < end && data[next] == '\n' ? LineEndingCrLf : LineEndingCr;
             next += kind == LineEndingCrLf;
         }
         splitter.terminator(kind, next);
         position = next;
-        if (nextLf < position)
-            nextLf = find('\n', position);
-        if (nextCr < position)
-            nextCr = find('\r', position);
     }
+    if (test && tested < end)
+        test->feed(data, tested, end);
     splitter.close();
 }
 
@@ -138,10 +223,6 @@ void splitText(const QString &text, LineSplitter &splitter)
     splitter.close();
 }
 
-enum class ChosenBy { Name, Mark, Test, Default };
-
-bool utf8Test(const char *data, qsizetype size, bool *ascii);
-
 TextCodec defaultCodec(const TextFileOptions &options)
 {
     if (options.defaultCodec.isEmpty() || options.defaultCodec == QLatin1String("Default"))
@@ -149,56 +230,69 @@ TextCodec defaultCodec(const TextFileOptions &options)
     return TextCodec::find(options.defaultCodec).value_or(TextCodec::locale());
 }
 
+bool isByteForm(const TextCodec &codec)
+{
+    return codec.kind() == TextCodec::Kind::Latin1 || codec.kind() == TextCodec::Kind::Utf8;
+}
+
 // Marks the runs of UTF-8 text that hold only ASCII; false when a run does not decode cleanly.
 bool checkUtf8Runs(TextFileContent &content, bool allAscii)
 {
     const char *data = content.text->bytes.constData();
+    const TextCodec utf8 = *TextCodec::find(QStringLiteral("UTF-8"));
     QString scratch;
-    bool longestKnown = true;
     for (CodeEditLoadedRun &run : content.runs) {
         run.ascii = allAscii || isAscii(data + run.begin, run.end - run.begin);
         if (run.ascii)
             continue;
-        longestKnown = false;
+        content.longestLine = -1;
         scratch.resize(0);
-        if (!TextCodec::find(QStringLiteral("UTF-8"))->decode(data + run.begin, run.end - run.begin, scratch))
+        if (!utf8.decode(data + run.begin, run.end - run.begin, scratch))
             return false;
     }
-    if (!longestKnown)
-        content.longestLine = -1;
     return true;
 }
 
-// Splits the bytes after the mark with `codec`; false when they do not decode cleanly. Bytes of
-// UTF-8 and ISO-8859-1 stay bytes unless `asText`: text with replacement characters in it must be
-// decoded once, so that every later reading of a line agrees on its length.
-bool split(TextFileContent &content, const QByteArray &bytes, const TextCodec &codec,
-           bool testedAscii, bool asText = false)
+void startContent(TextFileContent &content, const TextCodec &codec, CodeEditLoadedText::Form form)
 {
     content.codecName = codec.name();
     content.lineEnding = LineEndingUnknown;
     content.inconsistent = false;
     content.runs.clear();
-    auto text = std::make_shared<CodeEditLoadedText>();
-    const qsizetype start = content.bom.size();
+    content.text = std::make_shared<CodeEditLoadedText>();
+    content.text->form = form;
+}
+
+// The bytes after the mark as lines of bytes, tested for UTF-8 on the way when asked.
+void splitAsBytes(TextFileContent &content, const QByteArray &bytes, const TextCodec &codec, Utf8Test *test)
+{
+    startContent(content, codec, codec.kind() == TextCodec::Kind::Latin1 ? CodeEditLoadedText::Form::Latin1
+                                                                        : CodeEditLoadedText::Form::Utf8);
+    content.text->bytes = bytes;
     LineSplitter splitter(content);
-    bool clean = true;
-    const bool byteForm = codec.kind() == TextCodec::Kind::Latin1 || codec.kind() == TextCodec::Kind::Utf8;
-    if (byteForm && !asText) {
-        text->form = codec.kind() == TextCodec::Kind::Latin1 ? CodeEditLoadedText::Form::Latin1
-                                                             : CodeEditLoadedText::Form::Utf8;
-        text->bytes = bytes;
-        splitBytes(text->bytes.constData(), start, text->bytes.size(), splitter);
-    } else {
-        text->form = CodeEditLoadedText::Form::Utf16;
-        clean = codec.decode(bytes.constData() + start, bytes.size() - start, text->text);
-        splitText(text->text, splitter);
-    }
-    content.text = std::move(text);
+    splitBytes(bytes.constData(), content.bom.size(), bytes.size(), splitter, test);
     content.longestLine = int(std::min<qsizetype>(splitter.longest(), INT_MAX));
-    if (codec.kind() == TextCodec::Kind::Utf8 && !asText)
-        clean = checkUtf8Runs(content, testedAscii);
+}
+
+// The bytes after the mark decoded whole; false when they do not decode cleanly.
+bool splitAsText(TextFileContent &content, const QByteArray &bytes, const TextCodec &codec)
+{
+    startContent(content, codec, CodeEditLoadedText::Form::Utf16);
+    const qsizetype start = content.bom.size();
+    const bool clean = codec.decode(bytes.constData() + start, bytes.size() - start, content.text->text);
+    LineSplitter splitter(content);
+    splitText(content.text->text, splitter);
+    content.longestLine = int(std::min<qsizetype>(splitter.longest(), INT_MAX));
     return clean;
+}
+
+// Splits with `codec`; false when the text does not decode cleanly.
+bool split(TextFileContent &content, const QByteArray &bytes, const TextCodec &codec)
+{
+    if (!isByteForm(codec))
+        return splitAsText(content, bytes, codec);
+    splitAsBytes(content, bytes, codec, nullptr);
+    return codec.kind() == TextCodec::Kind::Latin1 || checkUtf8Runs(content, false);
 }
 
 } // namespace
@@ -233,72 +327,67 @@ QByteArray bomBytes(int bomKind)
 
 bool passesUtf8Test(const char *data, qsizetype size)
 {
-    bool ascii;
-    return utf8Test(data, size, &ascii);
+    Utf8Test test;
+    test.feed(data, 0, size);
+    return test.passed();
 }
-
-namespace {
-
-bool utf8Test(const char *data, qsizetype size, bool *ascii)
-{
-    *ascii = true;
-    qsizetype i = 0;
-    while (i < size) {
-        while (i + 8 <= size && wordBelowDel(word(data + i)))
-            i += 8;
-        if (i >= size)
-            break;
-        const uchar lead = uchar(data[i++]);
-        if (lead <= 126)
-            continue;
-        *ascii = false;
-        if (lead <= 191 || lead > 253)
-            return false;
-        const int following = lead <= 223 ? 1 : lead <= 239 ? 2 : lead <= 247 ? 3 : lead <= 251 ? 4 : 5;
-        for (int k = 0; k < following; ++k, ++i) {
-            if (i >= size || (uchar(data[i]) & 0xC0) != 0x80)
-                return false;
-        }
-    }
-    return true;
-}
-
-} // namespace
 
 TextFileContent readTextFile(QByteArray bytes, const TextFileOptions &options)
 {
     TextFileContent content;
+    content.ok = true;
     content.bomKind = bomKindOf(bytes);
     content.bom = bytes.left(content.bomKind == BomUtf8 ? 3 : content.bomKind == BomNone ? 0 : 2);
-    ChosenBy chosenBy = ChosenBy::Default;
     std::optional<TextCodec> codec;
-    bool testedAscii = false;
+    bool promised = false;   // chosen by the mark or the test, which the text may belie
     if (!options.codecName.isEmpty() && options.codecName != QLatin1String("Default")) {
         codec = TextCodec::find(options.codecName).value_or(TextCodec::locale());
-        chosenBy = ChosenBy::Name;
     } else if (content.bomKind != BomNone) {
         constexpr const char *markCodecs[] = {"", "UTF-8", "UTF-16LE", "UTF-16BE"};
         codec = TextCodec::find(QLatin1String(markCodecs[content.bomKind]));
-        chosenBy = ChosenBy::Mark;
-    } else if (options.detectUtf8 && utf8Test(bytes.constData(), bytes.size(), &testedAscii)) {
-        codec = TextCodec::find(QStringLiteral("UTF-8"));
-        chosenBy = ChosenBy::Test;
-    } else {
-        codec = defaultCodec(options);
+        promised = true;
     }
-    content.ok = true;
-    if (split(content, bytes, *codec, testedAscii))
+    const TextCodec fallback = defaultCodec(options);
+    bool clean;
+    if (!codec && options.detectUtf8) {
+        // Split as bytes while testing: both UTF-8 and a byte-wise default keep the split.
+        const TextCodec utf8 = *TextCodec::find(QStringLiteral("UTF-8"));
+        Utf8Test test;
+        splitAsBytes(content, bytes, utf8, &test);
+        if (test.passed()) {
+            codec = utf8;
+            promised = true;
+            clean = checkUtf8Runs(content, test.ascii());
+        } else {
+            codec = fallback;
+            if (isByteForm(fallback)) {
+                content.codecName = fallback.name();
+                const bool latin1 = fallback.kind() == TextCodec::Kind::Latin1;
+                content.text->form = latin1 ? CodeEditLoadedText::Form::Latin1 : CodeEditLoadedText::Form::Utf8;
+                clean = latin1 || checkUtf8Runs(content, false);
+            } else {
+                clean = split(content, bytes, fallback);
+            }
+        }
+    } else {
+        codec = codec.value_or(fallback);
+        clean = split(content, bytes, *codec);
+    }
+    if (clean)
         return content;
-    if (chosenBy == ChosenBy::Mark || chosenBy == ChosenBy::Test) {
+    if (promised) {
         // Not the encoding the mark or the test promised: the mark was text, read it as such.
         content.bomKind = BomNone;
         content.bom.clear();
-        codec = defaultCodec(options);
-        if (split(content, bytes, *codec, false))
+        codec = fallback;
+        if (split(content, bytes, *codec))
             return content;
     }
     content.unclean = true;
-    if (codec->kind() == TextCodec::Kind::Utf8)
-        split(content, bytes, *codec, false, true);
+    if (codec->kind() == TextCodec::Kind::Utf8) {
+        // Text with replacement characters must be decoded once, so that every later reading
+        // of a line agrees on its length.
+        splitAsText(content, bytes, *codec);
+    }
     return content;
 }
