@@ -224,7 +224,13 @@ CodeEditLine *CodeEditBuffer::nextLine()
 void CodeEditBuffer::setLineText(Block &block, CodeEditLine &line, QString text)
 {
     const int oldLength = int(line.text.size());
-    const int newLength = int(text.size());
+    line.text = std::move(text);
+    lineChanged(block, line, oldLength);
+}
+
+void CodeEditBuffer::lineChanged(Block &block, CodeEditLine &line, int oldLength)
+{
+    const int newLength = int(line.text.size());
     for (int *longest : {&m_longestLine, &block.longest}) {
         if (*longest < 0)
             continue;
@@ -233,7 +239,6 @@ void CodeEditBuffer::setLineText(Block &block, CodeEditLine &line, QString text)
         else if (oldLength == *longest && newLength < oldLength)
             *longest = -1;
     }
-    line.text = std::move(text);
     line.dirty = 1;
     line.cachedWidth = -1;
 }
@@ -250,6 +255,17 @@ CodeEditBufferPosition CodeEditBuffer::insert(CodeEditBufferPosition position, c
     changed();
     if (text.isEmpty())
         return position;
+    if (position.line >= 0 && position.line < m_lineCount && !text.contains(u'\n')) {
+        // Text within a line, the common case of typing, changes the line in place.
+        const Located at = locate(position.line);
+        Block &block = editableBlock(at.block);
+        CodeEditLine &line = block.lines[at.line];
+        const int oldLength = int(line.text.size());
+        const int column = std::clamp(position.column, 0, oldLength);
+        line.text.insert(column, text);
+        lineChanged(block, line, oldLength);
+        return {position.line, column + int(text.size())};
+    }
     std::vector<QString> parts;
     for (const QStringView part : QStringView(text).tokenize(u'\n'))
         parts.emplace_back(part.toString());
@@ -391,7 +407,9 @@ void CodeEditBuffer::remove(CodeEditBufferPosition start, CodeEditBufferPosition
     Block &block = editableBlock(at.block);
     CodeEditLine &line = block.lines[at.line];
     if (start.line == end.line) {
-        setLineText(block, line, QString(line.text).remove(start.column, end.column - start.column));
+        const int oldLength = int(line.text.size());
+        line.text.remove(start.column, end.column - start.column);
+        lineChanged(block, line, oldLength);
         return;
     }
     const QString tail = text(end.line).mid(end.column);

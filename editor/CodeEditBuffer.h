@@ -135,6 +135,7 @@ private:
     void materialise(Block &block) const;
     Block &editableBlock(int index);
     void setLineText(Block &block, CodeEditLine &line, QString text);
+    void lineChanged(Block &block, CodeEditLine &line, int oldLength);
     void noteRemovedLength(int length);
     void insertLines(int line, std::vector<QString> &&texts);
     void removeLines(int first, int count);
