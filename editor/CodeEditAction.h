@@ -1,6 +1,7 @@
 #pragma once
 #include "editor/CodeEditBuffer.h"
 #include <QString>
+#include <QVarLengthArray>
 #include <memory>
 #include <vector>
 
@@ -105,7 +106,8 @@ enum CodeEditKind : int {
 
 // The actions of one command, undone and redone as one step.
 struct CodeEditTransaction {
-    std::vector<std::unique_ptr<CodeEditAction>> actions;
+    // Most transactions hold one action, kept inside the transaction itself.
+    QVarLengthArray<std::unique_ptr<CodeEditAction>, 1> actions;
     int kind = KindMacro;
     CodeEditBufferPosition caretBefore;
     CodeEditBufferPosition caretAfter;

@@ -114,6 +114,8 @@ CodeEditBuffer::~CodeEditBuffer() = default;
 
 CodeEditBuffer::Located CodeEditBuffer::locate(int line) const
 {
+    if (line >= m_lastBlock.first && line < m_lastBlock.first + m_lastBlock.count)
+        return {m_lastBlock.index, line - m_lastBlock.first};
     const int blocks = int(m_blocks.size());
     int position = 0;
     int remaining = line;
@@ -123,11 +125,14 @@ CodeEditBuffer::Located CodeEditBuffer::locate(int line) const
             remaining -= m_tree[position];
         }
     }
+    if (position < blocks)
+        m_lastBlock = {position, line - remaining, m_blocks[position]->count()};
     return {position, remaining};
 }
 
 void CodeEditBuffer::rebuildIndex()
 {
+    m_lastBlock = {};
     const int blocks = int(m_blocks.size());
     m_tree.assign(blocks + 1, 0);
     for (int i = 1; i <= blocks; ++i) {
@@ -140,6 +145,7 @@ void CodeEditBuffer::rebuildIndex()
 
 void CodeEditBuffer::adjustCount(int blockIndex, int delta)
 {
+    m_lastBlock = {};
     for (int i = blockIndex + 1; i < int(m_tree.size()); i += i & -i)
         m_tree[i] += delta;
     m_lineCount += delta;
@@ -421,6 +427,7 @@ void CodeEditBuffer::clear()
 {
     m_blocks.clear();
     m_tree.assign(1, 0);
+    m_lastBlock = {};
     m_lineCount = 0;
     m_longestLine = 0;
     changed();

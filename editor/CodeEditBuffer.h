@@ -155,6 +155,13 @@ private:
         int block = 0;
         int line = -1;
     } m_iterator;
+    // The block found last, for the next question about a line near it. Reset when lines come
+    // or go.
+    mutable struct LastBlock {
+        int index = 0;
+        int first = 0;
+        int count = 0;
+    } m_lastBlock;
     // Where the last read of a loaded block ended, so reading lines in order does not scan the
     // block from its start each time. Reset by every change.
     mutable struct ScanCache {
