@@ -204,8 +204,8 @@ QString CodeEdit::textBetween(CodeEditBufferPosition start, CodeEditBufferPositi
 void CodeEdit::setCaret(CodeEditBufferPosition position, bool keepVirtual)
 {
     const int lines = m_buffer.lineCount();
-    position.line = std::max(position.line, 0);
-    position.line = std::max(0, std::min(position.line, lines + m_visibleLines - 2));
+    // Without a view the caret may still reach the last line.
+    position.line = std::max(0, std::min(position.line, lines + std::max(m_visibleLines, 1) - 2));
     position.column = std::max(position.column, 0);
     m_preferredColumn = position.column;
     if (!m_settings.freeCaret && !keepVirtual) {
