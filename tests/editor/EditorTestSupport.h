@@ -3,6 +3,7 @@
 #include "editor/CodeEditQuestions.h"
 #include <QString>
 #include <QStringList>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,15 +29,17 @@ public:
     std::vector<int> replies;
 };
 
-// A document with questions recorded, its text set and nothing to undo.
+// A document with questions recorded, its text set as if read from a UTF-8 file and nothing to
+// undo. Without `text`, a document that has read nothing, so that a load detects the encoding.
 struct Document {
-    explicit Document(const QString &text = QString(), int undoMode = 1)
+    explicit Document(std::optional<QString> text = std::nullopt, int undoMode = 1)
     {
         CodeEditSettings settings;
         settings.undoMode = undoMode;
         edit.setSettings(settings);
         edit.setQuestions(&questions);
-        edit.loadBytes(text.toUtf8());
+        if (text)
+            edit.loadBytes(text->toUtf8());
     }
     std::string text() const { return edit.buffer().toText().toStdString(); }
     // The undo list as "LABEL: DESC | DESC" lines, most recent first.
