@@ -328,7 +328,7 @@ void CodeEdit::typeCharacter(const QString &character)
     if (wanted && !hasSelection() && m_redoList.empty() && !m_undoList.empty()
         && m_undoList.back()->kind == KindTyping && m_caret == m_undoList.back()->caretAfter)
         previous = m_undoList.back().get();
-    beginOperation(OperationClearBlockSelection, KindTyping);
+    beginOperation(0, KindTyping);
     deleteSelection();
     setCaret(insertText(m_caret, character, true), true);
     endOperation(0);
@@ -346,7 +346,7 @@ void CodeEdit::insertLineBreak()
 {
     if (!checkEditable())
         return;
-    beginOperation(OperationClearBlockSelection, KindLineBreak);
+    beginOperation(0, KindLineBreak);
     deleteSelection();
     setCaret(insertText(m_caret, QStringLiteral("\n"), true), true);
     endOperation(0);

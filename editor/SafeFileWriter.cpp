@@ -50,6 +50,11 @@ bool SafeFileWriter::open()
 {
     m_target = writeTarget(m_path);
     const QFileInfo target(m_target);
+    // The rename would replace a file we may not write; refuse as opening it would.
+    if (target.exists() && ::access(QFile::encodeName(m_target).constData(), W_OK) != 0) {
+        fail(QStringLiteral("Can't write %1").arg(m_target));
+        return false;
+    }
     const QString prefix = target.absolutePath() + QStringLiteral("/.") + target.fileName() + QStringLiteral(".tess-");
     // Mode 0666 lets the umask decide for a new file; an existing one lends its mode below.
     for (int attempt = 0; attempt < nameAttempts && m_descriptor < 0; ++attempt) {
