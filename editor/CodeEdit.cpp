@@ -436,7 +436,7 @@ void CodeEdit::replaceAllText(const QString &text, int kind)
 
 void CodeEdit::undo()
 {
-    if (!checkEditable() || m_undoList.empty())
+    if (m_undoList.empty() || hasPendingChanges() || !checkEditable())
         return;
     beginOperation(OperationClearStreamSelection | OperationClearBlockSelection, KindMacro);
     m_redoList.push_back(std::move(m_undoList.back()));
@@ -449,7 +449,7 @@ void CodeEdit::undo()
 
 void CodeEdit::redo()
 {
-    if (!checkEditable() || m_redoList.empty())
+    if (m_redoList.empty() || hasPendingChanges() || !checkEditable())
         return;
     beginOperation(0, KindMacro);
     m_undoList.push_back(std::move(m_redoList.back()));

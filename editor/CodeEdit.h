@@ -66,6 +66,12 @@ public:
     void beginOperation(int flags, int kind);
     void endOperation(int flags);
     [[nodiscard]] int operationDepth() const { return m_operationDepth; }
+    // An open operation has recorded changes: undo and redo wait until it ends, since the
+    // history must stay in the order the changes were made.
+    [[nodiscard]] bool hasPendingChanges() const
+    {
+        return m_currentTransaction && !m_currentTransaction->actions.empty();
+    }
     // Adds an action to the current transaction, or pushes it as a transaction of its own.
     void record(std::unique_ptr<CodeEditAction> action);
 

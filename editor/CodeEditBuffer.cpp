@@ -1,4 +1,5 @@
 #include "editor/CodeEditBuffer.h"
+#include <QStringDecoder>
 #include <algorithm>
 #include <bit>
 
@@ -41,6 +42,14 @@ int utf16Length(const char *data, qsizetype size)
     return int(units);
 }
 
+// A U+FEFF that starts a line is text like any other: Qt's plain conversion would drop it.
+QString decodeUtf8(const char *data, qsizetype size)
+{
+    QStringDecoder decoder(QStringConverter::Utf8,
+                           QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
+    return decoder.decode(QByteArrayView(data, size));
+}
+
 } // namespace
 
 struct CodeEditBuffer::Block {
@@ -80,7 +89,7 @@ struct CodeEditBuffer::Block {
             return QString::fromLatin1(source->bytes.constData() + r.first, size);
         case CodeEditLoadedText::Form::Utf8:
             return run.ascii ? QString::fromLatin1(source->bytes.constData() + r.first, size)
-                             : QString::fromUtf8(source->bytes.constData() + r.first, size);
+                             : decodeUtf8(source->bytes.constData() + r.first, size);
         case CodeEditLoadedText::Form::Utf16:
             break;
         }

@@ -240,10 +240,7 @@ Result CodeEditScript::runLine(const QString &line, int number)
     const std::optional<QString> op = parsed.word();
     if (!op)
         return bad(QStringLiteral("an operation starts with its name, not with text"));
-    const Result result = execute(*op, parsed);
-    if (result.status == Status::Ok && !parsed.atEnd())
-        return bad(QStringLiteral("unexpected '%1' after %2").arg(parsed.tokens[parsed.next].text, *op));
-    return result;
+    return execute(*op, parsed);
 }
 
 Result CodeEditScript::finish()
@@ -289,26 +286,23 @@ std::optional<CodeEditBufferPosition> CodeEditScript::position(Parsed &arguments
     return position;
 }
 
+// Every operation reads all its arguments before it acts, so a bad line changes nothing.
 Result CodeEditScript::editOp(const QString &op, Parsed &arguments)
 {
     Result error;
-    const auto count = [&]() -> std::optional<int> {
-        const std::optional<QString> word = arguments.word();
-        if (!word)
-            return 1;
-        bool ok = false;
-        const int n = word->toInt(&ok);
-        if (!ok || n < 1) {
-            error = bad(QStringLiteral("bad count '%1'").arg(*word));
-            return std::nullopt;
-        }
-        return n;
+    const auto extra = [&]() -> bool {
+        if (arguments.atEnd())
+            return false;
+        error = bad(QStringLiteral("unexpected '%1' after %2").arg(arguments.tokens[arguments.next].text, op));
+        return true;
     };
     if (op == QLatin1String("insert")) {
         const auto at = position(arguments, error);
         const auto text = at ? arguments.text() : std::nullopt;
         if (!text)
             return at ? bad(QStringLiteral("insert needs a quoted TEXT")) : error;
+        if (extra())
+            return error;
         m_edit.beginOperation(0, KindPaste);
         m_edit.setCaret(m_edit.insertText(*at, *text, true), true);
         m_edit.endOperation(0);
@@ -321,25 +315,15 @@ Result CodeEditScript::editOp(const QString &op, Parsed &arguments)
         const auto text = replacing ? arguments.text() : QString();
         if (!text)
             return bad(QStringLiteral("replace needs a quoted TEXT"));
-        const CodeEditBufferPosition start = std::min(*from, *to);
-        const CodeEditBufferPosition end = std::max(*from, *to);
-        m_edit.beginOperation(0, replacing ? KindPaste : KindDelete);
-        const QString old = m_edit.textBetween(start, end);
-        if (replacing && start.line == end.line && !old.isEmpty() && !text->contains(u'\n')
-            && start.column < m_edit.buffer().lineLength(start.line)) {
-            m_edit.replaceText(start, int(old.size()), *text, true);
-            m_edit.setCaret({start.line, start.column + int(text->size())});
-        } else {
-            m_edit.deleteText(start, end, true);
-            m_edit.setCaret(start);
-            if (replacing)
-                m_edit.setCaret(m_edit.insertText(m_edit.caret(), *text, true), true);
-        }
-        m_edit.endOperation(0);
+        if (extra())
+            return error;
+        replaceRange(std::min(*from, *to), std::max(*from, *to), replacing ? text : std::nullopt);
     } else if (op == QLatin1String("type")) {
         const auto text = arguments.text();
         if (!text)
             return bad(QStringLiteral("type needs a quoted TEXT"));
+        if (extra())
+            return error;
         for (qsizetype i = 0; i < text->size(); ++i) {
             const bool pair = text->at(i).isHighSurrogate() && i + 1 < text->size() && text->at(i + 1).isLowSurrogate();
             if (text->at(i) == u'\n')
@@ -352,9 +336,14 @@ Result CodeEditScript::editOp(const QString &op, Parsed &arguments)
         const auto at = position(arguments, error);
         if (!at)
             return error;
-        m_edit.setCaret(*at, arguments.optionalWord("virtual"));
+        const bool keepVirtual = arguments.optionalWord("virtual");
+        if (extra())
+            return error;
+        m_edit.setCaret(*at, keepVirtual);
     } else if (op == QLatin1String("select")) {
         if (arguments.optionalWord("none")) {
+            if (extra())
+                return error;
             m_edit.clearSelection();
             return {};
         }
@@ -363,37 +352,72 @@ Result CodeEditScript::editOp(const QString &op, Parsed &arguments)
         if (!end)
             return error;
         const int mode = arguments.optionalWord("block") ? SelectionBlock : SelectionStream;
+        if (extra())
+            return error;
         m_edit.setSelection(*anchor, *end, mode);
         m_edit.setCaret(*end, mode == SelectionBlock);
-    } else if (op == QLatin1String("begin")) {
-        int kind = KindMacro;
+    } else {
+        return historyOp(op, arguments);
+    }
+    return {};
+}
+
+void CodeEditScript::replaceRange(CodeEditBufferPosition start, CodeEditBufferPosition end, const std::optional<QString> &text)
+{
+    m_edit.beginOperation(0, text ? KindPaste : KindDelete);
+    const QString old = m_edit.textBetween(start, end);
+    if (text && start.line == end.line && !old.isEmpty() && !text->contains(u'\n')
+        && start.column < m_edit.buffer().lineLength(start.line)) {
+        m_edit.replaceText(start, int(old.size()), *text, true);
+        m_edit.setCaret({start.line, start.column + int(text->size())});
+    } else {
+        m_edit.deleteText(start, end, true);
+        m_edit.setCaret(start);
+        if (text)
+            m_edit.setCaret(m_edit.insertText(m_edit.caret(), *text, true), true);
+    }
+    m_edit.endOperation(0);
+}
+
+Result CodeEditScript::historyOp(const QString &op, Parsed &arguments)
+{
+    std::optional<int> number;
+    if (op == QLatin1String("begin") || op == QLatin1String("undo") || op == QLatin1String("redo")) {
         if (const std::optional<QString> word = arguments.word()) {
             bool ok = false;
-            kind = word->toInt(&ok);
-            if (!ok)
-                return bad(QStringLiteral("bad kind '%1' (a number)").arg(*word));
+            number = word->toInt(&ok);
+            if (!ok || (op != QLatin1String("begin") && *number < 1))
+                return bad(QStringLiteral("bad %1 '%2'").arg(QLatin1String(op == QLatin1String("begin") ? "kind" : "count"), *word));
         }
-        m_edit.beginOperation(0, kind);
+    }
+    if (!arguments.atEnd())
+        return bad(QStringLiteral("unexpected '%1' after %2").arg(arguments.tokens[arguments.next].text, op));
+    if (op == QLatin1String("begin")) {
+        m_edit.beginOperation(0, number.value_or(KindMacro));
         m_beginLines.push_back(m_lineNumber);
-    } else if (op == QLatin1String("end")) {
+        return {};
+    }
+    if (op == QLatin1String("end")) {
         if (m_beginLines.empty())
             return bad(QStringLiteral("end without begin"));
         m_edit.endOperation(0);
         m_beginLines.pop_back();
-    } else if (op == QLatin1String("undo") || op == QLatin1String("redo")) {
-        const std::optional<int> n = count();
-        if (!n)
-            return error;
-        for (int i = 0; i < *n && (op == QLatin1String("undo") ? m_edit.undoCount() : m_edit.redoCount()) > 0; ++i)
-            op == QLatin1String("undo") ? m_edit.undo() : m_edit.redo();
-    } else {
-        QString message;
-        const QMetaObject::Connection connection =
-            QObject::connect(&m_edit, &CodeEdit::statusMessage, [&message](const QString &text) { message = text; });
-        op == QLatin1String("undo-all") ? m_edit.undoAll() : m_edit.redoAll();
-        QObject::disconnect(connection);
-        write(message + u'\n');
+        return {};
     }
+    if (m_edit.hasPendingChanges())
+        return bad(QStringLiteral("%1 inside an operation that has changed the text").arg(op));
+    const bool undoing = op.startsWith(QLatin1String("undo"));
+    if (!op.endsWith(QLatin1String("-all"))) {
+        for (int i = 0; i < number.value_or(1) && (undoing ? m_edit.undoCount() : m_edit.redoCount()) > 0; ++i)
+            undoing ? m_edit.undo() : m_edit.redo();
+        return {};
+    }
+    QString message;
+    const QMetaObject::Connection connection =
+        QObject::connect(&m_edit, &CodeEdit::statusMessage, [&message](const QString &text) { message = text; });
+    undoing ? m_edit.undoAll() : m_edit.redoAll();
+    QObject::disconnect(connection);
+    write(message + u'\n');
     return {};
 }
 
@@ -401,15 +425,17 @@ Result CodeEditScript::fileOp(const QString &op, Parsed &arguments)
 {
     if (op == QLatin1String("eol")) {
         const std::optional<QString> word = arguments.word();
-        for (int ending = LineEndingCrLf; ending <= LineEndingCr; ++ending) {
-            if (word && *word == QLatin1String(endingNames[ending])) {
-                if (m_edit.lineEnding() != ending)
-                    m_edit.setForceModified(true);
-                m_edit.setLineEnding(ending);
-                return {};
-            }
-        }
-        return bad(QStringLiteral("eol takes lf, crlf or cr"));
+        int ending = -1;
+        for (int i = LineEndingCrLf; i <= LineEndingCr; ++i)
+            ending = word && *word == QLatin1String(endingNames[i]) ? i : ending;
+        if (ending < 0)
+            return bad(QStringLiteral("eol takes lf, crlf or cr"));
+        if (!arguments.atEnd())
+            return bad(QStringLiteral("unexpected '%1' after eol").arg(arguments.tokens[arguments.next].text));
+        if (m_edit.lineEnding() != ending)
+            m_edit.setForceModified(true);
+        m_edit.setLineEnding(ending);
+        return {};
     }
     if (op == QLatin1String("encoding")) {
         const std::optional<QString> name = arguments.word();
@@ -424,44 +450,48 @@ Result CodeEditScript::fileOp(const QString &op, Parsed &arguments)
             if (bom == BomNone)
                 return bad(QStringLiteral("%1 has no byte order mark").arg(codec->name()));
         }
+        if (!arguments.atEnd())
+            return bad(QStringLiteral("unexpected '%1' after encoding").arg(arguments.tokens[arguments.next].text));
         if (codec->name() != m_edit.codecName() || bom != m_edit.bomKind())
             m_edit.setForceModified(true);
         m_edit.setCodecName(codec->name());
         m_edit.setBomKind(bom);
         return {};
     }
-    const bool needsPath = op == QLatin1String("save-copy");
     std::optional<QString> path;
     if (op != QLatin1String("autosave")) {
         path = arguments.text();
         if (!path)
             path = arguments.word();
     }
-    if (needsPath && !path)
+    if (op == QLatin1String("save-copy") && !path)
         return bad(QStringLiteral("save-copy needs a PATH"));
+    if (!arguments.atEnd())
+        return bad(QStringLiteral("unexpected '%1' after %2").arg(arguments.tokens[arguments.next].text, op));
     if (!m_filesAllowed)
         return {};
     if (op == QLatin1String("autosave"))
         return outcome(m_edit.writeRecovery());
-    if (needsPath)
+    if (op == QLatin1String("save-copy"))
         return outcome(m_edit.saveCopyAs(Path(*path)));
     return outcome(path ? m_edit.saveAs(Path(*path)) : m_edit.save());
 }
 
 Result CodeEditScript::reportOp(const QString &op, Parsed &arguments)
 {
-    if (op == QLatin1String("print")) {
+    const std::optional<QString> text = op == QLatin1String("echo") ? arguments.text() : QString();
+    if (!text)
+        return bad(QStringLiteral("echo needs a quoted TEXT"));
+    if (!arguments.atEnd())
+        return bad(QStringLiteral("unexpected '%1' after %2").arg(arguments.tokens[arguments.next].text, op));
+    if (op == QLatin1String("print"))
         printText();
-    } else if (op == QLatin1String("echo")) {
-        const std::optional<QString> text = arguments.text();
-        if (!text)
-            return bad(QStringLiteral("echo needs a quoted TEXT"));
+    else if (op == QLatin1String("echo"))
         write(*text + u'\n');
-    } else if (op == QLatin1String("state")) {
+    else if (op == QLatin1String("state"))
         writeState();
-    } else {
+    else
         writeUndoList();
-    }
     return {};
 }
 

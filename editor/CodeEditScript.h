@@ -45,6 +45,8 @@ private:
     Result runLine(const QString &line, int number);
     Result execute(const QString &op, Parsed &arguments);
     Result editOp(const QString &op, Parsed &arguments);
+    Result historyOp(const QString &op, Parsed &arguments);
+    void replaceRange(CodeEditBufferPosition start, CodeEditBufferPosition end, const std::optional<QString> &text);
     Result fileOp(const QString &op, Parsed &arguments);
     Result reportOp(const QString &op, Parsed &arguments);
     std::optional<CodeEditBufferPosition> position(Parsed &arguments, Result &error) const;

@@ -48,7 +48,8 @@ bool hasLoneSurrogate(QStringView text)
 
 bool decodeWith(QStringConverter::Encoding encoding, const char *data, qsizetype size, QString &text)
 {
-    QStringDecoder decoder(encoding, QStringConverter::Flag::Stateless);
+    // The mark, when there was one, is gone already: a U+FEFF left at the start is text.
+    QStringDecoder decoder(encoding, QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
     const qsizetype start = text.size();
     text.resize(start + decoder.requiredSpace(size));
     QChar *end = decoder.appendToBuffer(text.data() + start, QByteArrayView(data, size));

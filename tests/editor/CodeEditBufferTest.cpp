@@ -235,6 +235,14 @@ TEST(BufferLoadedText, LinesReadTheSameBeforeAndAfterTheirBlockIsEdited)
     EXPECT_EQ(linesOf(buffer), expected);
 }
 
+TEST(BufferLoadedText, ALineStartingWithFeffKeepsIt)
+{
+    CodeEditBuffer buffer;
+    loadInto(buffer, "x\r\xEF\xBB\xBF\xC3\xA9");
+    EXPECT_EQ(buffer.text(1), QStringLiteral("\uFEFF\u00E9"));
+    EXPECT_EQ(buffer.lineLength(1), 2);
+}
+
 // The block store against a vector of lines: random inserts and removes, with and without line
 // breaks, from a loaded text and from set text, keep every line, the count and the longest line.
 struct ModelCase {

@@ -108,6 +108,9 @@ INSTANTIATE_TEST_SUITE_P(Files, CodecChoice, ::testing::Values(
     CodecCase{"forcedNameWins", "caf\xc3\xa9", "ISO-8859-1", "ISO-8859-1", BomNone, "caf\xc3\x83\xc2\xa9"},
     CodecCase{"forcedWindows1252", "\x80" "5", "windows-1252", "windows-1252", BomNone, "\xe2\x82\xac" "5"},
     CodecCase{"forcedUtf8Unclean", "a\xff", "UTF-8", "UTF-8", BomNone, "a\xef\xbf\xbd", true},
+    CodecCase{"feffKeptInsideText", "a\n\xEF\xBB\xBF" "b", "", "UTF-8", BomNone, "a"},
+    CodecCase{"secondMarkIsText", "\xEF\xBB\xBF\xEF\xBB\xBFx", "", "UTF-8", BomUtf8, "\xEF\xBB\xBFx"},
+    CodecCase{"secondUtf16MarkIsText", QByteArray("\xFF\xFE\xFF\xFEx\0", 6), "", "UTF-16LE", BomUtf16LE, "\xEF\xBB\xBFx"},
     CodecCase{"defaultNameDetects", "caf\xc3\xa9", "Default", "UTF-8", BomNone, "caf\xc3\xa9"}),
     [](const auto &info) { return std::string(info.param.name); });
 
