@@ -124,6 +124,8 @@ public:
     // Writes the text to the recovery file, kept locked while the document lives.
     bool writeRecovery();
     [[nodiscard]] QString recoveryPath() const;
+    // The recovery file holds the present text (or nothing was changed since the load).
+    [[nodiscard]] bool recoveryUpToDate() const { return topSerial() == m_recoveryTop; }
     [[nodiscard]] QString caption() const { return m_caption; }
 
     // Edit

@@ -166,7 +166,9 @@ void CodeEdit::takeFileFacts(const Path &path)
 bool CodeEdit::load(const Path &path)
 {
     QFile file(path.text());
-    if (QFileInfo(path.text()).isDir() || !file.open(QIODevice::ReadOnly)) {
+    // Only regular files: a pipe would block the open, a device never end.
+    const QFileInfo info(path.text());
+    if (!info.isFile() || !file.open(QIODevice::ReadOnly)) {
         tell(readTitle(), QStringLiteral("Can't open %1 for reading").arg(path.text()));
         return false;
     }
@@ -327,7 +329,8 @@ bool CodeEdit::writeRecovery()
 void CodeEdit::offerRecovery()
 {
     auto recovery = std::make_unique<CodeEditRecoveryFile>(recoveryPath());
-    if (!recovery->open(false))
+    // A document that cannot take the text leaves the file for a session that can.
+    if (!isEditable() || !recovery->open(false))
         return;
     const QString question = QStringLiteral("An unsaved version of ") + m_path.text()
                              + QStringLiteral(" from another session has been found.\n\nDo you want to "

@@ -19,7 +19,7 @@ Result outcome(bool ok)
     return {ok ? Status::Ok : Status::Failed, QString()};
 }
 
-enum class Group { Edit, File, Report };
+enum class Group { Edit, History, File, Report };
 
 struct OpRow {
     const char *name;
@@ -29,8 +29,8 @@ struct OpRow {
 constexpr OpRow opRows[] = {
     {"insert", Group::Edit},    {"delete", Group::Edit},      {"replace", Group::Edit},
     {"type", Group::Edit},      {"caret", Group::Edit},       {"select", Group::Edit},
-    {"begin", Group::Edit},     {"end", Group::Edit},         {"undo", Group::Edit},
-    {"redo", Group::Edit},      {"undo-all", Group::Edit},    {"redo-all", Group::Edit},
+    {"begin", Group::History},  {"end", Group::History},      {"undo", Group::History},
+    {"redo", Group::History},   {"undo-all", Group::History}, {"redo-all", Group::History},
     {"eol", Group::File},       {"encoding", Group::File},    {"save", Group::File},
     {"save-copy", Group::File}, {"autosave", Group::File},    {"print", Group::Report},
     {"echo", Group::Report},    {"state", Group::Report},     {"undo-list", Group::Report},
@@ -258,6 +258,8 @@ Result CodeEditScript::execute(const QString &op, Parsed &arguments)
         switch (row.group) {
         case Group::Edit:
             return editOp(op, arguments);
+        case Group::History:
+            return historyOp(op, arguments);
         case Group::File:
             return fileOp(op, arguments);
         case Group::Report:
@@ -356,8 +358,6 @@ Result CodeEditScript::editOp(const QString &op, Parsed &arguments)
             return error;
         m_edit.setSelection(*anchor, *end, mode);
         m_edit.setCaret(*end, mode == SelectionBlock);
-    } else {
-        return historyOp(op, arguments);
     }
     return {};
 }
