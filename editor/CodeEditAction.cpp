@@ -1,5 +1,9 @@
 #include "editor/CodeEditAction.h"
 #include "editor/CodeEdit.h"
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <vector>
 
 namespace {
 
@@ -44,7 +48,82 @@ constexpr KindLabel kindLabels[] = {
     {KindAlign, "Align"},
 };
 
+// Free lists of blocks in steps of 16 bytes up to 128, cut from 256 KiB slabs. Freed blocks are
+// kept for the next records rather than given back.
+class SmallBlocks {
+public:
+    static constexpr size_t largest = 128;
+
+    void *take(size_t size)
+    {
+        Free *&list = m_free[(size - 1) / 16];
+        if (list) {
+            Free *block = list;
+            list = block->next;
+            return block;
+        }
+        const size_t rounded = (size + 15) & ~size_t(15);
+        if (m_left < rounded) {
+            m_slabs.push_back(std::make_unique<std::byte[]>(slabSize));
+            m_next = m_slabs.back().get();
+            m_left = slabSize;
+        }
+        void *block = m_next;
+        m_next += rounded;
+        m_left -= rounded;
+        return block;
+    }
+    void give(void *block, size_t size)
+    {
+        Free *&list = m_free[(size - 1) / 16];
+        list = new (block) Free{list};
+    }
+
+private:
+    struct Free {
+        Free *next;
+    };
+    static constexpr size_t slabSize = 256 * 1024;
+    Free *m_free[largest / 16] = {};
+    std::vector<std::unique_ptr<std::byte[]>> m_slabs;
+    std::byte *m_next = nullptr;
+    size_t m_left = 0;
+};
+
+// Under AddressSanitizer every record is an allocation of its own, so that a record used after
+// it was freed is caught.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool pooled = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool pooled = false;
+#else
+constexpr bool pooled = true;
+#endif
+#else
+constexpr bool pooled = true;
+#endif
+
+SmallBlocks &smallBlocks()
+{
+    thread_local SmallBlocks blocks;
+    return blocks;
+}
+
 } // namespace
+
+void *CodeEditUndoStorage::operator new(size_t size)
+{
+    return pooled && size <= SmallBlocks::largest ? smallBlocks().take(size) : ::operator new(size);
+}
+
+void CodeEditUndoStorage::operator delete(void *block, size_t size)
+{
+    if (pooled && size <= SmallBlocks::largest)
+        smallBlocks().give(block, size);
+    else
+        ::operator delete(block);
+}
 
 CodeEditAction::~CodeEditAction() = default;
 
