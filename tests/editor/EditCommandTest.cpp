@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -190,6 +191,17 @@ TEST(EditCommand, MixedEndingsAreToldAndSavedWithOneEnding)
                            + " has inconsistent line endings; all line endings have been changed to native line endings\n");
     EXPECT_EQ(run.out, "modified=yes undo=0 redo=0 caret=1:1 lines=3 eol=lf encoding=UTF-8 bom=none\n");
     EXPECT_EQ(readFile(edit.path("out.txt")), "a\nb\nc");
+}
+
+TEST(EditCommand, PipesAndDevicesAreRefusedRatherThanWaitedFor)
+{
+    EditRun edit;
+    ASSERT_EQ(::mkfifo(QFile::encodeName(edit.path("pipe")).constData(), 0600), 0);
+    for (const QString &path : {edit.path("pipe"), QStringLiteral("/dev/zero"), edit.folder.path()}) {
+        const auto run = edit.run({path, "-e", "state"});
+        EXPECT_EQ(run.exitCode, 1) << path.toStdString();
+        EXPECT_EQ(run.err, "tess edit: Can't open " + path.toUtf8() + " for reading\n");
+    }
 }
 
 TEST(EditCommand, HugeFilesAreRefusedBeforeReading)
