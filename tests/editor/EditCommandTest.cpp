@@ -44,10 +44,11 @@ TEST_P(EditScripts, PrintWhatTheOperationsDid)
     EXPECT_EQ(run.exitCode, 0) << run.err.constData();
     EXPECT_EQ(run.out, c.out);
     EXPECT_EQ(readFile(edit.path("in.txt")), c.file);   // nothing is written unless asked
-    if (!c.saved.isNull())
+    if (!c.saved.isNull()) {
         EXPECT_EQ(readFile(edit.path("out.txt")), c.saved);
-    else
+    } else {
         EXPECT_EQ(edit.files(), QStringList{QStringLiteral("in.txt")});
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Scripts, EditScripts, ::testing::Values(

@@ -181,8 +181,9 @@ TEST_P(Encoding, RefusesCharactersWithoutBytes)
     ASSERT_TRUE(codec);
     QByteArray bytes;
     EXPECT_EQ(codec->encode(GetParam().text, bytes), !GetParam().bytes.isEmpty());
-    if (!GetParam().bytes.isEmpty())
+    if (!GetParam().bytes.isEmpty()) {
         EXPECT_EQ(bytes, GetParam().bytes);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, Encoding, ::testing::Values(
