@@ -93,16 +93,6 @@ void CodeEdit::record(std::unique_ptr<CodeEditAction> action)
         endOperation(0);
 }
 
-CodeEditBufferPosition CodeEdit::clamped(CodeEditBufferPosition position) const
-{
-    const int last = m_buffer.lineCount() - 1;
-    if (position.line < 0)
-        return {0, 0};
-    if (position.line > last)
-        return {last, m_buffer.lineLength(last)};
-    return {position.line, std::clamp(position.column, 0, m_buffer.lineLength(position.line))};
-}
-
 CodeEditBufferPosition CodeEdit::insertAndRecord(CodeEditBufferPosition position, const QString &text, bool record)
 {
     const CodeEditBufferPosition end = m_buffer.insert(position, text);
@@ -160,8 +150,8 @@ void CodeEdit::deleteText(CodeEditBufferPosition start, CodeEditBufferPosition e
 {
     if (!checkEditable())
         return;
-    start = clamped(start);
-    end = clamped(end);
+    start = m_buffer.clamped(start);
+    end = m_buffer.clamped(end);
     if (end < start)
         std::swap(start, end);
     if (start == end)
@@ -177,7 +167,7 @@ void CodeEdit::replaceText(CodeEditBufferPosition start, int length, const QStri
 {
     if (!checkEditable())
         return;
-    start = clamped(start);
+    start = m_buffer.clamped(start);
     length = std::clamp(length, 0, m_buffer.lineLength(start.line) - start.column);
     const CodeEditBufferPosition end{start.line, start.column + length};
     const QString old = textBetween(start, end);
@@ -189,8 +179,8 @@ void CodeEdit::replaceText(CodeEditBufferPosition start, int length, const QStri
 
 QString CodeEdit::textBetween(CodeEditBufferPosition start, CodeEditBufferPosition end) const
 {
-    start = clamped(start);
-    end = clamped(end);
+    start = m_buffer.clamped(start);
+    end = m_buffer.clamped(end);
     if (end < start)
         std::swap(start, end);
     if (start.line == end.line)
@@ -461,33 +451,29 @@ void CodeEdit::redo()
 
 int CodeEdit::undoAll()
 {
-    int count = 0;
-    beginOperation(0, KindMacro);
-    while (!m_undoList.empty()) {
-        const size_t before = m_undoList.size();
-        undo();
-        if (m_undoList.size() == before)
-            break;
-        ++count;
-    }
-    endOperation(0);
-    emit statusMessage(QStringLiteral("Undone %1 actions").arg(count));
-    return count;
+    return repeatAll(true);
 }
 
 int CodeEdit::redoAll()
 {
+    return repeatAll(false);
+}
+
+// Undoes or redoes inside one outer operation until the list is empty, and says how many.
+int CodeEdit::repeatAll(bool undoing)
+{
+    const std::vector<std::unique_ptr<CodeEditTransaction>> &list = undoing ? m_undoList : m_redoList;
     int count = 0;
     beginOperation(0, KindMacro);
-    while (!m_redoList.empty()) {
-        const size_t before = m_redoList.size();
-        redo();
-        if (m_redoList.size() == before)
+    while (!list.empty()) {
+        const size_t before = list.size();
+        undoing ? undo() : redo();
+        if (list.size() == before)
             break;
         ++count;
     }
     endOperation(0);
-    emit statusMessage(QStringLiteral("Redone %1 actions").arg(count));
+    emit statusMessage((undoing ? QStringLiteral("Undone %1 actions") : QStringLiteral("Redone %1 actions")).arg(count));
     return count;
 }
 

@@ -163,8 +163,8 @@ private:
     CodeEditBufferPosition makePositionExist(CodeEditBufferPosition position, bool record);
     QString fillerFor(int line, int length, int column) const;
     CodeEditBufferPosition insertAndRecord(CodeEditBufferPosition position, const QString &text, bool record);
-    CodeEditBufferPosition clamped(CodeEditBufferPosition position) const;
     void keepCaretVisible();
+    int repeatAll(bool undoing);
     void resetDocument();
     void recordRestorePoints(bool &recorded);
     template <typename Rewrite> void rewriteLeadingSpace(int kind, Rewrite rewrite);

@@ -405,15 +405,8 @@ void CodeEditBuffer::remove(CodeEditBufferPosition start, CodeEditBufferPosition
     changed();
     if (m_lineCount == 0)
         return;
-    const auto clamp = [this](CodeEditBufferPosition p) {
-        if (p.line < 0)
-            return CodeEditBufferPosition{0, 0};
-        if (p.line >= m_lineCount)
-            return CodeEditBufferPosition{m_lineCount - 1, lineLength(m_lineCount - 1)};
-        return CodeEditBufferPosition{p.line, std::clamp(p.column, 0, lineLength(p.line))};
-    };
-    start = clamp(start);
-    end = clamp(end);
+    start = clamped(start);
+    end = clamped(end);
     if (end < start)
         std::swap(start, end);
     if (start == end)
@@ -430,6 +423,15 @@ void CodeEditBuffer::remove(CodeEditBufferPosition start, CodeEditBufferPosition
     const QString tail = text(end.line).mid(end.column);
     setLineText(block, line, line.text.left(start.column) + tail);
     removeLines(start.line + 1, end.line - start.line);
+}
+
+CodeEditBufferPosition CodeEditBuffer::clamped(CodeEditBufferPosition position) const
+{
+    if (position.line < 0 || m_lineCount == 0)
+        return {0, 0};
+    if (position.line >= m_lineCount)
+        return {m_lineCount - 1, lineLength(m_lineCount - 1)};
+    return {position.line, std::clamp(position.column, 0, lineLength(position.line))};
 }
 
 void CodeEditBuffer::clear()

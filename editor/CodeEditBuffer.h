@@ -99,6 +99,8 @@ public:
     CodeEditBufferPosition insert(CodeEditBufferPosition position, const QString &text);
     // Removes [start, end), both clamped to the text.
     void remove(CodeEditBufferPosition start, CodeEditBufferPosition end);
+    // The nearest position inside the text.
+    [[nodiscard]] CodeEditBufferPosition clamped(CodeEditBufferPosition position) const;
     // No lines at all.
     void clear();
     // Replaces everything with the lines of `text` split at "\n": at least one line.
