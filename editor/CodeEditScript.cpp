@@ -19,23 +19,6 @@ Result outcome(bool ok)
     return {ok ? Status::Ok : Status::Failed, QString()};
 }
 
-enum class Group { Edit, History, File, Report };
-
-struct OpRow {
-    const char *name;
-    Group group;
-};
-
-constexpr OpRow opRows[] = {
-    {"insert", Group::Edit},    {"delete", Group::Edit},      {"replace", Group::Edit},
-    {"type", Group::Edit},      {"caret", Group::Edit},       {"select", Group::Edit},
-    {"begin", Group::History},  {"end", Group::History},      {"undo", Group::History},
-    {"redo", Group::History},   {"undo-all", Group::History}, {"redo-all", Group::History},
-    {"eol", Group::File},       {"encoding", Group::File},    {"save", Group::File},
-    {"save-copy", Group::File}, {"autosave", Group::File},    {"print", Group::Report},
-    {"echo", Group::Report},    {"state", Group::Report},     {"undo-list", Group::Report},
-};
-
 constexpr const char *endingNames[] = {"crlf", "lf", "cr", "unknown"};
 constexpr const char *bomNames[] = {"none", "utf-8", "utf-16le", "utf-16be"};
 
@@ -189,6 +172,14 @@ struct CodeEditScript::Parsed {
         ++next;
         return true;
     }
+    // True when nothing is left; otherwise `error` says what was too much.
+    bool finished(const QString &op, Result &error) const
+    {
+        if (atEnd())
+            return true;
+        error = bad(QStringLiteral("unexpected '%1' after %2").arg(tokens[next].text, op));
+        return false;
+    }
 };
 
 CodeEditScript::CodeEditScript(CodeEdit &edit, std::function<void(QByteArrayView)> output)
@@ -250,21 +241,26 @@ Result CodeEditScript::finish()
     return bad(QStringLiteral("script line %1: begin without its end").arg(m_beginLines.back()));
 }
 
+// Every operation reads all its arguments before it acts, so a bad line changes nothing.
+const CodeEditScript::OpRow CodeEditScript::opRows[] = {
+    {"insert", &CodeEditScript::insertOp},   {"delete", &CodeEditScript::rangeOp},
+    {"replace", &CodeEditScript::rangeOp},   {"type", &CodeEditScript::typeOp},
+    {"caret", &CodeEditScript::caretOp},     {"select", &CodeEditScript::selectOp},
+    {"begin", &CodeEditScript::beginOp},     {"end", &CodeEditScript::endOp},
+    {"undo", &CodeEditScript::undoOp},       {"redo", &CodeEditScript::undoOp},
+    {"undo-all", &CodeEditScript::undoOp},   {"redo-all", &CodeEditScript::undoOp},
+    {"eol", &CodeEditScript::eolOp},         {"encoding", &CodeEditScript::encodingOp},
+    {"save", &CodeEditScript::saveOp},       {"save-copy", &CodeEditScript::saveOp},
+    {"autosave", &CodeEditScript::saveOp},   {"print", &CodeEditScript::reportOp},
+    {"echo", &CodeEditScript::reportOp},     {"state", &CodeEditScript::reportOp},
+    {"undo-list", &CodeEditScript::reportOp},
+};
+
 Result CodeEditScript::execute(const QString &op, Parsed &arguments)
 {
     for (const OpRow &row : opRows) {
-        if (op != QLatin1String(row.name))
-            continue;
-        switch (row.group) {
-        case Group::Edit:
-            return editOp(op, arguments);
-        case Group::History:
-            return historyOp(op, arguments);
-        case Group::File:
-            return fileOp(op, arguments);
-        case Group::Report:
-            return reportOp(op, arguments);
-        }
+        if (op == QLatin1String(row.name))
+            return (this->*row.run)(op, arguments);
     }
     return bad(QStringLiteral("unknown operation '%1'").arg(op));
 }
@@ -288,127 +284,158 @@ std::optional<CodeEditBufferPosition> CodeEditScript::position(Parsed &arguments
     return position;
 }
 
-// Every operation reads all its arguments before it acts, so a bad line changes nothing.
-Result CodeEditScript::editOp(const QString &op, Parsed &arguments)
+Result CodeEditScript::insertOp(const QString &op, Parsed &arguments)
 {
     Result error;
-    const auto extra = [&]() -> bool {
-        if (arguments.atEnd())
-            return false;
-        error = bad(QStringLiteral("unexpected '%1' after %2").arg(arguments.tokens[arguments.next].text, op));
-        return true;
-    };
-    if (op == QLatin1String("insert")) {
-        const auto at = position(arguments, error);
-        const auto text = at ? arguments.text() : std::nullopt;
-        if (!text)
-            return at ? bad(QStringLiteral("insert needs a quoted TEXT")) : error;
-        if (extra())
-            return error;
-        m_edit.beginOperation(0, KindPaste);
-        m_edit.setCaret(m_edit.insertText(*at, *text, true), true);
-        m_edit.endOperation(0);
-    } else if (op == QLatin1String("delete") || op == QLatin1String("replace")) {
-        const auto from = position(arguments, error);
-        const auto to = from ? position(arguments, error) : std::nullopt;
-        if (!to)
-            return error;
-        const bool replacing = op == QLatin1String("replace");
-        const auto text = replacing ? arguments.text() : QString();
-        if (!text)
-            return bad(QStringLiteral("replace needs a quoted TEXT"));
-        if (extra())
-            return error;
-        replaceRange(std::min(*from, *to), std::max(*from, *to), replacing ? text : std::nullopt);
-    } else if (op == QLatin1String("type")) {
-        const auto text = arguments.text();
-        if (!text)
-            return bad(QStringLiteral("type needs a quoted TEXT"));
-        if (extra())
-            return error;
-        for (qsizetype i = 0; i < text->size(); ++i) {
-            const bool pair = text->at(i).isHighSurrogate() && i + 1 < text->size() && text->at(i + 1).isLowSurrogate();
-            if (text->at(i) == u'\n')
-                m_edit.insertLineBreak();
-            else
-                m_edit.typeCharacter(text->mid(i, pair ? 2 : 1));
-            i += pair;
-        }
-    } else if (op == QLatin1String("caret")) {
-        const auto at = position(arguments, error);
-        if (!at)
-            return error;
-        const bool keepVirtual = arguments.optionalWord("virtual");
-        if (extra())
-            return error;
-        m_edit.setCaret(*at, keepVirtual);
-    } else if (op == QLatin1String("select")) {
-        if (arguments.optionalWord("none")) {
-            if (extra())
-                return error;
-            m_edit.clearSelection();
-            return {};
-        }
-        const auto anchor = position(arguments, error);
-        const auto end = anchor ? position(arguments, error) : std::nullopt;
-        if (!end)
-            return error;
-        const int mode = arguments.optionalWord("block") ? SelectionBlock : SelectionStream;
-        if (extra())
-            return error;
-        m_edit.setSelection(*anchor, *end, mode);
-        m_edit.setCaret(*end, mode == SelectionBlock);
-    }
+    const auto at = position(arguments, error);
+    if (!at)
+        return error;
+    const auto text = arguments.text();
+    if (!text)
+        return bad(QStringLiteral("insert needs a quoted TEXT"));
+    if (!arguments.finished(op, error))
+        return error;
+    m_edit.beginOperation(0, KindPaste);
+    m_edit.setCaret(m_edit.insertText(*at, *text, true), true);
+    m_edit.endOperation(0);
     return {};
 }
 
-void CodeEditScript::replaceRange(CodeEditBufferPosition start, CodeEditBufferPosition end, const std::optional<QString> &text)
+// delete L:C L:C, replace L:C L:C TEXT: the range clamped to the text; a replacement within one
+// line is one replace action, any other a deletion and an insertion.
+Result CodeEditScript::rangeOp(const QString &op, Parsed &arguments)
 {
-    m_edit.beginOperation(0, text ? KindPaste : KindDelete);
+    Result error;
+    const auto from = position(arguments, error);
+    const auto to = from ? position(arguments, error) : std::nullopt;
+    if (!to)
+        return error;
+    const bool replacing = op == QLatin1String("replace");
+    const auto text = replacing ? arguments.text() : QString();
+    if (!text)
+        return bad(QStringLiteral("replace needs a quoted TEXT"));
+    if (!arguments.finished(op, error))
+        return error;
+    const CodeEditBufferPosition start = std::min(*from, *to);
+    const CodeEditBufferPosition end = std::max(*from, *to);
+    m_edit.beginOperation(0, replacing ? KindPaste : KindDelete);
     const QString old = m_edit.textBetween(start, end);
-    if (text && start.line == end.line && !old.isEmpty() && !text->contains(u'\n')
+    if (replacing && start.line == end.line && !old.isEmpty() && !text->contains(u'\n')
         && start.column < m_edit.buffer().lineLength(start.line)) {
         m_edit.replaceText(start, int(old.size()), *text, true);
         m_edit.setCaret({start.line, start.column + int(text->size())});
     } else {
         m_edit.deleteText(start, end, true);
         m_edit.setCaret(start);
-        if (text)
+        if (replacing)
             m_edit.setCaret(m_edit.insertText(m_edit.caret(), *text, true), true);
     }
     m_edit.endOperation(0);
+    return {};
 }
 
-Result CodeEditScript::historyOp(const QString &op, Parsed &arguments)
+// Each character one typed keystroke (a surrogate pair is one), "\n" a line break.
+Result CodeEditScript::typeOp(const QString &op, Parsed &arguments)
 {
-    std::optional<int> number;
-    if (op == QLatin1String("begin") || op == QLatin1String("undo") || op == QLatin1String("redo")) {
-        if (const std::optional<QString> word = arguments.word()) {
-            bool ok = false;
-            number = word->toInt(&ok);
-            if (!ok || (op != QLatin1String("begin") && *number < 1))
-                return bad(QStringLiteral("bad %1 '%2'").arg(QLatin1String(op == QLatin1String("begin") ? "kind" : "count"), *word));
-        }
+    Result error;
+    const auto text = arguments.text();
+    if (!text)
+        return bad(QStringLiteral("type needs a quoted TEXT"));
+    if (!arguments.finished(op, error))
+        return error;
+    for (qsizetype i = 0; i < text->size(); ++i) {
+        const bool pair = text->at(i).isHighSurrogate() && i + 1 < text->size() && text->at(i + 1).isLowSurrogate();
+        if (text->at(i) == u'\n')
+            m_edit.insertLineBreak();
+        else
+            m_edit.typeCharacter(text->mid(i, pair ? 2 : 1));
+        i += pair;
     }
-    if (!arguments.atEnd())
-        return bad(QStringLiteral("unexpected '%1' after %2").arg(arguments.tokens[arguments.next].text, op));
-    if (op == QLatin1String("begin")) {
-        m_edit.beginOperation(0, number.value_or(KindMacro));
-        m_beginLines.push_back(m_lineNumber);
+    return {};
+}
+
+Result CodeEditScript::caretOp(const QString &op, Parsed &arguments)
+{
+    Result error;
+    const auto at = position(arguments, error);
+    if (!at)
+        return error;
+    const bool keepVirtual = arguments.optionalWord("virtual");
+    if (!arguments.finished(op, error))
+        return error;
+    m_edit.setCaret(*at, keepVirtual);
+    return {};
+}
+
+Result CodeEditScript::selectOp(const QString &op, Parsed &arguments)
+{
+    Result error;
+    if (arguments.optionalWord("none")) {
+        if (!arguments.finished(op, error))
+            return error;
+        m_edit.clearSelection();
         return {};
     }
-    if (op == QLatin1String("end")) {
-        if (m_beginLines.empty())
-            return bad(QStringLiteral("end without begin"));
-        m_edit.endOperation(0);
-        m_beginLines.pop_back();
-        return {};
+    const auto anchor = position(arguments, error);
+    const auto end = anchor ? position(arguments, error) : std::nullopt;
+    if (!end)
+        return error;
+    const int mode = arguments.optionalWord("block") ? SelectionBlock : SelectionStream;
+    if (!arguments.finished(op, error))
+        return error;
+    m_edit.setSelection(*anchor, *end, mode);
+    m_edit.setCaret(*end, mode == SelectionBlock);
+    return {};
+}
+
+Result CodeEditScript::beginOp(const QString &op, Parsed &arguments)
+{
+    Result error;
+    int kind = KindMacro;
+    if (const std::optional<QString> word = arguments.word()) {
+        bool ok = false;
+        kind = word->toInt(&ok);
+        if (!ok)
+            return bad(QStringLiteral("bad kind '%1' (a number)").arg(*word));
     }
+    if (!arguments.finished(op, error))
+        return error;
+    m_edit.beginOperation(0, kind);
+    m_beginLines.push_back(m_lineNumber);
+    return {};
+}
+
+Result CodeEditScript::endOp(const QString &op, Parsed &arguments)
+{
+    Result error;
+    if (!arguments.finished(op, error))
+        return error;
+    if (m_beginLines.empty())
+        return bad(QStringLiteral("end without begin"));
+    m_edit.endOperation(0);
+    m_beginLines.pop_back();
+    return {};
+}
+
+// undo [N], redo [N]: stop quietly at the end of the list; undo-all and redo-all say how many.
+Result CodeEditScript::undoOp(const QString &op, Parsed &arguments)
+{
+    Result error;
+    const bool all = op.endsWith(QLatin1String("-all"));
+    int count = 1;
+    if (const std::optional<QString> word = all ? std::nullopt : arguments.word()) {
+        bool ok = false;
+        count = word->toInt(&ok);
+        if (!ok || count < 1)
+            return bad(QStringLiteral("bad count '%1'").arg(*word));
+    }
+    if (!arguments.finished(op, error))
+        return error;
     if (m_edit.hasPendingChanges())
         return bad(QStringLiteral("%1 inside an operation that has changed the text").arg(op));
     const bool undoing = op.startsWith(QLatin1String("undo"));
-    if (!op.endsWith(QLatin1String("-all"))) {
-        for (int i = 0; i < number.value_or(1) && (undoing ? m_edit.undoCount() : m_edit.redoCount()) > 0; ++i)
+    if (!all) {
+        for (int i = 0; i < count && (undoing ? m_edit.undoCount() : m_edit.redoCount()) > 0; ++i)
             undoing ? m_edit.undo() : m_edit.redo();
         return {};
     }
@@ -421,43 +448,51 @@ Result CodeEditScript::historyOp(const QString &op, Parsed &arguments)
     return {};
 }
 
-Result CodeEditScript::fileOp(const QString &op, Parsed &arguments)
+Result CodeEditScript::eolOp(const QString &op, Parsed &arguments)
 {
-    if (op == QLatin1String("eol")) {
-        const std::optional<QString> word = arguments.word();
-        int ending = -1;
-        for (int i = LineEndingCrLf; i <= LineEndingCr; ++i)
-            ending = word && *word == QLatin1String(endingNames[i]) ? i : ending;
-        if (ending < 0)
-            return bad(QStringLiteral("eol takes lf, crlf or cr"));
-        if (!arguments.atEnd())
-            return bad(QStringLiteral("unexpected '%1' after eol").arg(arguments.tokens[arguments.next].text));
-        if (m_edit.lineEnding() != ending)
-            m_edit.setForceModified(true);
-        m_edit.setLineEnding(ending);
-        return {};
+    Result error;
+    const std::optional<QString> word = arguments.word();
+    int ending = -1;
+    for (int i = LineEndingCrLf; i <= LineEndingCr; ++i)
+        ending = word && *word == QLatin1String(endingNames[i]) ? i : ending;
+    if (ending < 0)
+        return bad(QStringLiteral("eol takes lf, crlf or cr"));
+    if (!arguments.finished(op, error))
+        return error;
+    if (m_edit.lineEnding() != ending)
+        m_edit.setForceModified(true);
+    m_edit.setLineEnding(ending);
+    return {};
+}
+
+Result CodeEditScript::encodingOp(const QString &op, Parsed &arguments)
+{
+    Result error;
+    const std::optional<QString> name = arguments.word();
+    const std::optional<TextCodec> codec = name ? TextCodec::find(*name) : std::nullopt;
+    if (!codec)
+        return bad(name ? QStringLiteral("unknown encoding '%1'").arg(*name) : QStringLiteral("encoding needs a NAME"));
+    int bom = BomNone;
+    if (arguments.optionalWord("bom")) {
+        constexpr TextCodec::Kind marked[] = {TextCodec::Kind::Utf8, TextCodec::Kind::Utf16LE, TextCodec::Kind::Utf16BE};
+        for (int kind = 0; kind < 3; ++kind)
+            bom = codec->kind() == marked[kind] ? kind + 1 : bom;
+        if (bom == BomNone)
+            return bad(QStringLiteral("%1 has no byte order mark").arg(codec->name()));
     }
-    if (op == QLatin1String("encoding")) {
-        const std::optional<QString> name = arguments.word();
-        const std::optional<TextCodec> codec = name ? TextCodec::find(*name) : std::nullopt;
-        if (!codec)
-            return bad(name ? QStringLiteral("unknown encoding '%1'").arg(*name) : QStringLiteral("encoding needs a NAME"));
-        int bom = BomNone;
-        if (arguments.optionalWord("bom")) {
-            constexpr TextCodec::Kind marked[] = {TextCodec::Kind::Utf8, TextCodec::Kind::Utf16LE, TextCodec::Kind::Utf16BE};
-            for (int kind = 0; kind < 3; ++kind)
-                bom = codec->kind() == marked[kind] ? kind + 1 : bom;
-            if (bom == BomNone)
-                return bad(QStringLiteral("%1 has no byte order mark").arg(codec->name()));
-        }
-        if (!arguments.atEnd())
-            return bad(QStringLiteral("unexpected '%1' after encoding").arg(arguments.tokens[arguments.next].text));
-        if (codec->name() != m_edit.codecName() || bom != m_edit.bomKind())
-            m_edit.setForceModified(true);
-        m_edit.setCodecName(codec->name());
-        m_edit.setBomKind(bom);
-        return {};
-    }
+    if (!arguments.finished(op, error))
+        return error;
+    if (codec->name() != m_edit.codecName() || bom != m_edit.bomKind())
+        m_edit.setForceModified(true);
+    m_edit.setCodecName(codec->name());
+    m_edit.setBomKind(bom);
+    return {};
+}
+
+// save [PATH], save-copy PATH, autosave; without files allowed, nothing is written.
+Result CodeEditScript::saveOp(const QString &op, Parsed &arguments)
+{
+    Result error;
     std::optional<QString> path;
     if (op != QLatin1String("autosave")) {
         path = arguments.text();
@@ -466,8 +501,8 @@ Result CodeEditScript::fileOp(const QString &op, Parsed &arguments)
     }
     if (op == QLatin1String("save-copy") && !path)
         return bad(QStringLiteral("save-copy needs a PATH"));
-    if (!arguments.atEnd())
-        return bad(QStringLiteral("unexpected '%1' after %2").arg(arguments.tokens[arguments.next].text, op));
+    if (!arguments.finished(op, error))
+        return error;
     if (!m_filesAllowed)
         return {};
     if (op == QLatin1String("autosave"))
@@ -479,11 +514,12 @@ Result CodeEditScript::fileOp(const QString &op, Parsed &arguments)
 
 Result CodeEditScript::reportOp(const QString &op, Parsed &arguments)
 {
+    Result error;
     const std::optional<QString> text = op == QLatin1String("echo") ? arguments.text() : QString();
     if (!text)
         return bad(QStringLiteral("echo needs a quoted TEXT"));
-    if (!arguments.atEnd())
-        return bad(QStringLiteral("unexpected '%1' after %2").arg(arguments.tokens[arguments.next].text, op));
+    if (!arguments.finished(op, error))
+        return error;
     if (op == QLatin1String("print"))
         printText();
     else if (op == QLatin1String("echo"))

@@ -42,14 +42,27 @@ public:
 
 private:
     struct Parsed;
+    struct OpRow {
+        const char *name;
+        Result (CodeEditScript::*run)(const QString &op, Parsed &arguments);
+    };
+    static const OpRow opRows[];
+
     Result runLine(const QString &line, int number);
     Result execute(const QString &op, Parsed &arguments);
-    Result editOp(const QString &op, Parsed &arguments);
-    Result historyOp(const QString &op, Parsed &arguments);
-    void replaceRange(CodeEditBufferPosition start, CodeEditBufferPosition end, const std::optional<QString> &text);
-    Result fileOp(const QString &op, Parsed &arguments);
-    Result reportOp(const QString &op, Parsed &arguments);
     std::optional<CodeEditBufferPosition> position(Parsed &arguments, Result &error) const;
+    Result insertOp(const QString &op, Parsed &arguments);
+    Result rangeOp(const QString &op, Parsed &arguments);
+    Result typeOp(const QString &op, Parsed &arguments);
+    Result caretOp(const QString &op, Parsed &arguments);
+    Result selectOp(const QString &op, Parsed &arguments);
+    Result beginOp(const QString &op, Parsed &arguments);
+    Result endOp(const QString &op, Parsed &arguments);
+    Result undoOp(const QString &op, Parsed &arguments);
+    Result eolOp(const QString &op, Parsed &arguments);
+    Result encodingOp(const QString &op, Parsed &arguments);
+    Result saveOp(const QString &op, Parsed &arguments);
+    Result reportOp(const QString &op, Parsed &arguments);
     void write(const QString &text);
     void printText();
     void writeState();
