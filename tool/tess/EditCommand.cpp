@@ -196,7 +196,12 @@ int editCommand(const CommandArguments &arguments)
 }
 
 constexpr TessOption editOptions[] = {
-    {"--eval", "OP", "run the edit operation OP after the script (repeatable)", "-e"},
+    {"--eval", "OP",
+     "run OP after the script (repeatable): insert L:C TEXT, delete L:C L:C, replace L:C L:C TEXT, "
+     "type TEXT, caret L:C [virtual], select L:C L:C [block] | none, begin [KIND], end, undo [N], "
+     "redo [N], undo-all, redo-all, eol lf|crlf|cr, encoding NAME [bom], save [PATH], "
+     "save-copy PATH, autosave, print, echo TEXT, state, undo-list; TEXT is double-quoted",
+     "-e"},
     {"--script", "FILE", "run the operations of FILE, one a line; - is standard input"},
     {"--output", "OUT", "at the end, save the document to OUT", "-o"},
     {"--new", nullptr, "a missing FILE starts as an empty document"},
@@ -215,10 +220,8 @@ constexpr TessCommand editRows[] = {
     {"edit",
      "FILE [-e OP]... [--script FILE|-] [-o OUT] [--new] [--codec NAME] [--default-codec NAME] "
      "[--default-eol lf|crlf|cr] [--undo-mode 0|1|2] [--tab-size N] [--max-size BYTES] "
-     "[--recovery ignore|recover|discard]",
-     "edit a text file with undoable operations: insert L:C TEXT, delete L:C L:C, replace, type, "
-     "caret, select, begin/end, undo, redo, undo-all, redo-all, eol, encoding, save, save-copy, "
-     "autosave, print, echo, state, undo-list",
+     "[--recovery ignore|recover|discard] [--delete-trailing-space] [--cleanup-tabs none|untabify|tabify]",
+     "edit a text file with the editor's undoable operations; write it only when told",
      editOptions,
      "tess edit main.c -e 'insert 1:1 \"// checked\\n\"' -e undo-list -o main-new.c", editCommand},
 };
