@@ -3,6 +3,8 @@
 #include "editor/TextCodec.h"
 #include "editor/TextFileReader.h"
 #include <QObject>
+#include <algorithm>
+#include <cctype>
 
 namespace {
 
@@ -21,18 +23,6 @@ Result outcome(bool ok)
 
 constexpr const char *endingNames[] = {"crlf", "lf", "cr", "unknown"};
 constexpr const char *bomNames[] = {"none", "utf-8", "utf-16le", "utf-16be"};
-
-int hexValue(QChar c)
-{
-    const char16_t u = c.unicode();
-    if (u >= '0' && u <= '9')
-        return u - '0';
-    if (u >= 'a' && u <= 'f')
-        return u - 'a' + 10;
-    if (u >= 'A' && u <= 'F')
-        return u - 'A' + 10;
-    return -1;
-}
 
 // The text of a quoted argument from just after its opening quote; `i` ends after the closing one.
 std::optional<QString> unquote(const QString &line, qsizetype &i, QString &error)
@@ -58,17 +48,17 @@ std::optional<QString> unquote(const QString &line, qsizetype &i, QString &error
         case 'x':
         case 'u': {
             const int digits = escape == u'x' ? 2 : 4;
-            int value = 0;
-            for (int k = 0; k < digits; ++k) {
-                const int digit = i < line.size() ? hexValue(line[i]) : -1;
-                if (digit < 0) {
-                    error = QStringLiteral("bad escape '\\%1' (it takes %2 hexadecimal digits)").arg(escape).arg(digits);
-                    return std::nullopt;
-                }
-                value = value * 16 + digit;
-                ++i;
+            const QStringView hex = QStringView(line).mid(i, digits);
+            bool ok = hex.size() == digits && std::all_of(hex.begin(), hex.end(), [](QChar c) {
+                          return c.unicode() < 128 && std::isxdigit(c.unicode());
+                      });
+            const ushort value = ok ? hex.toUShort(&ok, 16) : 0;
+            if (!ok) {
+                error = QStringLiteral("bad escape '\\%1' (it takes %2 hexadecimal digits)").arg(escape).arg(digits);
+                return std::nullopt;
             }
-            text += QChar(char16_t(value));
+            i += digits;
+            text += QChar(value);
             continue;
         }
         default:
