@@ -90,6 +90,7 @@ std::span<const TessCommand> commandsCommands();
 std::span<const TessCommand> debugCommands();
 std::span<const TessCommand> depsCommands();
 std::span<const TessCommand> diagCommands();
+std::span<const TessCommand> editCommands();
 std::span<const TessCommand> exprCommands();
 std::span<const TessCommand> forthCommands();
 std::span<const TessCommand> jsCommands();
