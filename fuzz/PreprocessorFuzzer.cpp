@@ -1,7 +1,7 @@
 // Runs both preprocessors on arbitrary input. The first line is taken as macro definitions, the
 // rest as the document. Includes reach only a scratch directory holding the input itself and a
 // few fixed parts, so cycles, envelopes and broken parts are all within reach.
-#include "foundation/PropertyClass.h"
+#include "foundation/MacroSession.h"
 #include "foundation/Report.h"
 #include "foundation/XMLPP2.h"
 #include "foundation/XmlPP.h"
@@ -17,17 +17,15 @@
 namespace {
 
 struct Scratch {
-    std::unique_ptr<PropertyClassList> macroSystem = PropertyClassList::createMacroSystem();
     QTemporaryDir dir;
     QString root = QFileInfo(dir.path()).canonicalFilePath();
+    MacroSession macros{root};   // $(VarnelDir) is the scratch directory
 };
 
 Scratch &scratch()
 {
     static Scratch *instance = [] {
         auto *made = new Scratch;
-        PropertyClassList::setGlobal(made->macroSystem.get());
-        made->macroSystem->defineSystemMacro("VarnelDir", made->root, "");
         const char *const parts[][2] = {
             {"part.xml", "<p a=\"$(a)\"><if a=\"1\"><x/></if><include filename=\"main.xml\"/></p>"},
             {"envelope.xml", "<envelope><for index=\"i\" start=\"0\" end=\"3\" incr=\"1\"><e n=\"$(i)\"/></for></envelope>"},

@@ -1,6 +1,7 @@
 // Loads arbitrary bytes as a solution file: the project system must answer with a load error
 // or a tree, never crash. Load commands are off: the input is untrusted.
-#include "foundation/PropertyClass.h"
+#include "foundation/MacroSession.h"
+#include "projects/SolutionSession.h"
 #include "projects/StandardProjectSystem.h"
 #include <QCoreApplication>
 #include <QFile>
@@ -10,8 +11,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static std::unique_ptr<PropertyClassList> macros = PropertyClassList::createMacroSystem();
-    PropertyClassList::setGlobal(macros.get());
+    static const MacroSession macros(QStringLiteral("/opt/tess"));
     static QTemporaryDir directory;
     const QString path = directory.filePath(QStringLiteral("fuzz.qvProject"));
     QFile file(path);
@@ -19,10 +19,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     file.write(reinterpret_cast<const char *>(data), qint64(size));
     file.close();
-    StandardProjectSystem system;
-    system.setRunLoadCommands(false);
+    SolutionSession session;   // shares the macros above
+    StandardProjectSystem &system = session.system();
     try {
-        ProjectElement *solution = system.loadSolution(QString(), path, false);
+        SolutionSession::LoadOptions options;
+        options.expandMacros = false;
+        options.runLoadCommands = false;
+        ProjectElement *solution = session.load(path, options);
         for (const ProjectElement *child : solution->children())
             (void)system.expandedProperty(
                 child, system.propertyClass(ProjectProperty::BuildOutputFileName),

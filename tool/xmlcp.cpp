@@ -5,7 +5,7 @@
 #include "foundation/Directories.h"
 #include "foundation/DocumentationPage.h"
 #include "foundation/HException.h"
-#include "foundation/PropertyClass.h"
+#include "foundation/MacroSession.h"
 #include "foundation/XMLPP2.h"
 #include <QDir>
 #include <QFileInfo>
@@ -42,14 +42,6 @@ QString executablePath(const char *argv0)
     if (length <= 0 || size_t(length) >= sizeof buffer)
         return QString::fromLocal8Bit(argv0);
     return QString::fromLocal8Bit(buffer, length);
-}
-
-void setUpDirectories(const char *argv0)
-{
-    const QString binary = QFileInfo(QFileInfo(executablePath(argv0)).absolutePath())
-                               .canonicalFilePath();
-    setBinaryDirectory(binary);
-    setInstallationDirectory(QFileInfo(binary + QStringLiteral("/..")).canonicalFilePath());
 }
 
 int usage(const char *argv0)
@@ -94,18 +86,13 @@ int main(int argc, char **argv)
 {
     // The page writer lists attributes in hash order: the same input gives the same output.
     QHashSeed::setDeterministicGlobalSeed();
-    std::unique_ptr<PropertyClassList> macroSystem = PropertyClassList::createMacroSystem();
-    PropertyClassList::setGlobal(macroSystem.get());
-    setUpDirectories(argv[0]);
+    setUpProgramDirectories(executablePath(argv[0]));
+    const MacroSession macros;
     if (argc < 3)
         return usage(argv[0]);
-    macroSystem->defineSystemMacro(QStringLiteral("VarnelDir"), installationDirectory(),
-                                   QStringLiteral("Installation directory of Tessmark."));
 
     const bool xhtml = std::strcmp(argv[1], "-xhtml") == 0;
     if (xhtml && argc < 4)   // the output would be missing
         return usage(argv[0]);
-    const int status = xhtml ? xhtmlMode(argc, argv) : plainMode(argc, argv);
-    PropertyClassList::setGlobal(nullptr);
-    return status;
+    return xhtml ? xhtmlMode(argc, argv) : plainMode(argc, argv);
 }

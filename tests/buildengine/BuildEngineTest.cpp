@@ -4,6 +4,7 @@
 #include "buildengine/ExportBuilder.h"
 #include "buildengine/VarnelBuilder.h"
 #include "foundation/Directories.h"
+#include "foundation/MacroSession.h"
 #include "foundation/PropertyClass.h"
 #include "projects/StandardProjectSystem.h"
 #include "tests/support/TestSupport.h"
@@ -55,9 +56,7 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(m_dir.isValid());
-        m_macros = PropertyClassList::createMacroSystem();
-        PropertyClassList::setGlobal(m_macros.get());
-        m_macros->defineSystemMacro(QStringLiteral("VarnelDir"), path("install"), QString());
+        m_macros = std::make_unique<MacroSession>(path("install"));
         write("install/bin/cc", frontEnd);
         QFile::setPermissions(path("install/bin/cc"), QFile::ReadOwner | QFile::WriteOwner
                                                           | QFile::ExeOwner);
@@ -66,7 +65,7 @@ protected:
     {
         m_engine.reset();
         m_system.reset();
-        PropertyClassList::setGlobal(nullptr);
+        m_macros.reset();
     }
 
     QString path(const QString &relative) const { return m_dir.filePath(relative); }
@@ -124,7 +123,7 @@ protected:
     }
 
     QTemporaryDir m_dir;
-    std::unique_ptr<PropertyClassList> m_macros;
+    std::unique_ptr<MacroSession> m_macros;
     std::unique_ptr<StandardProjectSystem> m_system;
     std::unique_ptr<BuildEngine> m_engine;
     QString m_log;

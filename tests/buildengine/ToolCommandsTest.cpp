@@ -1,5 +1,6 @@
 #include "buildengine/GenericOptions.h"
 #include "buildengine/ToolCommands.h"
+#include "foundation/MacroSession.h"
 #include "foundation/PropertyClass.h"
 #include "projects/StandardProjectSystem.h"
 #include "tests/support/TestSupport.h"
@@ -13,10 +14,8 @@ namespace {
 // A small solution in a temporary directory, with the macro system set up while it lives.
 class Solution {
 public:
-    Solution() : m_macros(PropertyClassList::createMacroSystem())
+    Solution()
     {
-        PropertyClassList::setGlobal(m_macros.get());
-        m_macros->defineSystemMacro(QStringLiteral("VarnelDir"), QStringLiteral("/opt/tess"), QString());
         write("s.qvProject",
               "<!DOCTYPE Tessbench_Project_File>\n<Tessbench_Project_File>\n"
               "<solution Name=\"S\" version=\"2\">\n"
@@ -51,7 +50,6 @@ public:
     ~Solution()
     {
         m_system.closeSolution();
-        PropertyClassList::setGlobal(nullptr);
     }
 
     void write(const char *name, const QByteArray &bytes)
@@ -101,7 +99,7 @@ public:
         return shown.replace(m_directory.path(), QStringLiteral("<dir>")).toStdString();
     }
 
-    std::unique_ptr<PropertyClassList> m_macros;
+    MacroSession m_macros{QStringLiteral("/opt/tess")};
     QTemporaryDir m_directory;
     StandardProjectSystem m_system;
     ProjectElement *m_project = nullptr;

@@ -1,3 +1,4 @@
+#include "foundation/MacroSession.h"
 #include "foundation/PropertyClass.h"
 #include "foundation/XMLPP2.h"
 #include "tests/support/TestSupport.h"
@@ -21,12 +22,7 @@ struct Result {
 // The macro system the preprocessor reads VarnelDir from, made once for the test program.
 void ensureMacroSystem()
 {
-    static std::unique_ptr<PropertyClassList> system = [] {
-        auto list = PropertyClassList::createMacroSystem();
-        list->defineSystemMacro("VarnelDir", "/opt/tess", "");
-        PropertyClassList::setGlobal(list.get());
-        return list;
-    }();
+    static const MacroSession macros(QStringLiteral("/opt/tess"));
 }
 
 // Writes `files` (the first is main.xml) into a fresh directory and preprocesses main.xml.

@@ -1,4 +1,5 @@
 #pragma once
+#include "foundation/MacroSession.h"
 #include "foundation/PropertyClass.h"
 #include "projects/StandardProjectSystem.h"
 #include "tests/support/TestSupport.h"
@@ -9,17 +10,8 @@
 // system set up for the time of the test.
 class SolutionFixture {
 public:
-    SolutionFixture() : m_macros(PropertyClassList::createMacroSystem())
-    {
-        PropertyClassList::setGlobal(m_macros.get());
-        m_macros->defineSystemMacro(QStringLiteral("VarnelDir"), QStringLiteral("/opt/tess"),
-                                    QString());
-    }
-    ~SolutionFixture()
-    {
-        system.closeSolution();
-        PropertyClassList::setGlobal(nullptr);
-    }
+    SolutionFixture() = default;
+    ~SolutionFixture() { system.closeSolution(); }
 
     QString path(const QString &name) const { return directory.filePath(name); }
     void write(const QString &name, const QByteArray &bytes)
@@ -48,7 +40,7 @@ public:
         return QStringLiteral("loaded");
     }
 
-    std::unique_ptr<PropertyClassList> m_macros;
+    MacroSession m_macros{QStringLiteral("/opt/tess")};
     QTemporaryDir directory;
     StandardProjectSystem system;
 };

@@ -7,12 +7,10 @@
 #include "buildengine/VarnelBuilder.h"
 #include "foundation/Directories.h"
 #include "foundation/HException.h"
-#include "foundation/PropertyClass.h"
+#include "projects/SolutionSession.h"
 #include "projects/StandardProjectSystem.h"
 #include "tool/tess/Commands.h"
-#include <QCoreApplication>
 #include <QDir>
-#include <QFileInfo>
 #include <QSaveFile>
 #include <csignal>
 #include <cstdio>
@@ -174,21 +172,11 @@ int buildCommand(const CommandArguments &arguments)
     BuildOptions options;
     if (const QString problem = readOptions(arguments, options); !problem.isEmpty())
         return arguments.usageError(problem);
-    std::unique_ptr<PropertyClassList> macroSystem;
-    if (!PropertyClassList::global()) {
-        macroSystem = PropertyClassList::createMacroSystem();
-        PropertyClassList::setGlobal(macroSystem.get());
-        if (installationDirectory().isEmpty())
-            setInstallationDirectory(QFileInfo(QCoreApplication::applicationDirPath()
-                                               + QStringLiteral("/.."))
-                                         .canonicalFilePath());
-        macroSystem->defineSystemMacro(QStringLiteral("VarnelDir"), installationDirectory(),
-                                       QStringLiteral("Installation directory of Tessmark."));
-    }
-    StandardProjectSystem system;
+    SolutionSession session;
+    StandardProjectSystem &system = session.system();
     ProjectElement *solution = nullptr;
     try {
-        solution = system.loadSolution(QDir::currentPath(), options.solution, true);
+        solution = session.load(options.solution);
     } catch (const HException &error) {
         return fail(error.message());
     }

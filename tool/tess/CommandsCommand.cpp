@@ -2,6 +2,7 @@
 #include "buildengine/CommandLine.h"
 #include "foundation/Directories.h"
 #include "foundation/HException.h"
+#include "projects/SolutionSession.h"
 #include "projects/StandardProjectSystem.h"
 #include "tool/tess/Commands.h"
 #include "tool/tess/ProjectCommandSupport.h"
@@ -58,11 +59,12 @@ int commandsCommand(const CommandArguments &parsed)
     const QStringList &arguments = parsed.operands();
     if (arguments.size() < 2 || arguments.size() > 3)
         return parsed.usageError(QStringLiteral("give FILE CONFIGURATION and at most one ELEMENT"));
-    ProjectCommandSession session;
+    SolutionSession session;
     StandardProjectSystem &system = session.system();
-    system.setRunLoadCommands(false);   // they would run tools
     try {
-        system.loadSolution(QDir::currentPath(), arguments.at(0), true);
+        SolutionSession::LoadOptions options;
+        options.runLoadCommands = false;   // they would run tools
+        session.load(arguments.at(0), options);
     } catch (const HException &error) {
         return printCommandError(QStringLiteral("tess commands: ") + error.message());
     }

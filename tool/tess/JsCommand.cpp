@@ -56,10 +56,6 @@ WScriptESClass::WScriptESClass()
 // $(VarnelDir)/bin: the installation directory is the one above the program's own.
 QString binDirectory()
 {
-    if (installationDirectory().isEmpty()) {
-        setInstallationDirectory(
-            QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/..")).canonicalFilePath());
-    }
     return installationDirectory() + QStringLiteral("/bin");
 }
 

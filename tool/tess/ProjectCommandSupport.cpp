@@ -1,38 +1,15 @@
 #include "tool/tess/ProjectCommandSupport.h"
-#include "foundation/Directories.h"
-#include "foundation/PropertyClass.h"
-#include "projects/StandardProjectSystem.h"
-#include <QCoreApplication>
-#include <QDir>
-#include <QFileInfo>
+#include "foundation/HException.h"
+#include "projects/ProjectElement.h"
+#include "projects/SolutionSession.h"
 #include <cstdio>
 
-ProjectCommandSession::ProjectCommandSession()
-{
-    if (!PropertyClassList::global()) {
-        m_macroSystem = PropertyClassList::createMacroSystem();
-        PropertyClassList::setGlobal(m_macroSystem.get());
-        const QString installation =
-            QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/..")).canonicalFilePath();
-        if (installationDirectory().isEmpty())
-            setInstallationDirectory(installation);
-        m_macroSystem->defineSystemMacro(QStringLiteral("VarnelDir"), installationDirectory(),
-                                         QStringLiteral("Installation directory of Tessmark."));
-    }
-    m_system = std::make_unique<StandardProjectSystem>();
-}
-
-ProjectCommandSession::~ProjectCommandSession()
-{
-    m_system.reset();
-    if (m_macroSystem)
-        PropertyClassList::setGlobal(nullptr);
-}
-
-bool ProjectCommandSession::load(const QString &path)
+bool loadForCommand(SolutionSession &session, const QString &path)
 {
     try {
-        m_system->loadSolution(QDir::currentPath(), path, false);
+        SolutionSession::LoadOptions options;
+        options.expandMacros = false;
+        session.load(path, options);
         return true;
     } catch (const HException &error) {
         printCommandError(error.message());

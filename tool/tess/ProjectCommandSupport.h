@@ -1,27 +1,13 @@
 #pragma once
 #include <QString>
 #include <QStringList>
-#include <memory>
 
-class PropertyClassList;
 class ProjectElement;
-class StandardProjectSystem;
+class SolutionSession;
 
-// What the solution and property subcommands share: the macro system the project system
-// expands with, a loaded solution, and how an element is named on the command line.
-class ProjectCommandSession {
-public:
-    ProjectCommandSession();
-    ~ProjectCommandSession();
-
-    // Loads the solution; on failure prints the reason to standard error and returns false.
-    [[nodiscard]] bool load(const QString &path);
-    StandardProjectSystem &system() { return *m_system; }
-
-private:
-    std::unique_ptr<PropertyClassList> m_macroSystem;   // null when one was set up already
-    std::unique_ptr<StandardProjectSystem> m_system;
-};
+// Loads the solution for a command, its names and paths as the file spells them (macros not
+// expanded); on failure prints the reason to standard error and returns false.
+[[nodiscard]] bool loadForCommand(SolutionSession &session, const QString &path);
 
 // The path of names below the solution by which ELEMENT arguments name an element; the solution
 // itself has the empty path.

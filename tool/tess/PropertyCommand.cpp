@@ -1,5 +1,6 @@
 // tess property get|list|dump: property values of a solution's elements, and the catalogue.
 #include "foundation/PropertyClass.h"
+#include "projects/SolutionSession.h"
 #include "projects/StandardProjectSystem.h"
 #include "tool/tess/Commands.h"
 #include "tool/tess/ProjectCommandSupport.h"
@@ -33,8 +34,8 @@ int get(const CommandArguments &arguments)
     const QString &name = operands[3];
     const bool expand = arguments.has("--expand");
     const bool traced = arguments.has("--trace");
-    ProjectCommandSession session;
-    if (!session.load(operands[0]))
+    SolutionSession session;
+    if (!loadForCommand(session, operands[0]))
         return 1;
     StandardProjectSystem &system = session.system();
     const ProjectElement *element = system.findElement(elementName);
@@ -110,8 +111,8 @@ int dump(const CommandArguments &arguments)
         return arguments.usageError(QStringLiteral("give FILE CONFIG NAME"));
     const QStringList configurations = operands[1].split(u';', Qt::SkipEmptyParts);
     const QString &name = operands[2];
-    ProjectCommandSession session;
-    if (!session.load(operands[0]))
+    SolutionSession session;
+    if (!loadForCommand(session, operands[0]))
         return 1;
     StandardProjectSystem &system = session.system();
     if (!system.findClass(name) || dynamic_cast<const MacroPropertyClass *>(system.findClass(name)))
@@ -155,7 +156,7 @@ int list(const CommandArguments &arguments)
 {
     if (!arguments.operands().isEmpty())
         return arguments.usageError(QStringLiteral("unexpected argument '%1'").arg(arguments.operands().first()));
-    ProjectCommandSession session;
+    SolutionSession session;
     QByteArray out;
     for (const auto &row : session.system().propertyClasses().classes()) {
         out += row->name.toUtf8() + '\t' + typeName(row->type) + '\t' + row->section.toUtf8()

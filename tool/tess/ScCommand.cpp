@@ -2,6 +2,7 @@
 // and the same refresh the environment runs for a solution.
 #include "foundation/Directories.h"
 #include "projects/ProjectElement.h"
+#include "projects/SolutionSession.h"
 #include "projects/StandardProjectSystem.h"
 #include "sourcecontrol/PendingChangesWindow.h"
 #include "sourcecontrol/PorcelainStatus.h"
@@ -59,11 +60,6 @@ private:
 
 int ScSession::open(bool needDirectory)
 {
-    if (installationDirectory().isEmpty()) {
-        setInstallationDirectory(
-            QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/.."))
-                .canonicalFilePath());
-    }
     const bool logAll = m_arguments.has("--log");
     if (logAll) {
         log.setLogCommands(true);
@@ -234,8 +230,8 @@ int chooseProvider(const CommandArguments &arguments, ScSession &session,
 
 int solutionStatus(const CommandArguments &arguments, ScSession &session)
 {
-    ProjectCommandSession projects;
-    if (!projects.load(arguments.value("--solution")))
+    SolutionSession projects;
+    if (!loadForCommand(projects, arguments.value("--solution")))
         return exitFailure;
     StandardProjectSystem &system = projects.system();
     session.control.setProjectSystem(&system,

@@ -1,4 +1,5 @@
 // tess solution show FILE | tess solution save FILE OUT
+#include "projects/SolutionSession.h"
 #include "projects/StandardProjectSystem.h"
 #include "tool/tess/Commands.h"
 #include "tool/tess/ProjectCommandSupport.h"
@@ -46,8 +47,8 @@ int show(const CommandArguments &arguments)
 {
     if (arguments.operands().size() != 1)
         return arguments.usageError(QStringLiteral("give one solution file"));
-    ProjectCommandSession session;
-    if (!session.load(arguments.operands()[0]))
+    SolutionSession session;
+    if (!loadForCommand(session, arguments.operands()[0]))
         return 1;
     QByteArray out;
     showElement(session.system().solution(), 0, out);
@@ -59,8 +60,8 @@ int save(const CommandArguments &arguments)
 {
     if (arguments.operands().size() != 2)
         return arguments.usageError(QStringLiteral("give the solution file and the output file"));
-    ProjectCommandSession session;
-    if (!session.load(arguments.operands()[0]))
+    SolutionSession session;
+    if (!loadForCommand(session, arguments.operands()[0]))
         return 1;
     try {
         session.system().saveSolution(arguments.operands()[1]);

@@ -1,6 +1,7 @@
 // tess: the command-line front end. Every command is a row of the table below (a command with
 // subcommands has one row per form); the dispatcher and `tess help` both read it.
 #include "tool/tess/Commands.h"
+#include "foundation/MacroSession.h"
 #include <QCoreApplication>
 #include <cstdio>
 
@@ -143,6 +144,7 @@ int dispatch(QStringList arguments)
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
+    setUpProgramDirectories();
     QStringList arguments = application.arguments();
     arguments.removeFirst();
     if (arguments.isEmpty()) {

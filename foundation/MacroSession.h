@@ -1,0 +1,27 @@
+#pragma once
+#include <QString>
+#include <memory>
+
+class PropertyClassList;
+
+// The macro system a program expands with, installed as the process-wide one for the session's
+// life. It starts with the start-up macros and $(VarnelDir), the installation directory (the one
+// above the running program's folder unless `installation` names another). A session made while
+// another is in force shares that one and tears nothing down, so commands can nest.
+class MacroSession {
+public:
+    explicit MacroSession(const QString &installation = QString());
+    ~MacroSession();
+    MacroSession(const MacroSession &) = delete;
+    MacroSession &operator=(const MacroSession &) = delete;
+
+    PropertyClassList &macros() const { return *m_macros; }
+
+private:
+    std::unique_ptr<PropertyClassList> m_owned;   // null when an outer session is in force
+    PropertyClassList *m_macros = nullptr;
+};
+
+// Records the running program's folder and the installation above it, once at start-up.
+// `executable` is the program's own path; an empty one asks the process for it.
+void setUpProgramDirectories(const QString &executable = QString());
