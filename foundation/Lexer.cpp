@@ -294,108 +294,144 @@ CStyleLexer::CStyleLexer()
     setRules(cStyleRules());
 }
 
+namespace {
+
+// One token's scan over ASCII text: each part returns where its token ends, or -1 where a
+// character beyond ASCII could change what the rule table matches, so the table decides.
+struct FastScan {
+    const char16_t *data;
+    qsizetype size;
+    qsizetype start;
+
+    char16_t at(qsizetype i) const { return i < size ? data[i] : u'\0'; }
+
+    qsizetype integerSuffixes(qsizetype end) const
+    {
+        for (const char16_t suffix : {u'U', u'L', u'L', u'u', u'l', u'l'})
+            if (at(end) == suffix)
+                ++end;
+        return end;
+    }
+    qsizetype spaces() const
+    {
+        qsizetype end = start;
+        while (end < size && isAsciiSpace(data[end]))
+            ++end;
+        return at(end) >= 0x80 ? -1 : end;
+    }
+    // An unterminated string is a one-character Unknown token, as the table has it.
+    qsizetype string(CToken &kind) const
+    {
+        qsizetype end = start + 1;
+        while (end < size && data[end] != '"') {
+            if (data[end] >= 0x80)
+                return -1;
+            ++end;
+        }
+        kind = end == size ? CToken::Unknown : CToken::String;
+        return end == size ? start + 1 : end + 1;
+    }
+    qsizetype hexInteger() const
+    {
+        qsizetype end = start + 2;
+        while (end < size && isHexDigit(data[end]))
+            ++end;
+        return integerSuffixes(end);
+    }
+    qsizetype binaryInteger() const
+    {
+        qsizetype end = start + 2;
+        while (at(end) == '0' || at(end) == '1')
+            ++end;
+        return end;
+    }
+    qsizetype decimal(CToken &kind) const
+    {
+        qsizetype end = start;
+        while (end < size && isAsciiDigit(data[end]))
+            ++end;
+        if (at(end) >= 0x80 || (at(end) == '.' && at(end + 1) >= 0x80))
+            return -1;
+        if (at(end) == '.' && isAsciiDigit(at(end + 1))) {
+            end += 2;
+            while (end < size && isAsciiDigit(data[end]))
+                ++end;
+            kind = CToken::Float;
+            return at(end) >= 0x80 ? -1 : end;
+        }
+        kind = CToken::Integer;
+        return integerSuffixes(end);
+    }
+    qsizetype identifier(bool registerName) const
+    {
+        qsizetype end = start + 1;
+        while (end < size && isIdentifierPart(data[end]) && !(registerName && data[end] == '$'))
+            ++end;
+        return end;
+    }
+    // The first operator listed for the character whose whole literal follows, or -1.
+    int operatorRule() const
+    {
+        for (const int index : operatorsByFirstCharacter[data[start]]) {
+            if (index < 0)
+                break;
+            const std::string_view literal =
+                tokenInfo[size_t(operatorRules[size_t(index)].token)].literal;
+            qsizetype i = 1;
+            while (i < qsizetype(literal.size()) && at(start + i) == char16_t(literal[size_t(i)]))
+                ++i;
+            if (i == qsizetype(literal.size()))
+                return index;
+        }
+        return -1;
+    }
+};
+
+} // namespace
+
 // Mirrors the rule table on ASCII text. Where a character beyond ASCII could change what the
 // table matches (Unicode white space and digits, or anything inside a string) it returns false
 // and the table decides; only identifiers, numbers' prefixes and operators end at such a
 // character exactly as here.
 bool CStyleLexer::scanFast(LexerToken &token)
 {
-    const char16_t *const data = reinterpret_cast<const char16_t *>(m_text.constData());
-    const qsizetype size = m_text.size();
-    const qsizetype start = m_position;
-    qsizetype end = start;
-    const auto at = [&](qsizetype i) -> char16_t { return i < size ? data[i] : u'\0'; };
-    const auto optional = [&](char16_t c) {
-        if (at(end) == c)
-            ++end;
-    };
-    const auto finish = [&](CToken number) {
-        token = {int(number), m_text.mid(start, end - start), operatorPriorities[size_t(number)]};
-        m_position = end;
-        return true;
-    };
-    const char16_t c = data[start];
+    const FastScan scan{reinterpret_cast<const char16_t *>(m_text.constData()), m_text.size(),
+                        m_position};
+    const char16_t c = scan.data[scan.start];
     if (c >= 0x80)
         return false;
+    CToken kind = CToken::Unknown;
+    qsizetype end = scan.start + 1;
     if (isAsciiSpace(c)) {
-        while (end < size && isAsciiSpace(data[end]))
-            ++end;
-        if (at(end) >= 0x80)
+        if ((end = scan.spaces()) < 0)
             return false;
         token = {int(CToken::Whitespace), QString(), nonOperatorPriority}; // skipped: no text
         m_position = end;
         return true;
     }
     if (c == '"') {
-        end = start + 1;
-        while (end < size && data[end] != '"') {
-            if (data[end] >= 0x80)
-                return false;
-            ++end;
-        }
-        if (end == size) {
-            end = start + 1;
-            return finish(CToken::Unknown);
-        }
-        ++end;
-        return finish(CToken::String);
-    }
-    if (c == '0' && at(start + 1) == 'x') {
-        end = start + 2;
-        while (end < size && isHexDigit(data[end]))
-            ++end;
-        for (const char16_t suffix : {u'U', u'L', u'L', u'u', u'l', u'l'})
-            optional(suffix);
-        return finish(CToken::HexInteger);
-    }
-    if (c == '0' && at(start + 1) == 'b') {
-        end = start + 2;
-        while (at(end) == '0' || at(end) == '1')
-            ++end;
-        return finish(CToken::BinaryInteger);
-    }
-    if (isAsciiDigit(c)) {
-        while (end < size && isAsciiDigit(data[end]))
-            ++end;
-        if (at(end) >= 0x80 || (at(end) == '.' && at(end + 1) >= 0x80))
-            return false;
-        if (at(end) == '.' && isAsciiDigit(at(end + 1))) {
-            end += 2;
-            while (end < size && isAsciiDigit(data[end]))
-                ++end;
-            if (at(end) >= 0x80)
-                return false;
-            return finish(CToken::Float);
-        }
-        for (const char16_t suffix : {u'U', u'L', u'L', u'u', u'l', u'l'})
-            optional(suffix);
-        return finish(CToken::Integer);
-    }
-    if (isIdentifierStart(c)) {
-        while (end < size && isIdentifierPart(data[end]))
-            ++end;
-        return finish(CToken::Identifier);
-    }
-    if (c == '@') {
-        ++end;
-        while (end < size && isIdentifierPart(data[end]) && data[end] != '$')
-            ++end;
-        return finish(CToken::Register);
-    }
-    for (const int index : operatorsByFirstCharacter[c]) {
-        if (index < 0)
-            break;
+        end = scan.string(kind);
+    } else if (c == '0' && scan.at(scan.start + 1) == 'x') {
+        kind = CToken::HexInteger;
+        end = scan.hexInteger();
+    } else if (c == '0' && scan.at(scan.start + 1) == 'b') {
+        kind = CToken::BinaryInteger;
+        end = scan.binaryInteger();
+    } else if (isAsciiDigit(c)) {
+        end = scan.decimal(kind);
+    } else if (isIdentifierStart(c) || c == '@') {
+        kind = c == '@' ? CToken::Register : CToken::Identifier;
+        end = scan.identifier(c == '@');
+    } else if (const int index = scan.operatorRule(); index >= 0) {
         const OperatorRule &rule = operatorRules[size_t(index)];
-        const std::string_view literal = tokenInfo[size_t(rule.token)].literal;
-        qsizetype i = 1;
-        while (i < qsizetype(literal.size()) && at(start + i) == char16_t(literal[size_t(i)]))
-            ++i;
-        if (i == qsizetype(literal.size())) {
-            token = {int(rule.token), operatorTexts()[size_t(rule.token)], rule.priority};
-            m_position = start + i;
-            return true;
-        }
+        const qsizetype length = qsizetype(tokenInfo[size_t(rule.token)].literal.size());
+        token = {int(rule.token), operatorTexts()[size_t(rule.token)], rule.priority};
+        m_position = scan.start + length;
+        return true;
     }
-    ++end;
-    return finish(CToken::Unknown);
+    if (end < 0)
+        return false;
+    token = {int(kind), m_text.mid(scan.start, end - scan.start), operatorPriorities[size_t(kind)]};
+    m_position = end;
+    return true;
 }
