@@ -174,6 +174,62 @@ bool StandardProjectSystem::holdsValue(const ProjectElement *element,
     return false;
 }
 
+namespace {
+
+// What the top of the tree defines for every element below it.
+void addTopMacros(MacroTable &table, const QString &configuration)
+{
+    table.insert(QStringLiteral("Configuration"), configuration);
+    table.insert(QStringLiteral("EXE"), latin(executableExtension));
+    table.insert(QStringLiteral("LIB"), latin(libraryExtension));
+    table.insert(QStringLiteral("OBJ"), latin(objectExtension));
+    table.insert(QStringLiteral("PackageExt"), latin(packageExtension));
+}
+
+// The element's own names and places by its kind, over the table its parent left.
+void addElementMacros(const StandardProjectSystem &system, const ProjectElement *element,
+                      const QString &configuration, MacroTable &table)
+{
+    const QString name = element->elementName();
+    table.insert(QStringLiteral("ProjectNodeName"), name);
+    switch (element->kind()) {
+    case ProjectElement::Kind::Solution: {
+        const QFileInfo file(element->filePath().text());
+        table.insert(QStringLiteral("SolutionDir"), file.absolutePath());
+        table.insert(QStringLiteral("SolutionPath"), file.absoluteFilePath());
+        table.insert(QStringLiteral("SolutionFileName"), file.fileName());
+        table.insert(QStringLiteral("SolutionExt"), file.suffix());
+        table.insert(QStringLiteral("SolutionName"),
+                     name.isEmpty() ? file.completeBaseName() : name);
+        break;
+    }
+    case ProjectElement::Kind::Project: {
+        table.insert(QStringLiteral("ProjectName"), name);
+        table.insert(QStringLiteral("FolderName"), QString());
+        table.insert(QStringLiteral("FolderPath"), QString());
+        const QString directory = expandMacros(
+            PropertyClassList::global(), table,
+            system.resolveProperty(element, system.propertyClass(ProjectProperty::ProjectDirectory),
+                            configuration),
+            true, true);
+        const QString base = QFileInfo(element->filePath().text()).absolutePath();
+        table.insert(QStringLiteral("ProjectDir"),
+                     directory.isEmpty() ? base : joinPath(base, directory));
+        break;
+    }
+    case ProjectElement::Kind::Folder: {
+        const QString above = table.value(QStringLiteral("FolderPath"));
+        table.insert(QStringLiteral("FolderName"), name);
+        table.insert(QStringLiteral("FolderPath"), above.isEmpty() ? name : above + u'/' + name);
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+} // namespace
+
 const StandardProjectSystem::MacroCacheEntry &
 StandardProjectSystem::nodeMacros(const ProjectElement *element,
                                   const QString &configuration) const
@@ -194,48 +250,9 @@ StandardProjectSystem::nodeMacros(const ProjectElement *element,
         table = above.table;
         entry->userKeys = above.userKeys;
     } else {
-        table.insert(QStringLiteral("Configuration"), configuration);
-        table.insert(QStringLiteral("EXE"), latin(executableExtension));
-        table.insert(QStringLiteral("LIB"), latin(libraryExtension));
-        table.insert(QStringLiteral("OBJ"), latin(objectExtension));
-        table.insert(QStringLiteral("PackageExt"), latin(packageExtension));
+        addTopMacros(table, configuration);
     }
-    const QString name = element->elementName();
-    table.insert(QStringLiteral("ProjectNodeName"), name);
-    switch (element->kind()) {
-    case ProjectElement::Kind::Solution: {
-        const QFileInfo file(element->filePath().text());
-        table.insert(QStringLiteral("SolutionDir"), file.absolutePath());
-        table.insert(QStringLiteral("SolutionPath"), file.absoluteFilePath());
-        table.insert(QStringLiteral("SolutionFileName"), file.fileName());
-        table.insert(QStringLiteral("SolutionExt"), file.suffix());
-        table.insert(QStringLiteral("SolutionName"),
-                     name.isEmpty() ? file.completeBaseName() : name);
-        break;
-    }
-    case ProjectElement::Kind::Project: {
-        table.insert(QStringLiteral("ProjectName"), name);
-        table.insert(QStringLiteral("FolderName"), QString());
-        table.insert(QStringLiteral("FolderPath"), QString());
-        const QString directory = expandMacros(
-            PropertyClassList::global(), table,
-            resolveProperty(element, propertyClass(ProjectProperty::ProjectDirectory),
-                            configuration),
-            true, true);
-        const QString base = QFileInfo(element->filePath().text()).absolutePath();
-        table.insert(QStringLiteral("ProjectDir"),
-                     directory.isEmpty() ? base : joinPath(base, directory));
-        break;
-    }
-    case ProjectElement::Kind::Folder: {
-        const QString above = table.value(QStringLiteral("FolderPath"));
-        table.insert(QStringLiteral("FolderName"), name);
-        table.insert(QStringLiteral("FolderPath"), above.isEmpty() ? name : above + u'/' + name);
-        break;
-    }
-    default:
-        break;
-    }
+    addElementMacros(*this, element, configuration, table);
     const PropertyClass *macrosRow = propertyClass(ProjectProperty::Macros);
     if (!parent || holdsValue(element, macrosRow))
         layOver(table, resolveProperty(element, macrosRow, configuration), entry->userKeys);
