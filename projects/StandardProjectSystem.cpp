@@ -164,33 +164,36 @@ QStringList StandardProjectSystem::inheritedConfigurations(const ProjectElement 
     return {};
 }
 
-QStringList StandardProjectSystem::publicConfigurations() const
+namespace {
+
+// The names of the solution's configuration declarations, hidden or not. "Common" is never a
+// public configuration; a hidden declaration of it is listed with the private ones.
+QStringList declaredConfigurations(const ProjectElement *solution, bool hidden)
 {
     QStringList names;
-    if (!m_solution)
-        return names;
-    for (XMLNode *node = m_solution->firstChild(); node; node = node->nextSibling()) {
+    for (XMLNode *node = solution ? solution->firstChild() : nullptr; node;
+         node = node->nextSibling()) {
         const ProjectElement *child = asProjectElement(node);
-        if (child && child->kind() == ProjectElement::Kind::Configuration
-            && qstrcmp(child->attribute("hidden"), "Yes") != 0 && child->attribute("Name")
-            && qstrcmp(child->attribute("Name"), "Common") != 0)
+        if (!child || child->kind() != ProjectElement::Kind::Configuration
+            || !child->attribute("Name")
+            || (qstrcmp(child->attribute("hidden"), "Yes") == 0) != hidden)
+            continue;
+        if (hidden || qstrcmp(child->attribute("Name"), "Common") != 0)
             names.append(QString::fromUtf8(child->attribute("Name")));
     }
     return names;
 }
 
+} // namespace
+
+QStringList StandardProjectSystem::publicConfigurations() const
+{
+    return declaredConfigurations(m_solution, false);
+}
+
 QStringList StandardProjectSystem::privateConfigurations() const
 {
-    QStringList names;
-    if (!m_solution)
-        return names;
-    for (XMLNode *node = m_solution->firstChild(); node; node = node->nextSibling()) {
-        const ProjectElement *child = asProjectElement(node);
-        if (child && child->kind() == ProjectElement::Kind::Configuration
-            && qstrcmp(child->attribute("hidden"), "Yes") == 0 && child->attribute("Name"))
-            names.append(QString::fromUtf8(child->attribute("Name")));
-    }
-    return names;
+    return declaredConfigurations(m_solution, true);
 }
 
 namespace {
