@@ -23,14 +23,14 @@ demo: build
 	@examples/run-demo.sh $(OUT)/bin
 
 test: build
-	cd $(OUT) && ctest --output-on-failure -j $(JOBS)
+	cd $(OUT) && ctest --output-on-failure --timeout 300 -j $(JOBS)
 
 asan-test: deps
 	@test -f $(ASAN_OUT)/build.ninja || cmake -S . -B $(ASAN_OUT) -G Ninja \
 	    -DCMAKE_BUILD_TYPE=Debug -DTESS_SANITIZE=ON
 	cmake --build $(ASAN_OUT) -j $(JOBS)
 	cd $(ASAN_OUT) && ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
-	    ctest --output-on-failure -j $(JOBS)
+	    ctest --output-on-failure --timeout 300 -j $(JOBS)
 
 bench: build
 	@scripts/install-deps.sh bench
