@@ -30,7 +30,7 @@ asan-test: deps
 	    -DCMAKE_BUILD_TYPE=Debug -DTESS_SANITIZE=ON
 	cmake --build $(ASAN_OUT) -j $(JOBS)
 	cd $(ASAN_OUT) && ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
-	    ctest --output-on-failure --timeout 300 -j $(JOBS)
+	    ctest --output-on-failure --timeout 900 -j $(JOBS)
 
 bench: build
 	@scripts/install-deps.sh bench
