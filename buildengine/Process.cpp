@@ -209,7 +209,7 @@ int Process::start(const QList<QByteArray> &arguments, bool wait, const QString 
     if (!wait)
         return 0;
     int status = 0;
-    while (step(&status, true)) {
+    while (step(&status, true, pollMilliseconds)) {
     }
     return status;
 }
@@ -238,10 +238,15 @@ void Process::readAvailable(int &fd, bool isError, bool endOfFile)
 
 bool Process::poll(int *status)
 {
-    return step(status, false);
+    return step(status, false, pollMilliseconds);
 }
 
-bool Process::step(int *status, bool block)
+bool Process::check(int *status)
+{
+    return step(status, false, 0);
+}
+
+bool Process::step(int *status, bool block, int waitMilliseconds)
 {
     if (m_pid <= 0) {
         if (status)
@@ -254,7 +259,7 @@ bool Process::step(int *status, bool block)
         if (fd >= 0)
             fds[count++] = {fd, POLLIN, 0};
     }
-    if (count > 0 && ::poll(fds, nfds_t(count), pollMilliseconds) > 0) {
+    if (count > 0 && ::poll(fds, nfds_t(count), waitMilliseconds) > 0) {
         for (int i = 0; i < count; ++i) {
             if (fds[i].revents == 0)
                 continue;
@@ -267,7 +272,7 @@ bool Process::step(int *status, bool block)
     // sleeps a little so that polling in a loop does not spin.
     const bool blockInWait = block && count == 0;
     pid_t done = ::waitpid(m_pid, &waitStatus, blockInWait ? 0 : WNOHANG);
-    if (done == 0 && count == 0) {
+    if (done == 0 && count == 0 && waitMilliseconds > 0) {
         ::poll(nullptr, 0, idleMilliseconds);
         done = ::waitpid(m_pid, &waitStatus, WNOHANG);
     }

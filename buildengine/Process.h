@@ -31,6 +31,9 @@ public:
     // if it has ended. True while the child runs; `status`, if given, then receives the exit
     // status as start() reports it.
     bool poll(int *status = nullptr);
+    // As poll, but returns at once: reads only output that is already there. For callers that
+    // poll on a timer of their own and must never be held up.
+    bool check(int *status = nullptr);
 
     // Marks the process as terminated and sends it SIGHUP if it still runs.
     void kill();
@@ -48,7 +51,7 @@ protected:
     virtual void processOutput(bool isError, const QByteArray &bytes);
 
 private:
-    bool step(int *status, bool block);
+    bool step(int *status, bool block, int waitMilliseconds);
     void readAvailable(int &fd, bool isError, bool endOfFile);
     void closePipes();
     void reap(int waitStatus);

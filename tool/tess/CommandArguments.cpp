@@ -53,6 +53,7 @@ std::optional<CommandArguments> CommandArguments::parse(const TessCommand &comma
         }
         if (argument == QLatin1String("--")) {
             optionsEnded = true;
+            parsed.m_dashesAt = parsed.m_operands.size();
             continue;
         }
         if (argument == QLatin1String("--help")) {

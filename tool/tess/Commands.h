@@ -60,6 +60,11 @@ public:
     [[nodiscard]] QString value(const char *name, const QString &fallback = {}) const;
     [[nodiscard]] QStringList values(const char *name) const;
     const QStringList &operands() const { return m_operands; }
+    // How many operands came before "--": all of them when there was none.
+    [[nodiscard]] qsizetype operandsBeforeDashes() const
+    {
+        return m_dashesAt < 0 ? m_operands.size() : m_dashesAt;
+    }
     const std::vector<Item> &items() const { return m_items; }
 
     // The option's value as a whole number in [minimum, maximum]; `fallback` when absent. A bad
@@ -77,6 +82,7 @@ private:
     std::vector<Item> m_items;
     QStringList m_operands;
     bool m_helpRequested = false;
+    qsizetype m_dashesAt = -1;   // operands before "--", -1 without one
 };
 
 // The usage line of a command form: "usage: tess NAME SYNOPSIS".
@@ -86,6 +92,7 @@ private:
 
 // The rows of each command file, in the order `tess help` lists them.
 std::span<const TessCommand> buildCommands();
+std::span<const TessCommand> clangCommands();
 std::span<const TessCommand> commandsCommands();
 std::span<const TessCommand> debugCommands();
 std::span<const TessCommand> depsCommands();
