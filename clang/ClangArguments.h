@@ -10,8 +10,7 @@ class StandardProjectSystem;
 // ones taken from the project's folder), the definitions and undefinitions, then the additional
 // C options. Macros in the values are expanded.
 [[nodiscard]] QStringList clangArguments(const StandardProjectSystem &system,
-                                         const ProjectElement *file,
-                                         const QString &configuration);
+                                         const ProjectElement *file, const QString &configuration);
 
 // The folder relative paths in a file's arguments are taken from: its project's.
 [[nodiscard]] QString clangWorkingDirectory(const StandardProjectSystem &system,

@@ -62,8 +62,8 @@ void ClangDLL::startCursorReferenced(const ClangUnit &unit, unsigned parseOption
           unitRequest(ClangCommand::CursorReferenced, unit, parseOptions, line, column));
 }
 
-void ClangDLL::startReferences(const ClangUnit &unit, unsigned parseOptions, int line,
-                               int column, std::vector<ClangLocation> *destination)
+void ClangDLL::startReferences(const ClangUnit &unit, unsigned parseOptions, int line, int column,
+                               std::vector<ClangLocation> *destination)
 {
     m_destinations.locations = destination;
     begin(ClangOperation::References,

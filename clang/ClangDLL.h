@@ -10,7 +10,8 @@ class ClangEngine;
 // indexer is not wanted. Each start call does the whole job at once and keeps the result for
 // the collect call; no translation unit outlives its job. A crash inside libclang takes the
 // process with it, which is what the separate indexer is for.
-class ClangDLL : public ClangInterface, public LibClang {
+class ClangDLL : public ClangInterface, public LibClang
+{
 public:
     // Throws HException "Failed to load libclang.dll <path>".
     explicit ClangDLL(const QString &libraryPath);
@@ -20,9 +21,9 @@ public:
     void stop() override;
 
     void startCompletion(const QString &mainPath, int line, int column,
-                         const std::vector<ClangUnsavedFile> &unsaved,
-                         const QStringList &arguments, unsigned flags, const QString &sourcePath,
-                         bool prefixFromToken, std::vector<ClangCompletion> *destination) override;
+                         const std::vector<ClangUnsavedFile> &unsaved, const QStringList &arguments,
+                         unsigned flags, const QString &sourcePath, bool prefixFromToken,
+                         std::vector<ClangCompletion> *destination) override;
     bool collectCompletion() override { return collect(ClangOperation::Completion); }
     void startRanges(const ClangUnit &unit, unsigned parseOptions,
                      std::vector<ClangRange> *destination) override;

@@ -1,20 +1,21 @@
 #include "clang/ClangEngine.h"
-#include "clang/LibClang.h"
 #include "foundation/HException.h"
+#include "clang/LibClang.h"
 #include <QFile>
 #include <algorithm>
 
 namespace C = LibClangConstant;
 
-namespace {
+namespace
+{
 
 // Files larger than this are not read to check a position: the check then leaves it to libclang.
 constexpr qint64 positionCheckLimit = qint64(256) << 20;
 
 bool isIdentifierByte(char c)
 {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_'
-        || (static_cast<unsigned char>(c) & 0x80) != 0;
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           (static_cast<unsigned char>(c) & 0x80) != 0;
 }
 
 bool isInvalid(int kind)
@@ -101,8 +102,8 @@ int visitDeclaration(CXCursor cursor, CXCursor parent, CXClientData data)
         return C::childVisitContinue;
     case C::cursorVarDecl: {
         const int parentKind = walk.lib.clang_getCursorKind(parent);
-        if ((parentKind == C::cursorTranslationUnit || parentKind == C::cursorLinkageSpec)
-            && inFile(walk, cursor))
+        if ((parentKind == C::cursorTranslationUnit || parentKind == C::cursorLinkageSpec) &&
+            inFile(walk, cursor))
             record(walk, cursor);
         return C::childVisitContinue;
     }
@@ -154,7 +155,8 @@ int visitForName(CXCursor cursor, CXCursor, CXClientData data)
         return C::childVisitContinue;
     unsigned line = 0;
     nameLocation(lib, lib.clang_getCursorLocation(cursor), file, line, column);
-    if (line == search.line && column == search.column && file && lib.clang_File_isEqual(file, search.file))
+    if (line == search.line && column == search.column && file &&
+        lib.clang_File_isEqual(file, search.file))
         search.found = cursor;
     return C::childVisitRecurse;
 }
@@ -195,7 +197,8 @@ bool completionBefore(const ClangCompletion &a, const ClangCompletion &b)
 } // namespace
 
 // One request against the units of the engine.
-class ClangEngine::Job {
+class ClangEngine::Job
+{
 public:
     Job(ClangEngine &engine, const ClangRequest &request);
     void run(ClangReply &reply);
@@ -223,7 +226,7 @@ private:
     ClangEngine &m_engine;
     const LibClang &m_lib;
     const ClangRequest &m_request;
-    QString m_path;   // the file positions refer to
+    QString m_path; // the file positions refer to
     QByteArray m_pathBytes;
     std::vector<QByteArray> m_names;
     std::vector<CXUnsavedFile> m_unsaved;
@@ -291,7 +294,8 @@ QByteArray ClangEngine::Job::checkedLine() const
         start = end < 0 ? -1 : end + 1;
     }
     if (start < 0) {
-        const qsizetype lines = buffer.count('\n') + (buffer.endsWith('\n') || buffer.isEmpty() ? 0 : 1);
+        const qsizetype lines =
+            buffer.count('\n') + (buffer.endsWith('\n') || buffer.isEmpty() ? 0 : 1);
         fail(QStringLiteral("%1:%2:%3: past the end of the file, which has %4 lines")
                  .arg(m_path)
                  .arg(line)
@@ -343,8 +347,8 @@ CXCursor ClangEngine::Job::tokenCursor(CXTranslationUnit unit, bool identifiersO
         unsigned startLine = 0, startColumn = 0, endLine = 0, endColumn = 0, offset = 0;
         m_lib.clang_getSpellingLocation(m_lib.clang_getRangeStart(extent), &at, &startLine,
                                         &startColumn, &offset);
-        m_lib.clang_getSpellingLocation(m_lib.clang_getRangeEnd(extent), &at, &endLine,
-                                        &endColumn, &offset);
+        m_lib.clang_getSpellingLocation(m_lib.clang_getRangeEnd(extent), &at, &endLine, &endColumn,
+                                        &offset);
         if (startLine != row || startColumn > column)
             continue;
         if (column < endColumn || endLine > row)
@@ -353,22 +357,24 @@ CXCursor ClangEngine::Job::tokenCursor(CXTranslationUnit unit, bool identifiersO
             ending = &tokens[i];
     }
     const auto usable = [&](const CXToken *token) {
-        return token && (!identifiersOnly || m_lib.clang_getTokenKind(*token) == C::tokenIdentifier);
+        return token &&
+               (!identifiersOnly || m_lib.clang_getTokenKind(*token) == C::tokenIdentifier);
     };
     const CXToken *found = usable(holding) ? holding : usable(ending) ? ending : nullptr;
     CXCursor cursor = m_lib.clang_getNullCursor();
     if (found) {
         const CXSourceLocation location = m_lib.clang_getTokenLocation(unit, *found);
         cursor = m_lib.clang_getCursor(unit, location);
-        if (m_lib.clang_getCursorKind(cursor) == C::cursorMacroExpansion
-            && !m_lib.clang_equalLocations(m_lib.clang_getCursorLocation(cursor), location)) {
+        if (m_lib.clang_getCursorKind(cursor) == C::cursorMacroExpansion &&
+            !m_lib.clang_equalLocations(m_lib.clang_getCursorLocation(cursor), location)) {
             // A token among a macro's arguments: what it names is in the syntax tree, which the
             // lookup by location does not reach through the expansion.
             CXFile at = nullptr;
             unsigned line = 0, tokenColumn = 0;
             nameLocation(m_lib, location, at, line, tokenColumn);
             NameSearch search{m_lib, file, line, tokenColumn, m_lib.clang_getNullCursor()};
-            m_lib.clang_visitChildren(m_lib.clang_getTranslationUnitCursor(unit), visitForName, &search);
+            m_lib.clang_visitChildren(m_lib.clang_getTranslationUnitCursor(unit), visitForName,
+                                      &search);
             cursor = search.found;
         }
     }
@@ -400,18 +406,20 @@ void ClangEngine::Job::complete(ClangReply &reply)
         prefix = line.mid(start, column - 1 - start);
         column = start + 1;
     }
-    const CXTranslationUnit unit =
-        m_engine.unitFor(m_request, ClangParse::plain, false, m_unsaved);
+    const CXTranslationUnit unit = m_engine.unitFor(m_request, ClangParse::plain, false, m_unsaved);
     unsigned options = m_lib.clang_defaultCodeCompleteOptions();
     if (m_request.flags & ClangCompletionFlag::includeMacros)
         options |= ClangCompletionFlag::includeMacros;
     else
         options &= ~ClangCompletionFlag::includeMacros;
     CXCodeCompleteResults *results = m_lib.clang_codeCompleteAt(
-        unit, m_pathBytes.constData(), unsigned(m_request.line), unsigned(column),
-        m_unsaved.data(), unsigned(m_unsaved.size()), options);
+        unit, m_pathBytes.constData(), unsigned(m_request.line), unsigned(column), m_unsaved.data(),
+        unsigned(m_unsaved.size()), options);
     if (!results)
-        fail(QStringLiteral("%1:%2:%3: completion failed").arg(m_path).arg(m_request.line).arg(column));
+        fail(QStringLiteral("%1:%2:%3: completion failed")
+                 .arg(m_path)
+                 .arg(m_request.line)
+                 .arg(column));
     const QString prefixText = QString::fromUtf8(prefix);
     for (unsigned i = 0; i < results->NumResults; ++i) {
         const CXCompletionResult &result = results->Results[i];
@@ -433,7 +441,8 @@ void ClangEngine::Job::complete(ClangReply &reply)
 
 void ClangEngine::Job::index(ClangReply &reply)
 {
-    const CXTranslationUnit unit = m_engine.unitFor(m_request, m_request.parseOptions, true, m_unsaved);
+    const CXTranslationUnit unit =
+        m_engine.unitFor(m_request, m_request.parseOptions, true, m_unsaved);
     IndexWalk walk{m_lib, positionFile(unit), reply.symbols};
     m_lib.clang_visitChildren(m_lib.clang_getTranslationUnitCursor(unit), visitDeclaration, &walk);
     std::stable_sort(reply.symbols.begin(), reply.symbols.end(),
@@ -444,34 +453,38 @@ void ClangEngine::Job::index(ClangReply &reply)
 
 void ClangEngine::Job::cursorReferenced(ClangReply &reply)
 {
-    const CXTranslationUnit unit = m_engine.unitFor(m_request, m_request.parseOptions, true, m_unsaved);
+    const CXTranslationUnit unit =
+        m_engine.unitFor(m_request, m_request.parseOptions, true, m_unsaved);
     const CXCursor referenced = referencedAt(unit);
     if (m_lib.clang_Cursor_isNull(referenced))
         return;
     const CXCursor definition = m_lib.clang_getCursorDefinition(referenced);
-    const bool hasDefinition = !m_lib.clang_Cursor_isNull(definition)
-        && !isInvalid(m_lib.clang_getCursorKind(definition));
+    const bool hasDefinition =
+        !m_lib.clang_Cursor_isNull(definition) && !isInvalid(m_lib.clang_getCursorKind(definition));
     reply.symbols.push_back(describe(m_lib, hasDefinition ? definition : referenced));
 }
 
 void ClangEngine::Job::references(ClangReply &reply)
 {
-    const CXTranslationUnit unit = m_engine.unitFor(m_request, m_request.parseOptions, true, m_unsaved);
+    const CXTranslationUnit unit =
+        m_engine.unitFor(m_request, m_request.parseOptions, true, m_unsaved);
     const CXCursor referenced = referencedAt(unit);
     if (m_lib.clang_Cursor_isNull(referenced))
         return;
     ReferenceWalk walk{m_lib, reply.locations};
     m_lib.clang_findReferencesInFile(referenced, positionFile(unit), {&walk, visitReference});
     auto &locations = reply.locations;
-    std::sort(locations.begin(), locations.end(), [](const ClangLocation &a, const ClangLocation &b) {
-        return a.line != b.line ? a.line < b.line : a.column < b.column;
-    });
+    std::sort(locations.begin(), locations.end(),
+              [](const ClangLocation &a, const ClangLocation &b) {
+                  return a.line != b.line ? a.line < b.line : a.column < b.column;
+              });
     locations.erase(std::unique(locations.begin(), locations.end()), locations.end());
 }
 
 void ClangEngine::Job::ranges(ClangReply &reply)
 {
-    const CXTranslationUnit unit = m_engine.unitFor(m_request, m_request.parseOptions, true, m_unsaved);
+    const CXTranslationUnit unit =
+        m_engine.unitFor(m_request, m_request.parseOptions, true, m_unsaved);
     CXSourceRangeList *list = m_lib.clang_getSkippedRanges(unit, positionFile(unit));
     if (!list)
         return;
@@ -489,7 +502,8 @@ void ClangEngine::Job::ranges(ClangReply &reply)
 
 void ClangEngine::Job::evaluate(ClangReply &reply)
 {
-    const CXTranslationUnit unit = m_engine.unitFor(m_request, m_request.parseOptions, true, m_unsaved);
+    const CXTranslationUnit unit =
+        m_engine.unitFor(m_request, m_request.parseOptions, true, m_unsaved);
     const CXCursor cursor = tokenCursor(unit, false);
     if (m_lib.clang_Cursor_isNull(cursor) || isInvalid(m_lib.clang_getCursorKind(cursor)))
         return;
@@ -560,8 +574,8 @@ void ClangEngine::disposeUnits(std::size_t keep)
     }
 }
 
-CXTranslationUnit ClangEngine::unitFor(const ClangRequest &request, unsigned options,
-                                       bool reparse, std::vector<CXUnsavedFile> &unsaved)
+CXTranslationUnit ClangEngine::unitFor(const ClangRequest &request, unsigned options, bool reparse,
+                                       std::vector<CXUnsavedFile> &unsaved)
 {
     QByteArray key = request.mainPath.toUtf8();
     for (const QString &argument : request.arguments)
@@ -573,9 +587,9 @@ CXTranslationUnit ClangEngine::unitFor(const ClangRequest &request, unsigned opt
         Unit unit = *kept;
         m_units.erase(kept);
         const int failed = !reparse ? 0
-            : m_library.clang_reparseTranslationUnit(unit.handle, unsigned(unsaved.size()),
-                                                     unsaved.data(),
-                                                     m_library.clang_defaultReparseOptions(unit.handle));
+                                    : m_library.clang_reparseTranslationUnit(
+                                          unit.handle, unsigned(unsaved.size()), unsaved.data(),
+                                          m_library.clang_defaultReparseOptions(unit.handle));
         if (!failed) {
             m_units.push_back(unit);
             return unit.handle;

@@ -9,7 +9,7 @@
 
 // An editor buffer that differs from its file on disk: libclang reads `contents` instead.
 struct ClangUnsavedFile {
-    QString name;   // absolute path, as the compiler names the file
+    QString name; // absolute path, as the compiler names the file
     QByteArray contents;
 };
 
@@ -17,19 +17,19 @@ struct ClangUnsavedFile {
 // names, when that is not the main file (a header open in the editor); empty otherwise.
 struct ClangUnit {
     QString mainPath;
-    QStringList arguments;   // compiler arguments, without the main file
+    QStringList arguments; // compiler arguments, without the main file
     std::vector<ClangUnsavedFile> unsaved;
     QString sourcePath;
 };
 
 // One completion candidate.
 struct ClangCompletion {
-    int priority = 0;       // smaller is likelier
-    int kind = 0;           // the cursor kind of the candidate
+    int priority = 0; // smaller is likelier
+    int kind = 0;     // the cursor kind of the candidate
     int availability = 0;
-    QString typedText;      // what the user types
-    QString kindSpelling;   // "FieldDecl"
-    QString text;           // the whole candidate with its result type: "int count"
+    QString typedText;    // what the user types
+    QString kindSpelling; // "FieldDecl"
+    QString text;         // the whole candidate with its result type: "int count"
 };
 
 // One range of lines of a file, first and last from 1, with the file's path.
@@ -41,14 +41,14 @@ struct ClangRange {
 
 // A declaration: a symbol of an index, or the entity a cursor refers to.
 struct ClangSymbol {
-    int line = 0;     // from 1
-    int column = 0;   // from 1, in bytes
-    int kind = 0;     // the cursor kind
+    int line = 0;   // from 1
+    int column = 0; // from 1, in bytes
+    int kind = 0;   // the cursor kind
     bool definition = false;
     QString path;
     QString kindSpelling;
     QString name;
-    QString usr;      // unique across translation units
+    QString usr; // unique across translation units
 };
 
 // A place in a file, line and column from 1 (the column in bytes).
@@ -73,7 +73,8 @@ constexpr std::array<const char *, 7> clangOperationNames = {"NONE", "SCCA", "GR
 [[nodiscard]] const char *clangOperationName(ClangOperation operation);
 
 // Flags of startCompletion.
-namespace ClangCompletionFlag {
+namespace ClangCompletionFlag
+{
 constexpr unsigned includeMacros = 0x1;
 // The extra flag: the identifier before the point is the prefix the candidates must start with
 // (without regard to case), and completion runs at its start.
@@ -82,7 +83,8 @@ constexpr unsigned prefixFromToken = 0x2;
 
 // Parse options a request carries: libclang's cached-completion, detailed-preprocessing and
 // skip-function-bodies flags. Detail makes macros visible to definitions and references.
-namespace ClangParse {
+namespace ClangParse
+{
 constexpr unsigned plain = 8;
 constexpr unsigned detailed = 9;
 constexpr unsigned skipBodies = 72;
@@ -93,7 +95,8 @@ constexpr unsigned detailedSkipBodies = 73;
 // over the request and where the result goes; the collect call, polled on a timer, returns
 // false until the result is there, then fills the destination and returns true. One operation
 // at a time. Failures are HException.
-class ClangInterface {
+class ClangInterface
+{
 public:
     virtual ~ClangInterface();
 
@@ -124,8 +127,8 @@ public:
     [[nodiscard]] virtual bool collectCursorReferenced() = 0;
     // The places in the file that refer to what is referenced at the position, declarations
     // included.
-    virtual void startReferences(const ClangUnit &unit, unsigned parseOptions, int line,
-                                 int column, std::vector<ClangLocation> *destination) = 0;
+    virtual void startReferences(const ClangUnit &unit, unsigned parseOptions, int line, int column,
+                                 std::vector<ClangLocation> *destination) = 0;
     [[nodiscard]] virtual bool collectReferences() = 0;
     // The value of the expression or variable at the position; a null string when it has none.
     virtual void startCursorEvaluate(const ClangUnit &unit, unsigned parseOptions, int line,
@@ -135,12 +138,12 @@ public:
 
 // How the environment wants its code intelligence.
 struct ClangSettings {
-    QString libraryPath;           // empty: no code intelligence
-    bool separateProcess = true;   // the indexer program rather than the library in-process
-    QString indexerProgram;        // empty: <installation>/bin/index
-    int timeoutSeconds = 60;       // a request unanswered this long kills the indexer
-    std::function<void(const QString &)> trace;    // complaints of the state checks; null: off
-    std::function<void(const QString &)> notice;   // "indexer restarted"; null: dropped
+    QString libraryPath;         // empty: no code intelligence
+    bool separateProcess = true; // the indexer program rather than the library in-process
+    QString indexerProgram;      // empty: <installation>/bin/index
+    int timeoutSeconds = 60;     // a request unanswered this long kills the indexer
+    std::function<void(const QString &)> trace;  // complaints of the state checks; null: off
+    std::function<void(const QString &)> notice; // "indexer restarted"; null: dropped
 };
 
 // The form the settings ask for, or null when no library is set. The constructors' failures

@@ -11,7 +11,8 @@
 #include <time.h>
 #include <unistd.h>
 
-namespace {
+namespace
+{
 
 // The names carry the process number, so one process has one server at a time.
 int liveServers = 0;
@@ -99,13 +100,19 @@ void ClangServer::startIndexer()
     // old request, or us an old answer.
     drain(m_call);
     drain(m_return);
-    const QString installation = installationDirectory().isEmpty()
-        ? QFileInfo(m_program).absoluteDir().absoluteFilePath(QStringLiteral(".."))
-        : installationDirectory();
-    const QList<QByteArray> arguments = {
-        QFile::encodeName(m_program), "-q", QFile::encodeName(m_library), m_names.sharedMemory,
-        m_names.callSemaphore, m_names.returnSemaphore, QByteArray::number(::getpid()),
-        "1>", "/dev/null"};
+    const QString installation =
+        installationDirectory().isEmpty()
+            ? QFileInfo(m_program).absoluteDir().absoluteFilePath(QStringLiteral(".."))
+            : installationDirectory();
+    const QList<QByteArray> arguments = {QFile::encodeName(m_program),
+                                         "-q",
+                                         QFile::encodeName(m_library),
+                                         m_names.sharedMemory,
+                                         m_names.callSemaphore,
+                                         m_names.returnSemaphore,
+                                         QByteArray::number(::getpid()),
+                                         "1>",
+                                         "/dev/null"};
     if (start(arguments, false, QDir::cleanPath(installation), false, false) < 0)
         throw HException(QStringLiteral("Cannot start the indexer: %1").arg(errorString()));
 }

@@ -15,7 +15,8 @@
 //
 // States: idle (no operation, not busy), running (operation set, busy), ready (the return
 // semaphore taken: not busy, operation still set), and idle again after the collect.
-class ClangServer : public ClangInterface, public Process, public SharedMemory {
+class ClangServer : public ClangInterface, public Process, public SharedMemory
+{
 public:
     // Makes the shared area and the semaphores and starts the indexer. Throws HException with
     // "Failed to create shared memory", "Failed to create call semaphore", "Failed to create
@@ -32,9 +33,9 @@ public:
     void stop() override;
 
     void startCompletion(const QString &mainPath, int line, int column,
-                         const std::vector<ClangUnsavedFile> &unsaved,
-                         const QStringList &arguments, unsigned flags, const QString &sourcePath,
-                         bool prefixFromToken, std::vector<ClangCompletion> *destination) override;
+                         const std::vector<ClangUnsavedFile> &unsaved, const QStringList &arguments,
+                         unsigned flags, const QString &sourcePath, bool prefixFromToken,
+                         std::vector<ClangCompletion> *destination) override;
     bool collectCompletion() override { return collect(ClangOperation::Completion); }
     void startRanges(const ClangUnit &unit, unsigned parseOptions,
                      std::vector<ClangRange> *destination) override;
@@ -77,8 +78,8 @@ private:
     IndexerNames m_names;
     sem_t *m_call = SEM_FAILED;
     sem_t *m_return = SEM_FAILED;
-    quint8 m_busy = false;   // from the request's post until its result has been seen
-    quint8 m_stop = false;   // the result of the running operation is to be thrown away
+    quint8 m_busy = false; // from the request's post until its result has been seen
+    quint8 m_stop = false; // the result of the running operation is to be thrown away
     ClangOperation operation = ClangOperation::None;
     ClangDestinations m_destinations;
     QElapsedTimer m_posted;

@@ -4,11 +4,11 @@
 #include <dlfcn.h>
 #include <type_traits>
 
-namespace {
+namespace
+{
 
 // Hands each function member with its library name to `visit`, in the order of resolution.
-template <typename Visit>
-void forEachFunction(Visit &&visit)
+template <typename Visit> void forEachFunction(Visit &&visit)
 {
     visit(&LibClang::clang_createIndex, "clang_createIndex");
     visit(&LibClang::clang_disposeIndex, "clang_disposeIndex");
@@ -89,7 +89,8 @@ void forEachFunction(Visit &&visit)
     visit(&LibClang::clang_Cursor_getRawCommentText, "clang_Cursor_getRawCommentText");
     visit(&LibClang::clang_Cursor_getParsedComment, "clang_Cursor_getParsedComment");
     visit(&LibClang::clang_Comment_getKind, "clang_Comment_getKind");
-    visit(&LibClang::clang_VerbatimBlockLineComment_getText, "clang_VerbatimBlockLineComment_getText");
+    visit(&LibClang::clang_VerbatimBlockLineComment_getText,
+          "clang_VerbatimBlockLineComment_getText");
     visit(&LibClang::clang_FullComment_getAsHTML, "clang_FullComment_getAsHTML");
     visit(&LibClang::clang_FullComment_getAsXML, "clang_FullComment_getAsXML");
     visit(&LibClang::clang_getCursorLexicalParent, "clang_getCursorLexicalParent");

@@ -6,7 +6,8 @@
 // libclang opened with dlopen and the functions of it that the code intelligence calls,
 // resolved with dlsym: nothing of ours links the library, so a machine without it still runs
 // everything else. The members are named as the library names them.
-class LibClang {
+class LibClang
+{
 public:
     // The library's default name on this system (the C interface of version 14).
     static constexpr const char *defaultLibrary = "libclang-14.so.1";
@@ -37,7 +38,8 @@ public:
     CXCodeCompleteResults *(*clang_codeCompleteAt)(CXTranslationUnit unit, const char *fileName,
                                                    unsigned line, unsigned column,
                                                    CXUnsavedFile *unsavedFiles,
-                                                   unsigned unsavedCount, unsigned options) = nullptr;
+                                                   unsigned unsavedCount,
+                                                   unsigned options) = nullptr;
     unsigned (*clang_defaultCodeCompleteOptions)() = nullptr;
     void (*clang_sortCodeCompletionResults)(CXCompletionResult *results, unsigned count) = nullptr;
     void (*clang_disposeCodeCompleteResults)(CXCodeCompleteResults *results) = nullptr;
@@ -95,9 +97,8 @@ public:
     unsigned (*clang_isCursorDefinition)(CXCursor cursor) = nullptr;
     int (*clang_Cursor_isNull)(CXCursor cursor) = nullptr;
     unsigned (*clang_equalCursors)(CXCursor a, CXCursor b) = nullptr;
-    void (*clang_getInstantiationLocation)(CXSourceLocation location, CXFile *file,
-                                           unsigned *line, unsigned *column,
-                                           unsigned *offset) = nullptr;
+    void (*clang_getInstantiationLocation)(CXSourceLocation location, CXFile *file, unsigned *line,
+                                           unsigned *column, unsigned *offset) = nullptr;
     CXString (*clang_getFileName)(CXFile file) = nullptr;
 
     // Diagnostics and ranges.

@@ -3,7 +3,8 @@
 #include <cstring>
 #include <limits>
 
-namespace {
+namespace
+{
 
 // Header slots, by the offset / 4 they sit at.
 enum HeaderSlot { slotCommand, slotCount, slotOptions, slotArguments, slotExtra, slotFlags };
@@ -22,7 +23,8 @@ qint32 getHeader(const char *area, HeaderSlot slot)
 
 // Counts the bytes of a payload, or writes them: the two passes share one encoder so that the
 // size checked is the size written.
-class Sink {
+class Sink
+{
 public:
     explicit Sink(char *to) : m_to(to) {}
     void bytes(const char *data, std::size_t length)
@@ -36,7 +38,7 @@ public:
     [[nodiscard]] std::size_t used() const { return m_used; }
 
 private:
-    char *m_to;   // null: count only
+    char *m_to; // null: count only
     std::size_t m_used = 0;
 };
 
@@ -80,7 +82,8 @@ void encodeRequest(const ClangRequest &request, const EncodedRequest &text, Sink
 }
 
 // Reads a payload with every access checked against the end of the area.
-class Reader {
+class Reader
+{
 public:
     Reader(const char *area, std::size_t size, const char *what)
         : m_area(area), m_size(size), m_what(what)
@@ -271,7 +274,8 @@ void decodeReply(ClangCommand command, Reader &reader, qint32 count, ClangReply 
 std::size_t writeFailure(const QString &reason, char *area, std::size_t size)
 {
     QByteArray text = reason.toUtf8();
-    text.truncate(qsizetype(qMin<std::size_t>(std::size_t(text.size()), size - protocolHeaderSize - 1)));
+    text.truncate(
+        qsizetype(qMin<std::size_t>(std::size_t(text.size()), size - protocolHeaderSize - 1)));
     putHeader(area, slotCommand, qint32(ClangStatus::Failed));
     putHeader(area, slotCount, 0);
     Sink sink(area + protocolHeaderSize);
@@ -298,9 +302,9 @@ EncodedRequest encodedText(const ClangRequest &request)
 ClangCommand commandOf(ClangOperation operation)
 {
     static constexpr ClangCommand commands[] = {
-        ClangCommand::Completion,       ClangCommand::Completion, ClangCommand::Ranges,
-        ClangCommand::Index,            ClangCommand::CursorReferenced,
-        ClangCommand::References,       ClangCommand::CursorEvaluate,
+        ClangCommand::Completion,     ClangCommand::Completion,       ClangCommand::Ranges,
+        ClangCommand::Index,          ClangCommand::CursorReferenced, ClangCommand::References,
+        ClangCommand::CursorEvaluate,
     };
     static_assert(std::size(commands) == clangOperationNames.size());
     return commands[qBound(0, int(operation), int(std::size(commands)) - 1)];
@@ -308,8 +312,8 @@ ClangCommand commandOf(ClangOperation operation)
 
 bool isPositional(ClangCommand command)
 {
-    return command == ClangCommand::CursorReferenced || command == ClangCommand::References
-        || command == ClangCommand::CursorEvaluate;
+    return command == ClangCommand::CursorReferenced || command == ClangCommand::References ||
+           command == ClangCommand::CursorEvaluate;
 }
 
 std::size_t requestSize(const ClangRequest &request)
@@ -381,8 +385,7 @@ ClangRequest readRequest(const char *area, std::size_t size)
     return request;
 }
 
-std::size_t writeReply(ClangCommand command, const ClangReply &reply, char *area,
-                       std::size_t size)
+std::size_t writeReply(ClangCommand command, const ClangReply &reply, char *area, std::size_t size)
 {
     if (reply.status != ClangStatus::Valid)
         return writeFailure(reply.error, area, size);

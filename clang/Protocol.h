@@ -38,14 +38,14 @@ constexpr int clangCommandCount = 6;
 
 struct ClangRequest {
     ClangCommand command = ClangCommand::Completion;
-    QString sourcePath;   // empty: absent
+    QString sourcePath; // empty: absent
     std::vector<ClangUnsavedFile> unsaved;
     QStringList arguments;
     QString mainPath;
-    quint32 parseOptions = 0;   // the common form only
+    quint32 parseOptions = 0; // the common form only
     qint32 line = 0;
     qint32 column = 0;
-    qint32 operationFlag = 0;   // the common form only
+    qint32 operationFlag = 0; // the common form only
     qint32 flags = 0;
 };
 
@@ -53,12 +53,12 @@ enum class ClangStatus : qint32 { Valid = 0, Failed = 1 };
 
 struct ClangReply {
     ClangStatus status = ClangStatus::Valid;
-    QString error;   // why it failed
+    QString error; // why it failed
     std::vector<ClangCompletion> completions;
     std::vector<ClangRange> ranges;
-    std::vector<ClangSymbol> symbols;   // index and cursor referenced
+    std::vector<ClangSymbol> symbols; // index and cursor referenced
     std::vector<ClangLocation> locations;
-    QString evaluation;   // null: nothing to evaluate
+    QString evaluation; // null: nothing to evaluate
 };
 
 // The bytes the request takes in the area, header included.
@@ -70,8 +70,7 @@ std::size_t writeRequest(const ClangRequest &request, char *area, std::size_t si
 [[nodiscard]] ClangRequest readRequest(const char *area, std::size_t size);
 
 // A reply too large for the area is replaced by a failure that says so.
-std::size_t writeReply(ClangCommand command, const ClangReply &reply, char *area,
-                       std::size_t size);
+std::size_t writeReply(ClangCommand command, const ClangReply &reply, char *area, std::size_t size);
 // Throws HException on a reply that is cut short or malformed.
 [[nodiscard]] ClangReply readReply(ClangCommand command, const char *area, std::size_t size);
 

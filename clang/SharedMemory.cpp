@@ -13,7 +13,8 @@
 // The POSIX side of the shared area: shm_open, ftruncate, mmap and named semaphores. On Linux
 // both kinds of names live as files in /dev/shm, which is where stale ones are found.
 
-namespace {
+namespace
+{
 
 constexpr const char *namesDirectory = "/dev/shm";
 
@@ -69,8 +70,10 @@ void SharedMemory::open(const QByteArray &name, quint32 size)
     m_name = name;
     m_fd = ::shm_open(name.constData(), O_RDWR | O_CLOEXEC, 0);
     if (m_fd < 0)
-        throw HException(QStringLiteral("Cannot open shared memory %1").arg(QString::fromUtf8(name)));
-    struct stat status {};
+        throw HException(
+            QStringLiteral("Cannot open shared memory %1").arg(QString::fromUtf8(name)));
+    struct stat status {
+    };
     if (::fstat(m_fd, &status) != 0 || quint64(status.st_size) < size) {
         release();
         throw HException(QStringLiteral("Shared memory %1 is smaller than %2 bytes")
@@ -79,7 +82,8 @@ void SharedMemory::open(const QByteArray &name, quint32 size)
     }
     map(PROT_READ | PROT_WRITE, size);
     if (!m_data)
-        throw HException(QStringLiteral("Cannot map shared memory %1").arg(QString::fromUtf8(name)));
+        throw HException(
+            QStringLiteral("Cannot map shared memory %1").arg(QString::fromUtf8(name)));
 }
 
 void SharedMemory::map(int protection, quint32 size)
@@ -120,7 +124,8 @@ int removeStaleIndexerNames()
 {
     static const QRegularExpression pattern(
         QStringLiteral("^(sem\\.)?index_(\\d+)_(shared_memory|call_semaphore|ret_semaphore)$"));
-    const QStringList entries = QDir(QLatin1String(namesDirectory)).entryList(QDir::Files | QDir::System);
+    const QStringList entries =
+        QDir(QLatin1String(namesDirectory)).entryList(QDir::Files | QDir::System);
     int removed = 0;
     for (const QString &entry : entries) {
         const QRegularExpressionMatch match = pattern.match(entry);

@@ -9,11 +9,11 @@
 // semaphore. Translation units stay between requests and are reparsed. When the environment
 // dies the indexer removes the three names and ends; a crash of libclang ends it too, and the
 // environment sees that as a failed request.
+#include "foundation/HException.h"
 #include "clang/ClangEngine.h"
 #include "clang/LibClang.h"
 #include "clang/Protocol.h"
 #include "clang/SharedMemory.h"
-#include "foundation/HException.h"
 #include <QElapsedTimer>
 #include <atomic>
 #include <cerrno>
@@ -27,7 +27,8 @@
 #include <time.h>
 #include <unistd.h>
 
-namespace {
+namespace
+{
 
 // Units kept between requests: the files being edited, reparsed rather than parsed anew.
 constexpr int keptUnits = 4;
@@ -63,9 +64,11 @@ bool parseArguments(int argc, char **argv, Arguments &arguments)
     return errno == 0 && end && *end == '\0' && parent > 0;
 }
 
+// The environment starts the indexer itself: once it has died the indexer has another parent,
+// whatever process may have its number by then.
 bool parentGone(pid_t parent)
 {
-    return ::getppid() != parent && (::kill(parent, 0) != 0 && errno == ESRCH);
+    return ::getppid() != parent;
 }
 
 // Ends the indexer once the environment is gone, even while libclang works on a request: the
@@ -106,19 +109,19 @@ void answer(const Arguments &arguments, SharedMemory &area, ClangEngine *engine,
     clock.start();
     qint32 header;
     std::memcpy(&header, area.data(), 4);
-    ClangCommand command = header >= 0 && header < clangCommandCount ? ClangCommand(header)
-                                                                     : ClangCommand::Completion;
+    ClangCommand command =
+        header >= 0 && header < clangCommandCount ? ClangCommand(header) : ClangCommand::Completion;
     ClangReply reply;
     try {
         const ClangRequest request = readRequest(area.data(), area.size());
         command = request.command;
         reply = engine ? engine->run(request) : failed(loadError);
-        note(arguments, QStringLiteral("command %1 on %2: %3 in %4 ms")
-                            .arg(int(command))
-                            .arg(request.mainPath,
-                                 reply.status == ClangStatus::Valid ? QStringLiteral("answered")
-                                                                    : reply.error)
-                            .arg(clock.elapsed()));
+        note(arguments,
+             QStringLiteral("command %1 on %2: %3 in %4 ms")
+                 .arg(int(command))
+                 .arg(request.mainPath,
+                      reply.status == ClangStatus::Valid ? QStringLiteral("answered") : reply.error)
+                 .arg(clock.elapsed()));
     } catch (const HException &error) {
         reply = failed(error.message());
     }

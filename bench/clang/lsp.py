@@ -17,13 +17,17 @@ import sys
 
 class Server:
     def __init__(self, program, arguments):
-        self.process = subprocess.Popen([program, "--log=error"], stdin=subprocess.PIPE,
+        # Completion waits for the parse (the server would otherwise answer a request that comes
+        # before its preamble with identifiers of the file only), so the answers are the same.
+        self.process = subprocess.Popen([program, "--log=error", "--completion-parse=always"],
+                                        stdin=subprocess.PIPE,
                                         stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.next_id = 1
         self.versions = {}
         self.request("initialize", {
             "processId": os.getpid(), "rootUri": None,
-            "capabilities": {"textDocument": {"completion": {"completionItem": {"snippetSupport": False}}}},
+            "capabilities": {"textDocument": {
+                "completion": {"completionItem": {"snippetSupport": False}}}},
             "initializationOptions": {"fallbackFlags": arguments},
         })
         self.notify("initialized", {})
@@ -77,9 +81,12 @@ class Server:
                                 "text": text}]})
 
     def close(self):
+        # The answers are in; the server would go on building the file for its diagnostics
+        # before it exits, which is no part of answering, so it is ended at once.
         self.request("shutdown", None)
         self.notify("exit", None)
-        self.process.wait(timeout=10)
+        self.process.kill()
+        self.process.wait()
 
 
 def uri(path):
@@ -92,7 +99,8 @@ def position(line, column):
 
 def place(location):
     start = location["range"]["start"]
-    return "%s:%d:%d" % (location["uri"][len("file://"):], start["line"] + 1, start["character"] + 1)
+    return "%s:%d:%d" % (location["uri"][len("file://"):], start["line"] + 1,
+                         start["character"] + 1)
 
 
 def main():
@@ -139,7 +147,7 @@ def main():
         elif op == "refs":
             at["context"] = {"includeDeclaration": True}
             result = server.request("textDocument/references", at) or []
-            places = sorted((place(location) for location in result if location["uri"] == uri(path)),
+            places = sorted((place(found) for found in result if found["uri"] == uri(path)),
                             key=lambda p: [int(n) for n in p.rsplit(":", 2)[1:]])
             for found in places:
                 out.write(found + "\n")

@@ -1,7 +1,7 @@
 // The environment's side of the indexer link against a stand-in indexer: the bytes of every
 // request and reply, the states, stopping, and indexers that crash, hang or are killed.
-#include "tests/clang/ClangTestSupport.h"
 #include "foundation/HException.h"
+#include "tests/clang/ClangTestSupport.h"
 #include <QFile>
 #include <functional>
 #include <signal.h>
@@ -11,7 +11,8 @@
 
 using namespace ClangTest;
 
-namespace {
+namespace
+{
 
 // What the start calls fill.
 struct Results {
@@ -44,13 +45,20 @@ QString describe(const Results &results)
 {
     QString text;
     for (const ClangCompletion &c : results.completions)
-        text += QStringLiteral("%1 %2 %3 %4|%5|%6\n").arg(c.priority).arg(c.kind).arg(c.availability)
+        text += QStringLiteral("%1 %2 %3 %4|%5|%6\n")
+                    .arg(c.priority)
+                    .arg(c.kind)
+                    .arg(c.availability)
                     .arg(c.typedText, c.kindSpelling, c.text);
     for (const ClangRange &r : results.ranges)
         text += QStringLiteral("%1-%2 %3\n").arg(r.first).arg(r.last).arg(r.text);
     for (const ClangSymbol &s : results.symbols)
-        text += QStringLiteral("%1:%2 %3 %4 %5|%6|%7|%8\n").arg(s.line).arg(s.column).arg(s.kind)
-                    .arg(s.definition).arg(s.path, s.kindSpelling, s.name, s.usr);
+        text += QStringLiteral("%1:%2 %3 %4 %5|%6|%7|%8\n")
+                    .arg(s.line)
+                    .arg(s.column)
+                    .arg(s.kind)
+                    .arg(s.definition)
+                    .arg(s.path, s.kindSpelling, s.name, s.usr);
     for (const ClangLocation &l : results.locations)
         text += QStringLiteral("%1:%2\n").arg(l.line).arg(l.column);
     if (!results.evaluation.isNull())
@@ -62,9 +70,9 @@ struct OperationCase {
     const char *name;
     std::function<void(ClangServer &, Results &)> start;
     std::function<bool(ClangServer &)> collect;
-    QByteArray request;   // the bytes the start call must leave in the area
-    QByteArray reply;     // a reply the stand-in "sends"
-    const char *decoded;  // what the collect call makes of it
+    QByteArray request;  // the bytes the start call must leave in the area
+    QByteArray reply;    // a reply the stand-in "sends"
+    const char *decoded; // what the collect call makes of it
 };
 
 Bytes symbolRecord(qint32 line, qint32 column, qint32 kind, qint32 definition, const char *path,
@@ -86,33 +94,39 @@ std::vector<OperationCase> operationCases()
         request.string("-DX=1").string("-I/inc").string("/src/a.h");
         Bytes reply = Bytes::reply(0, 2);
         reply.int32(50).int32(6).int32(0).string("count").string("FieldDecl").string("int count");
-        reply.int32(34).int32(8).int32(1).string("Count").string("FunctionDecl").string("void Count()");
-        cases.push_back({"completion",
-                         [](ClangServer &server, Results &results) {
-                             const ClangUnit unit = sampleUnit();
-                             server.startCompletion(unit.mainPath, 12, 9, unit.unsaved, unit.arguments,
-                                                    ClangCompletionFlag::includeMacros,
-                                                    QStringLiteral("/src/a.h"), true,
-                                                    &results.completions);
-                         },
-                         [](ClangServer &server) { return server.collectCompletion(); },
-                         request.data, reply.data,
-                         "50 6 0 count|FieldDecl|int count\n34 8 1 Count|FunctionDecl|void Count()\n"});
+        reply.int32(34)
+            .int32(8)
+            .int32(1)
+            .string("Count")
+            .string("FunctionDecl")
+            .string("void Count()");
+        cases.push_back(
+            {"completion",
+             [](ClangServer &server, Results &results) {
+                 const ClangUnit unit = sampleUnit();
+                 server.startCompletion(unit.mainPath, 12, 9, unit.unsaved, unit.arguments,
+                                        ClangCompletionFlag::includeMacros,
+                                        QStringLiteral("/src/a.h"), true, &results.completions);
+             },
+             [](ClangServer &server) { return server.collectCompletion(); }, request.data,
+             reply.data,
+             "50 6 0 count|FieldDecl|int count\n34 8 1 Count|FunctionDecl|void Count()\n"});
     }
     {
         Bytes reply = Bytes::reply(0, 2);
         reply.int32(3).int32(5).string("/src/main.c").int32(9).int32(9).string("/src/main.c");
-        cases.push_back({"ranges",
-                         [](ClangServer &server, Results &results) {
-                             server.startRanges(sampleUnit(), ClangParse::detailed, &results.ranges);
-                         },
-                         [](ClangServer &server) { return server.collectRanges(); },
-                         commonRequest(3, 9, "").data, reply.data,
-                         "3-5 /src/main.c\n9-9 /src/main.c\n"});
+        cases.push_back(
+            {"ranges",
+             [](ClangServer &server, Results &results) {
+                 server.startRanges(sampleUnit(), ClangParse::detailed, &results.ranges);
+             },
+             [](ClangServer &server) { return server.collectRanges(); },
+             commonRequest(3, 9, "").data, reply.data, "3-5 /src/main.c\n9-9 /src/main.c\n"});
     }
     {
         Bytes reply = Bytes::reply(0, 1);
-        reply.raw(symbolRecord(4, 8, 2, 1, "/src/main.c", "StructDecl", "point", "c:@S@point").data);
+        reply.raw(
+            symbolRecord(4, 8, 2, 1, "/src/main.c", "StructDecl", "point", "c:@S@point").data);
         cases.push_back({"index",
                          [](ClangServer &server, Results &results) {
                              server.startIndex(sampleUnit(QStringLiteral("/src/a.h")),
@@ -165,14 +179,16 @@ std::vector<OperationCase> operationCases()
     return cases;
 }
 
-class HeldIndexer : public ::testing::Test {
+class HeldIndexer : public ::testing::Test
+{
 protected:
     Messages messages;
     std::unique_ptr<ClangServer> server =
         std::make_unique<ClangServer>(QStringLiteral("hold"), fakeSettings(messages));
 };
 
-class IndexerConversation : public ::testing::TestWithParam<OperationCase> {
+class IndexerConversation : public ::testing::TestWithParam<OperationCase>
+{
 protected:
     Messages messages;
     std::unique_ptr<ClangServer> server =
@@ -242,7 +258,8 @@ TEST_P(IndexerConversation, AFailedReplyThrowsItsReason)
         collectWithin([&] { return GetParam().collect(*server); });
         ADD_FAILURE() << "no exception";
     } catch (const HException &error) {
-        EXPECT_EQ(error.message(), QStringLiteral("libclang could not parse /src/main.c (error 1)"));
+        EXPECT_EQ(error.message(),
+                  QStringLiteral("libclang could not parse /src/main.c (error 1)"));
     }
     EXPECT_EQ(server->currentOperation(), ClangOperation::None);
 }
@@ -274,7 +291,8 @@ TEST_F(HeldIndexer, StopThrowsALateResultAway)
     std::vector<ClangSymbol> symbols;
     server->startCursorReferenced(sampleUnit(), ClangParse::detailed, 2, 3, &symbols);
     server->stop();
-    answerHeld(*server, Bytes::reply(0, 1).raw(symbolRecord(1, 1, 8, 1, "/a", "K", "n", "u").data).data);
+    answerHeld(*server,
+               Bytes::reply(0, 1).raw(symbolRecord(1, 1, 8, 1, "/a", "K", "n", "u").data).data);
     ASSERT_TRUE(collectWithin([&] { return server->poll(); }));
     EXPECT_FALSE(server->collectCursorReferenced());
     EXPECT_TRUE(symbols.empty());
@@ -293,10 +311,12 @@ TEST_F(HeldIndexer, ARequestStartedWhileAnotherRunsWaitsForTheIndexer)
     server->startCursorReferenced(sampleUnit(), ClangParse::detailed, 2, 3, &symbols);
     QString value;
     server->startCursorEvaluate(sampleUnit(), ClangParse::plain, 4, 5, &value);
-    EXPECT_EQ(messages.traces, QStringList({QStringLiteral("ClangServer::setOperation CE m_busy\n"),
-                                            QStringLiteral("ClangServer::setOperation CE!=NONE\n")}));
+    EXPECT_EQ(messages.traces,
+              QStringList({QStringLiteral("ClangServer::setOperation CE m_busy\n"),
+                           QStringLiteral("ClangServer::setOperation CE!=NONE\n")}));
     // The first answer is thrown away; then the second request reaches the area.
-    answerHeld(*server, Bytes::reply(0, 1).raw(symbolRecord(1, 1, 8, 1, "/a", "K", "n", "u").data).data);
+    answerHeld(*server,
+               Bytes::reply(0, 1).raw(symbolRecord(1, 1, 8, 1, "/a", "K", "n", "u").data).data);
     const auto *slot = reinterpret_cast<const int *>(server->data() + 20);
     ASSERT_TRUE(collectWithin([&] {
         EXPECT_FALSE(server->poll());
@@ -322,7 +342,8 @@ std::vector<TraceCase> traceCases()
         server.startIndex(sampleUnit(), ClangParse::detailed, &symbols);
     };
     return {
-        {"collectWhenIdle", [](ClangServer &server) { EXPECT_FALSE(server.collectIndex()); },
+        {"collectWhenIdle",
+         [](ClangServer &server) { EXPECT_FALSE(server.collectIndex()); },
          {"ClangServer::checkOperation NONE!=IC\n", "ClangServer::checkOperation IC !m_busy\n"}},
         {"collectAnotherOperation",
          [=](ClangServer &server) {
@@ -342,7 +363,9 @@ std::vector<TraceCase> traceCases()
     };
 }
 
-class LinkTraces : public ::testing::TestWithParam<TraceCase> {};
+class LinkTraces : public ::testing::TestWithParam<TraceCase>
+{
+};
 
 TEST_P(LinkTraces, NameTheOperationAndTheComplaint)
 {
@@ -409,7 +432,8 @@ TEST(IndexerFailure, AHangingIndexerIsKilledAtTheDeadline)
 
 bool nameExists(const char *name)
 {
-    return QFile::exists(QStringLiteral("/dev/shm/") + QString::fromLatin1(name).remove(0, name[0] == '/'));
+    return QFile::exists(QStringLiteral("/dev/shm/") +
+                         QString::fromLatin1(name).remove(0, name[0] == '/'));
 }
 
 bool semaphoreExists(const char *name)
@@ -421,9 +445,12 @@ TEST(IndexerNames, AreMadeFromTheProcessNumberAndRemovedByTheDestructor)
 {
     Messages messages;
     const IndexerNames names(::getpid());
-    EXPECT_EQ(QByteArray(names.sharedMemory), "index_" + QByteArray::number(::getpid()) + "_shared_memory");
-    EXPECT_EQ(QByteArray(names.callSemaphore), "/index_" + QByteArray::number(::getpid()) + "_call_semaphore");
-    EXPECT_EQ(QByteArray(names.returnSemaphore), "/index_" + QByteArray::number(::getpid()) + "_ret_semaphore");
+    EXPECT_EQ(QByteArray(names.sharedMemory),
+              "index_" + QByteArray::number(::getpid()) + "_shared_memory");
+    EXPECT_EQ(QByteArray(names.callSemaphore),
+              "/index_" + QByteArray::number(::getpid()) + "_call_semaphore");
+    EXPECT_EQ(QByteArray(names.returnSemaphore),
+              "/index_" + QByteArray::number(::getpid()) + "_ret_semaphore");
     {
         ClangServer server(QStringLiteral("hold"), fakeSettings(messages));
         EXPECT_TRUE(nameExists(names.sharedMemory));

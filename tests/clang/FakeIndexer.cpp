@@ -20,7 +20,8 @@
 #include <time.h>
 #include <unistd.h>
 
-namespace {
+namespace
+{
 
 void sleepMilliseconds(long milliseconds)
 {

@@ -6,7 +6,8 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-namespace {
+namespace
+{
 
 TEST(LibClangFunctions, AreTheEightyFiveTheCodeIntelligenceUses)
 {
@@ -30,8 +31,10 @@ TEST(LibClangFunctions, AllResolveInTheInstalledLibrary)
     }
     EXPECT_NE(library->clang_createIndex, nullptr);
     EXPECT_NE(library->clang_getInclusions, nullptr);
-    EXPECT_EQ(library->take(library->clang_getCursorKindSpelling(300)), QStringLiteral("TranslationUnit"));
-    EXPECT_EQ(library->take(library->clang_getCursorKindSpelling(501)), QStringLiteral("macro definition"));
+    EXPECT_EQ(library->take(library->clang_getCursorKindSpelling(300)),
+              QStringLiteral("TranslationUnit"));
+    EXPECT_EQ(library->take(library->clang_getCursorKindSpelling(501)),
+              QStringLiteral("macro definition"));
 }
 
 struct LoadCase {
@@ -40,7 +43,9 @@ struct LoadCase {
     QString message;
 };
 
-class LibClangLoad : public ::testing::TestWithParam<LoadCase> {};
+class LibClangLoad : public ::testing::TestWithParam<LoadCase>
+{
+};
 
 TEST_P(LibClangLoad, FailsWithTheMessage)
 {
@@ -54,11 +59,14 @@ TEST_P(LibClangLoad, FailsWithTheMessage)
 
 INSTANTIATE_TEST_SUITE_P(
     Libraries, LibClangLoad,
-    ::testing::Values(
-        LoadCase{"missing", "/nonexistent/libclang.so", "Failed to load libclang.dll /nonexistent/libclang.so"},
-        LoadCase{"notALibrary", TESS_SOURCE_DIR "/README.md", "Failed to load libclang.dll " TESS_SOURCE_DIR "/README.md"},
-        LoadCase{"emptyPath", "", "Failed to load libclang.dll "},
-        LoadCase{"anotherLibrary", "libz.so.1", "Failed to load libclang.dll libz.so.1: it has no clang_createIndex"}),
+    ::testing::Values(LoadCase{"missing", "/nonexistent/libclang.so",
+                               "Failed to load libclang.dll /nonexistent/libclang.so"},
+                      LoadCase{"notALibrary", TESS_SOURCE_DIR "/README.md",
+                               "Failed to load libclang.dll " TESS_SOURCE_DIR "/README.md"},
+                      LoadCase{"emptyPath", "", "Failed to load libclang.dll "},
+                      LoadCase{
+                          "anotherLibrary", "libz.so.1",
+                          "Failed to load libclang.dll libz.so.1: it has no clang_createIndex"}),
     [](const auto &info) { return std::string(info.param.name); });
 
 } // namespace

@@ -5,7 +5,8 @@
 #include <QByteArray>
 #include <gtest/gtest.h>
 
-namespace {
+namespace
+{
 
 ClangRequest sampleRequest(ClangCommand command)
 {
@@ -27,7 +28,8 @@ ClangRequest sampleRequest(ClangCommand command)
 ClangReply sampleReply()
 {
     ClangReply reply;
-    reply.completions = {{50, 6, 0, QStringLiteral("count"), QStringLiteral("FieldDecl"), QStringLiteral("int count")}};
+    reply.completions = {{50, 6, 0, QStringLiteral("count"), QStringLiteral("FieldDecl"),
+                          QStringLiteral("int count")}};
     reply.ranges = {{3, 5, QStringLiteral("/src/main.c")}};
     reply.symbols = {{4, 8, 2, true, QStringLiteral("/src/main.c"), QStringLiteral("StructDecl"),
                       QStringLiteral("point"), QStringLiteral("c:@S@point")}};
@@ -41,7 +43,9 @@ struct CommandCase {
     ClangCommand command;
 };
 
-class ProtocolRoundTrip : public ::testing::TestWithParam<CommandCase> {};
+class ProtocolRoundTrip : public ::testing::TestWithParam<CommandCase>
+{
+};
 
 TEST_P(ProtocolRoundTrip, RequestReadsBackAsWritten)
 {
@@ -69,7 +73,8 @@ TEST_P(ProtocolRoundTrip, ReplyReadsBackAsWritten)
 {
     const ClangCommand command = GetParam().command;
     QByteArray area(4096, '\xAA');
-    const std::size_t used = writeReply(command, sampleReply(), area.data(), std::size_t(area.size()));
+    const std::size_t used =
+        writeReply(command, sampleReply(), area.data(), std::size_t(area.size()));
     const ClangReply back = readReply(command, area.constData(), used);
     EXPECT_EQ(back.status, ClangStatus::Valid);
     switch (command) {
@@ -111,18 +116,20 @@ TEST_P(ProtocolRoundTrip, EveryCutShortAreaIsRefused)
     }
     for (std::size_t length = 0; length < replyUsed; ++length) {
         const QByteArray prefix = reply.left(qsizetype(length));
-        EXPECT_THROW((void)readReply(command, prefix.constData(), length), HException) << "at " << length;
+        EXPECT_THROW((void)readReply(command, prefix.constData(), length), HException)
+            << "at " << length;
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Commands, ProtocolRoundTrip,
-                         ::testing::Values(CommandCase{"completion", ClangCommand::Completion},
-                                           CommandCase{"index", ClangCommand::Index},
-                                           CommandCase{"cursorReferenced", ClangCommand::CursorReferenced},
-                                           CommandCase{"ranges", ClangCommand::Ranges},
-                                           CommandCase{"references", ClangCommand::References},
-                                           CommandCase{"cursorEvaluate", ClangCommand::CursorEvaluate}),
-                         [](const auto &info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Commands, ProtocolRoundTrip,
+    ::testing::Values(CommandCase{"completion", ClangCommand::Completion},
+                      CommandCase{"index", ClangCommand::Index},
+                      CommandCase{"cursorReferenced", ClangCommand::CursorReferenced},
+                      CommandCase{"ranges", ClangCommand::Ranges},
+                      CommandCase{"references", ClangCommand::References},
+                      CommandCase{"cursorEvaluate", ClangCommand::CursorEvaluate}),
+    [](const auto &info) { return std::string(info.param.name); });
 
 struct BrokenCase {
     const char *name;
@@ -130,7 +137,9 @@ struct BrokenCase {
     const char *message;
 };
 
-class BrokenRequest : public ::testing::TestWithParam<BrokenCase> {};
+class BrokenRequest : public ::testing::TestWithParam<BrokenCase>
+{
+};
 
 TEST_P(BrokenRequest, IsRefusedWithAMessage)
 {
@@ -148,14 +157,19 @@ INSTANTIATE_TEST_SUITE_P(
     Headers, BrokenRequest,
     ::testing::Values(
         BrokenCase{"unknownCommand", {9, 0, 0, 0, 0, 0}, "Indexer request with unknown command 9"},
-        BrokenCase{"negativeCommand", {-1, 0, 0, 0, 0, 0}, "Indexer request with unknown command -1"},
-        BrokenCase{"negativeUnsavedCount", {1, -1, 0, 0, 0, 0},
+        BrokenCase{
+            "negativeCommand", {-1, 0, 0, 0, 0, 0}, "Indexer request with unknown command -1"},
+        BrokenCase{"negativeUnsavedCount",
+                   {1, -1, 0, 0, 0, 0},
                    "Indexer request cut short or malformed at byte 25"},
-        BrokenCase{"hugeUnsavedCount", {1, 0x7fffffff, 0, 0, 0, 0},
+        BrokenCase{"hugeUnsavedCount",
+                   {1, 0x7fffffff, 0, 0, 0, 0},
                    "Indexer request cut short or malformed at byte 25"},
-        BrokenCase{"hugeArgumentCount", {1, 0, 0, 0x7fffffff, 0, 0},
+        BrokenCase{"hugeArgumentCount",
+                   {1, 0, 0, 0x7fffffff, 0, 0},
                    "Indexer request cut short or malformed at byte 25"},
-        BrokenCase{"hugeCompletionArguments", {0, 0, 1, 1, 0x40000000, 0},
+        BrokenCase{"hugeCompletionArguments",
+                   {0, 0, 1, 1, 0x40000000, 0},
                    "Indexer request cut short or malformed at byte 25"}),
     [](const auto &info) { return std::string(info.param.name); });
 
@@ -168,9 +182,10 @@ TEST(ProtocolLimits, ARequestLargerThanTheAreaIsRefusedBeforeWriting)
         writeRequest(request, area.data(), std::size_t(area.size()));
         ADD_FAILURE() << "no exception";
     } catch (const HException &error) {
-        EXPECT_EQ(error.message(), QStringLiteral("The request for /src/main.c needs %1 bytes, more "
-                                                  "than the 4096 bytes of the shared area")
-                                       .arg(requestSize(request)));
+        EXPECT_EQ(error.message(),
+                  QStringLiteral("The request for /src/main.c needs %1 bytes, more "
+                                 "than the 4096 bytes of the shared area")
+                      .arg(requestSize(request)));
     }
     EXPECT_EQ(area, QByteArray(4096, '\xAA'));
 }
@@ -184,7 +199,9 @@ TEST(ProtocolLimits, AReplyLargerThanTheAreaBecomesAFailure)
     const std::size_t used = writeReply(ClangCommand::References, reply, area.data(), 512);
     const ClangReply back = readReply(ClangCommand::References, area.constData(), used);
     EXPECT_EQ(back.status, ClangStatus::Failed);
-    EXPECT_EQ(back.error, QStringLiteral("The reply needs 1624 bytes, more than the 512 bytes of the shared area"));
+    EXPECT_EQ(
+        back.error,
+        QStringLiteral("The reply needs 1624 bytes, more than the 512 bytes of the shared area"));
 }
 
 TEST(ProtocolLimits, AnEvaluationWithMoreThanOneStringIsRefused)

@@ -1,15 +1,15 @@
 // `tess clang`: the code intelligence from the command line, through the same interface the
 // editor uses: completion, definitions, references, symbols, skipped ranges and evaluation at a
 // position, one request per run or many in one `batch` against one indexer.
-#include "clang/ClangArguments.h"
-#include "clang/ClangInterface.h"
-#include "clang/ClangServer.h"
-#include "clang/LibClang.h"
 #include "foundation/Directories.h"
 #include "foundation/HException.h"
 #include "projects/StandardProjectSystem.h"
 #include "tool/tess/Commands.h"
 #include "tool/tess/ProjectCommandSupport.h"
+#include "clang/ClangArguments.h"
+#include "clang/ClangInterface.h"
+#include "clang/ClangServer.h"
+#include "clang/LibClang.h"
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -20,7 +20,8 @@
 #include <memory>
 #include <time.h>
 
-namespace {
+namespace
+{
 
 // Larger unsaved buffers are refused before they are read.
 constexpr qint64 maxUnsavedSize = qint64(1) << 30;
@@ -30,7 +31,7 @@ enum class Op { Complete, Definition, Refs, Symbols, Skipped, Eval };
 
 struct OpInfo {
     const char *word;
-    bool positional;   // takes LINE and COL
+    bool positional; // takes LINE and COL
 };
 constexpr OpInfo opInfo[] = {
     {"complete", true}, {"definition", true}, {"refs", true},
@@ -49,7 +50,7 @@ std::optional<Op> opNamed(const QString &word)
 
 struct Request {
     Op op = Op::Complete;
-    QString path;   // absolute
+    QString path; // absolute
     int line = 0;
     int column = 0;
 };
@@ -78,8 +79,8 @@ struct Options {
     QString solution;
     QString configuration;
     QString project;
-    QStringList compilerArguments;   // after "--"
-    QStringList unsaved;             // PATH=TEXTFILE
+    QStringList compilerArguments; // after "--"
+    QStringList unsaved;           // PATH=TEXTFILE
     ClangSettings settings;
 };
 
@@ -113,9 +114,11 @@ QString readOptions(const CommandArguments &arguments, qsizetype fileOperands, O
             return QStringLiteral("bad --unsaved '%1' (PATH=TEXTFILE)").arg(entry);
     }
     bool ok = true;
-    const int timeout = arguments.value("--timeout", QString::number(defaultTimeoutSeconds)).toInt(&ok);
+    const int timeout =
+        arguments.value("--timeout", QString::number(defaultTimeoutSeconds)).toInt(&ok);
     if (!ok || timeout < 1)
-        return QStringLiteral("bad --timeout '%1' (seconds, at least 1)").arg(arguments.value("--timeout"));
+        return QStringLiteral("bad --timeout '%1' (seconds, at least 1)")
+            .arg(arguments.value("--timeout"));
     ClangSettings &settings = options.settings;
     settings.timeoutSeconds = timeout;
     settings.separateProcess = !arguments.has("--in-process");
@@ -130,8 +133,7 @@ QString readOptions(const CommandArguments &arguments, qsizetype fileOperands, O
 }
 
 // Calls `collect` until it has the result, as the editor's timer does.
-template <typename Collect>
-void waitFor(Collect &&collect)
+template <typename Collect> void waitFor(Collect &&collect)
 {
     const timespec tick{0, 1000000L};
     while (!collect())
@@ -140,7 +142,8 @@ void waitFor(Collect &&collect)
 
 // One interface to the code intelligence, the solution the arguments come from, and the
 // buffers that differ from their files.
-class ClangSession {
+class ClangSession
+{
 public:
     ClangSession(const CommandArguments &arguments, Options options)
         : m_arguments(arguments), m_options(std::move(options))
@@ -170,25 +173,27 @@ private:
     const CommandArguments &m_arguments;
     Options m_options;
     std::unique_ptr<ProjectCommandSession> m_projects;
-    std::map<QString, QByteArray> m_buffers;   // by absolute path
+    std::map<QString, QByteArray> m_buffers; // by absolute path
     std::unique_ptr<ClangInterface> m_clang;
 };
 
 int ClangSession::open()
 {
     if (installationDirectory().isEmpty()) {
-        setInstallationDirectory(QFileInfo(QCoreApplication::applicationDirPath()
-                                           + QStringLiteral("/.."))
-                                     .canonicalFilePath());
+        setInstallationDirectory(
+            QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/.."))
+                .canonicalFilePath());
     }
     for (const QString &entry : std::as_const(m_options.unsaved)) {
         const qsizetype equals = entry.indexOf(u'=');
         const QString textFile = entry.mid(equals + 1);
         QFile file(textFile);
         if (!file.open(QIODevice::ReadOnly))
-            return m_arguments.usageError(QStringLiteral("cannot read %1: %2").arg(textFile, file.errorString()));
+            return m_arguments.usageError(
+                QStringLiteral("cannot read %1: %2").arg(textFile, file.errorString()));
         if (file.size() > maxUnsavedSize)
-            return m_arguments.fail(QStringLiteral("%1 is too large (%2 bytes)").arg(textFile).arg(file.size()));
+            return m_arguments.fail(
+                QStringLiteral("%1 is too large (%2 bytes)").arg(textFile).arg(file.size()));
         m_buffers[absolutePath(entry.left(equals))] = file.readAll();
     }
     if (!m_options.solution.isEmpty()) {
@@ -247,8 +252,8 @@ bool ClangSession::answer(const Request &request, QByteArray &out)
     const QString where =
         QStringLiteral("%1:%2:%3").arg(request.path).arg(request.line).arg(request.column);
     const auto place = [&](const QString &path, int line, int column) {
-        return absolutePath(path, directory).toUtf8() + ':' + QByteArray::number(line) + ':'
-            + QByteArray::number(column);
+        return absolutePath(path, directory).toUtf8() + ':' + QByteArray::number(line) + ':' +
+               QByteArray::number(column);
     };
     ClangInterface &clang = *m_clang;
     try {
@@ -260,22 +265,24 @@ bool ClangSession::answer(const Request &request, QByteArray &out)
                                   &completions);
             waitFor([&] { return clang.collectCompletion(); });
             for (const ClangCompletion &completion : completions)
-                out += completion.typedText.toUtf8() + '\t' + completion.kindSpelling.toUtf8()
-                    + '\t' + completion.text.toUtf8() + '\n';
+                out += completion.typedText.toUtf8() + '\t' + completion.kindSpelling.toUtf8() +
+                       '\t' + completion.text.toUtf8() + '\n';
             return !completions.empty() || fail(QStringLiteral("no completion at %1").arg(where));
         }
         case Op::Definition: {
             std::vector<ClangSymbol> symbols;
-            clang.startCursorReferenced(unit, ClangParse::detailed, request.line, request.column, &symbols);
+            clang.startCursorReferenced(unit, ClangParse::detailed, request.line, request.column,
+                                        &symbols);
             waitFor([&] { return clang.collectCursorReferenced(); });
             for (const ClangSymbol &symbol : symbols)
-                out += place(symbol.path, symbol.line, symbol.column) + '\t'
-                    + symbol.kindSpelling.toUtf8() + '\t' + symbol.name.toUtf8() + '\n';
+                out += place(symbol.path, symbol.line, symbol.column) + '\t' +
+                       symbol.kindSpelling.toUtf8() + '\t' + symbol.name.toUtf8() + '\n';
             return !symbols.empty() || fail(QStringLiteral("nothing at %1").arg(where));
         }
         case Op::Refs: {
             std::vector<ClangLocation> locations;
-            clang.startReferences(unit, ClangParse::detailed, request.line, request.column, &locations);
+            clang.startReferences(unit, ClangParse::detailed, request.line, request.column,
+                                  &locations);
             waitFor([&] { return clang.collectReferences(); });
             for (const ClangLocation &location : locations)
                 out += place(request.path, location.line, location.column) + '\n';
@@ -286,8 +293,8 @@ bool ClangSession::answer(const Request &request, QByteArray &out)
             clang.startIndex(unit, ClangParse::detailedSkipBodies, &symbols);
             waitFor([&] { return clang.collectIndex(); });
             for (const ClangSymbol &symbol : symbols)
-                out += QByteArray::number(symbol.line) + ':' + QByteArray::number(symbol.column)
-                    + '\t' + symbol.kindSpelling.toUtf8() + '\t' + symbol.name.toUtf8() + '\n';
+                out += QByteArray::number(symbol.line) + ':' + QByteArray::number(symbol.column) +
+                       '\t' + symbol.kindSpelling.toUtf8() + '\t' + symbol.name.toUtf8() + '\n';
             return true;
         }
         case Op::Skipped: {
@@ -295,12 +302,14 @@ bool ClangSession::answer(const Request &request, QByteArray &out)
             clang.startRanges(unit, ClangParse::detailed, &ranges);
             waitFor([&] { return clang.collectRanges(); });
             for (const ClangRange &range : ranges)
-                out += QByteArray::number(range.first) + '-' + QByteArray::number(range.last) + '\n';
+                out +=
+                    QByteArray::number(range.first) + '-' + QByteArray::number(range.last) + '\n';
             return true;
         }
         case Op::Eval: {
             QString value;
-            clang.startCursorEvaluate(unit, ClangParse::detailed, request.line, request.column, &value);
+            clang.startCursorEvaluate(unit, ClangParse::detailed, request.line, request.column,
+                                      &value);
             waitFor([&] { return clang.collectCursorEvaluate(); });
             if (value.isNull())
                 return fail(QStringLiteral("nothing to evaluate at %1").arg(where));
@@ -385,20 +394,24 @@ int runOp(const CommandArguments &arguments, Op op)
 // One line of a batch script; false, with `error` set, for a line that is not one.
 bool runBatchLine(ClangSession &session, const QString &line, QString *error, bool *failed)
 {
-    static const QRegularExpression editLine(QStringLiteral("^\\s*edit\\s+(\\S+)\\s+(\\S+)(?: (.*))?$"));
-    const QStringList words = line.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
+    static const QRegularExpression editLine(
+        QStringLiteral("^\\s*edit\\s+(\\S+)\\s+(\\S+)(?: (.*))?$"));
+    const QStringList words =
+        line.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
     if (words.first() == QLatin1String("kill-indexer") && words.size() == 1) {
         session.killIndexer();
         return true;
     }
     if (words.first() == QLatin1String("edit")) {
         const QRegularExpressionMatch match = editLine.match(line);
-        const std::optional<int> number = match.hasMatch() ? positiveNumber(match.captured(2)) : std::nullopt;
+        const std::optional<int> number =
+            match.hasMatch() ? positiveNumber(match.captured(2)) : std::nullopt;
         if (!number) {
             *error = QStringLiteral("give edit FILE LINE TEXT");
             return false;
         }
-        if (!session.edit(absolutePath(match.captured(1)), *number, match.captured(3).toUtf8(), error))
+        if (!session.edit(absolutePath(match.captured(1)), *number, match.captured(3).toUtf8(),
+                          error))
             *failed = true;
         return true;
     }
@@ -467,18 +480,37 @@ int batch(const CommandArguments &arguments)
     return failed ? exitFailure : exitSuccess;
 }
 
-int complete(const CommandArguments &arguments) { return runOp(arguments, Op::Complete); }
-int definition(const CommandArguments &arguments) { return runOp(arguments, Op::Definition); }
-int refs(const CommandArguments &arguments) { return runOp(arguments, Op::Refs); }
-int symbols(const CommandArguments &arguments) { return runOp(arguments, Op::Symbols); }
-int skipped(const CommandArguments &arguments) { return runOp(arguments, Op::Skipped); }
-int eval(const CommandArguments &arguments) { return runOp(arguments, Op::Eval); }
+int complete(const CommandArguments &arguments)
+{
+    return runOp(arguments, Op::Complete);
+}
+int definition(const CommandArguments &arguments)
+{
+    return runOp(arguments, Op::Definition);
+}
+int refs(const CommandArguments &arguments)
+{
+    return runOp(arguments, Op::Refs);
+}
+int symbols(const CommandArguments &arguments)
+{
+    return runOp(arguments, Op::Symbols);
+}
+int skipped(const CommandArguments &arguments)
+{
+    return runOp(arguments, Op::Skipped);
+}
+int eval(const CommandArguments &arguments)
+{
+    return runOp(arguments, Op::Eval);
+}
 
 constexpr TessOption clangOptions[] = {
     {"--solution", "FILE", "take FILE's compiler arguments from this solution's properties"},
     {"--config", "NAME", "the configuration whose properties count (with --solution)"},
     {"--project", "NAME", "look for FILE in this project only (with --solution)"},
-    {"--unsaved", "PATH=TEXTFILE", "PATH reads as TEXTFILE's text, as an unsaved editor (repeatable)"},
+    {"--unsaved", "PATH=TEXTFILE",
+     "PATH reads as TEXTFILE's text, as an unsaved editor (repeatable)"},
     {"--in-process", nullptr, "run libclang in this process instead of the indexer"},
     {"--libclang", "PATH", "the libclang library (default $TESS_LIBCLANG, else libclang-14.so.1)"},
     {"--timeout", "S", "kill an indexer that has not answered in S seconds (default 60)"},
@@ -494,7 +526,8 @@ constexpr TessCommand clangRows[] = {
      "tess clang complete src/main.c 12 9 -- -Iinclude -DDEBUG", complete},
     {"clang definition", positionSynopsis,
      "where what is referenced at a position is defined: PATH:LINE:COL<TAB>KIND<TAB>NAME",
-     clangOptions, "tess clang definition src/main.c 12 5 --solution Blinky.qvProject --config Debug",
+     clangOptions,
+     "tess clang definition src/main.c 12 5 --solution Blinky.qvProject --config Debug",
      definition},
     {"clang refs", positionSynopsis,
      "every reference in FILE to what is referenced at a position: PATH:LINE:COL", clangOptions,
