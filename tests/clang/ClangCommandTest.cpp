@@ -1,9 +1,9 @@
 // `tess clang` end to end: the real indexer and libclang on a small C project, the in-process
 // form against the indexer, batches, and bad input of every kind.
+#include "clang/LibClang.h"
 #include "foundation/HException.h"
 #include "tests/clang/ClangTestSupport.h"
 #include "tests/support/TestSupport.h"
-#include "clang/LibClang.h"
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -17,8 +17,7 @@
 
 using TestSupport::ProgramRun;
 
-namespace
-{
+namespace {
 
 const QString shapes = QStringLiteral(TESS_TEST_DATA "/data/shapes");
 const QString shapesC = shapes + QStringLiteral("/src/shapes.c");
@@ -53,25 +52,11 @@ QString position(const QString &path, const QByteArray &needle, int offset = 0, 
     return QStringLiteral("%1 %2").arg(text.left(at).count('\n') + 1).arg(at - lineStart + 1);
 }
 
-ProgramRun tess(QStringList arguments, const QByteArray &input = {},
+ProgramRun tess(const QStringList &arguments, const QByteArray &input = {},
                 const QStringList &environment = {})
 {
-    QProcess process;
-    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-    for (const QString &entry : environment)
-        variables.insert(entry.section(u'=', 0, 0), entry.section(u'=', 1));
-    process.setProcessEnvironment(variables);
-    process.start(TestSupport::binPath(QStringLiteral("tess")), arguments);
-    ProgramRun run;
-    if (!process.waitForStarted(10000))
-        return run;
-    process.write(input);
-    process.closeWriteChannel();
-    process.waitForFinished(120000);
-    run.out = process.readAllStandardOutput();
-    run.err = process.readAllStandardError();
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    return run;
+    return TestSupport::runProgram(TestSupport::binPath(QStringLiteral("tess")), arguments, input,
+                                   {}, environment);
 }
 
 // `tess clang OP FILE [LINE COL] ...`, the position given as "LINE COL".
@@ -83,8 +68,9 @@ ProgramRun clang(const QString &op, const QString &file, const QString &at, QStr
     return tess(arguments + extra);
 }
 
-class ClangCommand : public ::testing::Test
-{
+// Tests that need libclang itself skip on a machine without it.
+template <typename Base>
+class NeedsLibclang : public Base {
 protected:
     void SetUp() override
     {
@@ -92,6 +78,8 @@ protected:
             GTEST_SKIP() << "libclang 14 is not installed";
     }
 };
+
+using ClangCommand = NeedsLibclang<::testing::Test>;
 
 TEST_F(ClangCommand, CompletesTheMembersAfterAnArrow)
 {
@@ -198,15 +186,7 @@ std::vector<AnswerCase> answerCases()
     };
 }
 
-class ClangAnswers : public ::testing::TestWithParam<AnswerCase>
-{
-protected:
-    void SetUp() override
-    {
-        if (!libclangLoads())
-            GTEST_SKIP() << "libclang 14 is not installed";
-    }
-};
+class ClangAnswers : public NeedsLibclang<::testing::TestWithParam<AnswerCase>> {};
 
 TEST_P(ClangAnswers, ThroughTheIndexer)
 {
@@ -255,8 +235,8 @@ TEST_F(ClangCommand, AFileOutsideTheSolutionIsAnError)
               {QStringLiteral("--solution"), shapes + QStringLiteral("/shapes.qvProject"),
                QStringLiteral("--config"), QStringLiteral("Debug")});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.err, "tess clang symbols: " + shapesH.toUtf8() + " is not a file of " +
-                           shapes.toUtf8() + "/shapes.qvProject\n");
+    EXPECT_EQ(run.err, "tess clang symbols: " + shapesH.toUtf8() + " is not a file of "
+                           + shapes.toUtf8() + "/shapes.qvProject\n");
 }
 
 TEST_F(ClangCommand, ABatchEditsCompletesAndSurvivesAKilledIndexer)
@@ -265,31 +245,31 @@ TEST_F(ClangCommand, ABatchEditsCompletesAndSurvivesAKilledIndexer)
     const QString path = scratch.filePath(QStringLiteral("batch.c"));
     TestSupport::writeFile(path,
                            "struct s { int alpha; int beta; };\nvoid f(struct s *p)\n{\n\n}\n");
-    const QByteArray script = "edit " + path.toUtf8() +
-                              " 4     p->\n"
-                              "complete " +
-                              path.toUtf8() +
-                              " 4 8\n"
-                              "# a comment, then a blank line\n\n"
-                              "edit " +
-                              path.toUtf8() +
-                              " 4     p->be\n"
-                              "complete " +
-                              path.toUtf8() +
-                              " 4 10\n"
-                              "kill-indexer\n"
-                              "symbols " +
-                              path.toUtf8() +
-                              "\n"
-                              "definition " +
-                              path.toUtf8() + " 4 5\n";
+    const QByteArray script = "edit " + path.toUtf8()
+                              + " 4     p->\n"
+                                "complete "
+                              + path.toUtf8()
+                              + " 4 8\n"
+                                "# a comment, then a blank line\n\n"
+                                "edit "
+                              + path.toUtf8()
+                              + " 4     p->be\n"
+                                "complete "
+                              + path.toUtf8()
+                              + " 4 10\n"
+                                "kill-indexer\n"
+                                "symbols "
+                              + path.toUtf8()
+                              + "\n"
+                                "definition "
+                              + path.toUtf8() + " 4 5\n";
     const ProgramRun run = tess({QStringLiteral("clang"), QStringLiteral("batch")}, script);
     EXPECT_EQ(run.exitCode, 0) << run.err.constData();
     EXPECT_EQ(run.out, "alpha\tFieldDecl\tint alpha\nbeta\tFieldDecl\tint beta\n\n"
                        "beta\tFieldDecl\tint beta\n\n"
                        "1:8\tStructDecl\ts\n1:16\tFieldDecl\talpha\n1:27\tFieldDecl\tbeta\n"
-                       "2:6\tFunctionDecl\tf\n\n" +
-                           path.toUtf8() + ":2:18\tParmDecl\tp\n\n");
+                       "2:6\tFunctionDecl\tf\n\n"
+                           + path.toUtf8() + ":2:18\tParmDecl\tp\n\n");
     EXPECT_EQ(run.err, "tess clang batch: indexer restarted\n");
     // The edits lived in the buffer only.
     EXPECT_EQ(TestSupport::readFile(path),
@@ -302,21 +282,21 @@ TEST_F(ClangCommand, ABatchReportsBadLinesAndGoesOn)
     const QString path = scratch.filePath(QStringLiteral("a.c"));
     TestSupport::writeFile(path, "int x = 3;\n");
     const QByteArray script = "frobnicate a.c\n"
-                              "eval " +
-                              path.toUtf8() +
-                              " 1\n"
-                              "edit " +
-                              path.toUtf8() +
-                              " 9 int y;\n"
-                              "eval " +
-                              path.toUtf8() + " 1 5\n";
+                              "eval "
+                              + path.toUtf8()
+                              + " 1\n"
+                                "edit "
+                              + path.toUtf8()
+                              + " 9 int y;\n"
+                                "eval "
+                              + path.toUtf8() + " 1 5\n";
     const ProgramRun run = tess({QStringLiteral("clang"), QStringLiteral("batch")}, script);
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.out, "\n\n3\n\n");
     EXPECT_EQ(run.err, "tess clang batch: line 1: unknown request 'frobnicate'\n"
                        "tess clang batch: line 2: give eval FILE LINE COL\n"
-                       "tess clang batch: line 3: " +
-                           path.toUtf8() + " has no line 9\n");
+                       "tess clang batch: line 3: "
+                           + path.toUtf8() + " has no line 9\n");
 }
 
 struct BadInputCase {
@@ -363,13 +343,13 @@ std::vector<BadInputCase> badInputCases()
         {"linePastTheEnd",
          {"definition", shapesC, "400", "1"},
          1,
-         "tess clang definition: " + shapesC.toUtf8() +
-             ":400:1: past the end of the file, which has 50 lines"},
+         "tess clang definition: " + shapesC.toUtf8()
+             + ":400:1: past the end of the file, which has 50 lines"},
         {"columnPastTheEnd",
          {"complete", shapesC, "3", "90"},
          1,
-         "tess clang complete: " + shapesC.toUtf8() +
-             ":3:90: past the end of the line, which has 40 bytes"},
+         "tess clang complete: " + shapesC.toUtf8()
+             + ":3:90: past the end of the line, which has 40 bytes"},
         {"nothingAtAKeyword",
          {"definition", shapesC, "3", "2"},
          1,
@@ -397,15 +377,7 @@ std::vector<BadInputCase> badInputCases()
     };
 }
 
-class ClangBadInput : public ::testing::TestWithParam<BadInputCase>
-{
-protected:
-    void SetUp() override
-    {
-        if (!libclangLoads())
-            GTEST_SKIP() << "libclang 14 is not installed";
-    }
-};
+class ClangBadInput : public NeedsLibclang<::testing::TestWithParam<BadInputCase>> {};
 
 TEST_P(ClangBadInput, GetsAClearMessage)
 {
@@ -542,8 +514,8 @@ TEST_F(ClangCommand, TheIndexerEndsAndRemovesTheNamesWhenTheEnvironmentDies)
 // client the benchmark drives it with: the places must agree, and so must the candidates.
 TEST_F(ClangCommand, AnswersAsTheLanguageServerDoes)
 {
-    if (QStandardPaths::findExecutable(QStringLiteral("clangd-14")).isEmpty() ||
-        QStandardPaths::findExecutable(QStringLiteral("python3")).isEmpty())
+    if (QStandardPaths::findExecutable(QStringLiteral("clangd-14")).isEmpty()
+        || QStandardPaths::findExecutable(QStringLiteral("python3")).isEmpty())
         GTEST_SKIP() << "clangd-14 or python3 is not installed";
     QByteArray script;
     const auto ask = [&](const char *op, const QByteArray &needle, int offset) {

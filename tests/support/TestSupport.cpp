@@ -11,11 +11,18 @@ QString binPath(const QString &program)
 }
 
 ProgramRun runProgram(const QString &program, const QStringList &arguments,
-                      const QByteArray &input, const QString &workingDirectory)
+                      const QByteArray &input, const QString &workingDirectory,
+                      const QStringList &environment)
 {
     QProcess process;
     if (!workingDirectory.isEmpty())
         process.setWorkingDirectory(workingDirectory);
+    if (!environment.isEmpty()) {
+        QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+        for (const QString &entry : environment)
+            variables.insert(entry.section(u'=', 0, 0), entry.section(u'=', 1));
+        process.setProcessEnvironment(variables);
+    }
     process.start(program, arguments);
     ProgramRun run;
     if (!process.waitForStarted(10000))

@@ -15,9 +15,11 @@ struct ProgramRun {
 // Path of one of our programs in the build tree's bin/.
 QString binPath(const QString &program);
 
-// Runs a program to completion, feeding `input` on standard input.
+// Runs a program to completion, feeding `input` on standard input. `environment` holds
+// "NAME=VALUE" entries laid over the test's own environment.
 ProgramRun runProgram(const QString &program, const QStringList &arguments,
-                      const QByteArray &input = {}, const QString &workingDirectory = {});
+                      const QByteArray &input = {}, const QString &workingDirectory = {},
+                      const QStringList &environment = {});
 
 QByteArray readFile(const QString &path);
 void writeFile(const QString &path, const QByteArray &bytes);
