@@ -4,8 +4,7 @@
 #include <QDir>
 #include <QFileInfo>
 
-namespace
-{
+namespace {
 
 QStringList listValue(const StandardProjectSystem &system, const ProjectElement *file,
                       const QString &configuration, ProjectProperty property)
@@ -44,8 +43,8 @@ QStringList clangArguments(const StandardProjectSystem &system, const ProjectEle
     QStringList arguments;
     for (const QString &directory :
          listValue(system, file, configuration, ProjectProperty::CUserIncludeDirectories))
-        arguments.append(QStringLiteral("-I") +
-                         QDir::cleanPath(project.absoluteFilePath(directory)));
+        arguments.append(QStringLiteral("-I")
+                         + QDir::cleanPath(project.absoluteFilePath(directory)));
     for (const QString &directory :
          listValue(system, file, configuration, ProjectProperty::CSystemIncludeDirectories)) {
         arguments.append(QStringLiteral("-isystem"));

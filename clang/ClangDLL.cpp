@@ -3,8 +3,7 @@
 
 ClangDLL::ClangDLL(const QString &libraryPath)
     : LibClang(libraryPath), m_engine(std::make_unique<ClangEngine>(*this, 0, true))
-{
-}
+{}
 
 ClangDLL::~ClangDLL() = default;
 

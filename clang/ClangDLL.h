@@ -10,8 +10,7 @@ class ClangEngine;
 // indexer is not wanted. Each start call does the whole job at once and keeps the result for
 // the collect call; no translation unit outlives its job. A crash inside libclang takes the
 // process with it, which is what the separate indexer is for.
-class ClangDLL : public ClangInterface, public LibClang
-{
+class ClangDLL : public ClangInterface, public LibClang {
 public:
     // Throws HException "Failed to load libclang.dll <path>".
     explicit ClangDLL(const QString &libraryPath);

@@ -1,21 +1,20 @@
 #include "clang/ClangEngine.h"
-#include "foundation/HException.h"
 #include "clang/LibClang.h"
+#include "foundation/HException.h"
 #include <QFile>
 #include <algorithm>
 
 namespace C = LibClangConstant;
 
-namespace
-{
+namespace {
 
 // Files larger than this are not read to check a position: the check then leaves it to libclang.
 constexpr qint64 positionCheckLimit = qint64(256) << 20;
 
 bool isIdentifierByte(char c)
 {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-           (static_cast<unsigned char>(c) & 0x80) != 0;
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_'
+           || (static_cast<unsigned char>(c) & 0x80) != 0;
 }
 
 bool isInvalid(int kind)
@@ -102,8 +101,8 @@ int visitDeclaration(CXCursor cursor, CXCursor parent, CXClientData data)
         return C::childVisitContinue;
     case C::cursorVarDecl: {
         const int parentKind = walk.lib.clang_getCursorKind(parent);
-        if ((parentKind == C::cursorTranslationUnit || parentKind == C::cursorLinkageSpec) &&
-            inFile(walk, cursor))
+        if ((parentKind == C::cursorTranslationUnit || parentKind == C::cursorLinkageSpec)
+            && inFile(walk, cursor))
             record(walk, cursor);
         return C::childVisitContinue;
     }
@@ -155,8 +154,8 @@ int visitForName(CXCursor cursor, CXCursor, CXClientData data)
         return C::childVisitContinue;
     unsigned line = 0;
     nameLocation(lib, lib.clang_getCursorLocation(cursor), file, line, column);
-    if (line == search.line && column == search.column && file &&
-        lib.clang_File_isEqual(file, search.file))
+    if (line == search.line && column == search.column && file
+        && lib.clang_File_isEqual(file, search.file))
         search.found = cursor;
     return C::childVisitRecurse;
 }
@@ -197,8 +196,7 @@ bool completionBefore(const ClangCompletion &a, const ClangCompletion &b)
 } // namespace
 
 // One request against the units of the engine.
-class ClangEngine::Job
-{
+class ClangEngine::Job {
 public:
     Job(ClangEngine &engine, const ClangRequest &request);
     void run(ClangReply &reply);
@@ -357,16 +355,16 @@ CXCursor ClangEngine::Job::tokenCursor(CXTranslationUnit unit, bool identifiersO
             ending = &tokens[i];
     }
     const auto usable = [&](const CXToken *token) {
-        return token &&
-               (!identifiersOnly || m_lib.clang_getTokenKind(*token) == C::tokenIdentifier);
+        return token
+               && (!identifiersOnly || m_lib.clang_getTokenKind(*token) == C::tokenIdentifier);
     };
     const CXToken *found = usable(holding) ? holding : usable(ending) ? ending : nullptr;
     CXCursor cursor = m_lib.clang_getNullCursor();
     if (found) {
         const CXSourceLocation location = m_lib.clang_getTokenLocation(unit, *found);
         cursor = m_lib.clang_getCursor(unit, location);
-        if (m_lib.clang_getCursorKind(cursor) == C::cursorMacroExpansion &&
-            !m_lib.clang_equalLocations(m_lib.clang_getCursorLocation(cursor), location)) {
+        if (m_lib.clang_getCursorKind(cursor) == C::cursorMacroExpansion
+            && !m_lib.clang_equalLocations(m_lib.clang_getCursorLocation(cursor), location)) {
             // A token among a macro's arguments: what it names is in the syntax tree, which the
             // lookup by location does not reach through the expansion.
             CXFile at = nullptr;
@@ -588,8 +586,8 @@ CXTranslationUnit ClangEngine::unitFor(const ClangRequest &request, unsigned opt
         m_units.erase(kept);
         const int failed = !reparse ? 0
                                     : m_library.clang_reparseTranslationUnit(
-                                          unit.handle, unsigned(unsaved.size()), unsaved.data(),
-                                          m_library.clang_defaultReparseOptions(unit.handle));
+                                        unit.handle, unsigned(unsaved.size()), unsaved.data(),
+                                        m_library.clang_defaultReparseOptions(unit.handle));
         if (!failed) {
             m_units.push_back(unit);
             return unit.handle;

@@ -9,8 +9,7 @@ class LibClang;
 // Runs requests on libclang: the work the indexer does for each request it is sent, and the
 // work the in-process form does in each start call. Every failure becomes a failed reply, so a
 // request can never take its caller down short of a crash inside the library.
-class ClangEngine
-{
+class ClangEngine {
 public:
     // `keptUnits`: how many parsed translation units stay for later requests, which then
     // reparse them instead of parsing anew; 0 disposes of each unit at the end of its job.

@@ -73,8 +73,7 @@ constexpr std::array<const char *, 7> clangOperationNames = {"NONE", "SCCA", "GR
 [[nodiscard]] const char *clangOperationName(ClangOperation operation);
 
 // Flags of startCompletion.
-namespace ClangCompletionFlag
-{
+namespace ClangCompletionFlag {
 constexpr unsigned includeMacros = 0x1;
 // The extra flag: the identifier before the point is the prefix the candidates must start with
 // (without regard to case), and completion runs at its start.
@@ -83,8 +82,7 @@ constexpr unsigned prefixFromToken = 0x2;
 
 // Parse options a request carries: libclang's cached-completion, detailed-preprocessing and
 // skip-function-bodies flags. Detail makes macros visible to definitions and references.
-namespace ClangParse
-{
+namespace ClangParse {
 constexpr unsigned plain = 8;
 constexpr unsigned detailed = 9;
 constexpr unsigned skipBodies = 72;
@@ -95,8 +93,7 @@ constexpr unsigned detailedSkipBodies = 73;
 // over the request and where the result goes; the collect call, polled on a timer, returns
 // false until the result is there, then fills the destination and returns true. One operation
 // at a time. Failures are HException.
-class ClangInterface
-{
+class ClangInterface {
 public:
     virtual ~ClangInterface();
 

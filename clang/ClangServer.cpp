@@ -11,8 +11,7 @@
 #include <time.h>
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 // The names carry the process number, so one process has one server at a time.
 int liveServers = 0;

@@ -15,8 +15,7 @@
 //
 // States: idle (no operation, not busy), running (operation set, busy), ready (the return
 // semaphore taken: not busy, operation still set), and idle again after the collect.
-class ClangServer : public ClangInterface, public Process, public SharedMemory
-{
+class ClangServer : public ClangInterface, public Process, public SharedMemory {
 public:
     // Makes the shared area and the semaphores and starts the indexer. Throws HException with
     // "Failed to create shared memory", "Failed to create call semaphore", "Failed to create

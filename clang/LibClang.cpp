@@ -4,8 +4,7 @@
 #include <dlfcn.h>
 #include <type_traits>
 
-namespace
-{
+namespace {
 
 // Hands each function member with its library name to `visit`, in the order of resolution.
 template <typename Visit> void forEachFunction(Visit &&visit)

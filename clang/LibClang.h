@@ -6,8 +6,7 @@
 // libclang opened with dlopen and the functions of it that the code intelligence calls,
 // resolved with dlsym: nothing of ours links the library, so a machine without it still runs
 // everything else. The members are named as the library names them.
-class LibClang
-{
+class LibClang {
 public:
     // The library's default name on this system (the C interface of version 14).
     static constexpr const char *defaultLibrary = "libclang-14.so.1";

@@ -87,8 +87,7 @@ using CXInclusionVisitor = void (*)(CXFile includedFile, CXSourceLocation *inclu
 } // extern "C"
 
 // Constants of the interface, by their documented values.
-namespace LibClangConstant
-{
+namespace LibClangConstant {
 
 // Translation unit flags; the requests carry combinations of the first three.
 constexpr unsigned detailedPreprocessingRecord = 0x1;

@@ -3,8 +3,7 @@
 #include <cstring>
 #include <limits>
 
-namespace
-{
+namespace {
 
 // Header slots, by the offset / 4 they sit at.
 enum HeaderSlot { slotCommand, slotCount, slotOptions, slotArguments, slotExtra, slotFlags };
@@ -23,8 +22,7 @@ qint32 getHeader(const char *area, HeaderSlot slot)
 
 // Counts the bytes of a payload, or writes them: the two passes share one encoder so that the
 // size checked is the size written.
-class Sink
-{
+class Sink {
 public:
     explicit Sink(char *to) : m_to(to) {}
     void bytes(const char *data, std::size_t length)
@@ -82,8 +80,7 @@ void encodeRequest(const ClangRequest &request, const EncodedRequest &text, Sink
 }
 
 // Reads a payload with every access checked against the end of the area.
-class Reader
-{
+class Reader {
 public:
     Reader(const char *area, std::size_t size, const char *what)
         : m_area(area), m_size(size), m_what(what)
@@ -312,8 +309,8 @@ ClangCommand commandOf(ClangOperation operation)
 
 bool isPositional(ClangCommand command)
 {
-    return command == ClangCommand::CursorReferenced || command == ClangCommand::References ||
-           command == ClangCommand::CursorEvaluate;
+    return command == ClangCommand::CursorReferenced || command == ClangCommand::References
+           || command == ClangCommand::CursorEvaluate;
 }
 
 std::size_t requestSize(const ClangRequest &request)

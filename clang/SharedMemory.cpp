@@ -13,8 +13,7 @@
 // The POSIX side of the shared area: shm_open, ftruncate, mmap and named semaphores. On Linux
 // both kinds of names live as files in /dev/shm, which is where stale ones are found.
 
-namespace
-{
+namespace {
 
 constexpr const char *namesDirectory = "/dev/shm";
 
@@ -72,8 +71,7 @@ void SharedMemory::open(const QByteArray &name, quint32 size)
     if (m_fd < 0)
         throw HException(
             QStringLiteral("Cannot open shared memory %1").arg(QString::fromUtf8(name)));
-    struct stat status {
-    };
+    struct stat status {};
     if (::fstat(m_fd, &status) != 0 || quint64(status.st_size) < size) {
         release();
         throw HException(QStringLiteral("Shared memory %1 is smaller than %2 bytes")

@@ -6,8 +6,7 @@
 
 // A named POSIX shared-memory area mapped for reading and writing. The environment makes it;
 // its indexer opens it by name. Unmapped on destruction; the name stays until unlink().
-class SharedMemory
-{
+class SharedMemory {
 public:
     SharedMemory() = default;
     SharedMemory(const SharedMemory &) = delete;

@@ -2,15 +2,14 @@
 // them: the first byte picks a request or the reply of one command. A reader must accept or
 // refuse with a message, never read past the area, and what it accepts must write back to
 // bytes that read the same.
-#include "foundation/HException.h"
 #include "clang/Protocol.h"
+#include "foundation/HException.h"
 #include <QByteArray>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 
-namespace
-{
+namespace {
 
 void checkRequest(const char *area, std::size_t size)
 {
@@ -23,8 +22,8 @@ void checkRequest(const char *area, std::size_t size)
     QByteArray again(qsizetype(requestSize(request)), '\0');
     writeRequest(request, again.data(), std::size_t(again.size()));
     const ClangRequest back = readRequest(again.constData(), std::size_t(again.size()));
-    if (back.mainPath != request.mainPath || back.arguments != request.arguments ||
-        back.unsaved.size() != request.unsaved.size() || back.line != request.line)
+    if (back.mainPath != request.mainPath || back.arguments != request.arguments
+        || back.unsaved.size() != request.unsaved.size() || back.line != request.line)
         std::abort();
 }
 
@@ -40,8 +39,8 @@ void checkReply(ClangCommand command, const char *area, std::size_t size)
     QByteArray again(qsizetype(size) * 3 + 64, '\0');
     const std::size_t used = writeReply(command, reply, again.data(), std::size_t(again.size()));
     const ClangReply back = readReply(command, again.constData(), used);
-    if (back.status != reply.status || back.completions.size() != reply.completions.size() ||
-        back.symbols.size() != reply.symbols.size() || back.locations != reply.locations)
+    if (back.status != reply.status || back.completions.size() != reply.completions.size()
+        || back.symbols.size() != reply.symbols.size() || back.locations != reply.locations)
         std::abort();
 }
 

@@ -9,11 +9,11 @@
 // semaphore. Translation units stay between requests and are reparsed. When the environment
 // dies the indexer removes the three names and ends; a crash of libclang ends it too, and the
 // environment sees that as a failed request.
-#include "foundation/HException.h"
 #include "clang/ClangEngine.h"
 #include "clang/LibClang.h"
 #include "clang/Protocol.h"
 #include "clang/SharedMemory.h"
+#include "foundation/HException.h"
 #include <QElapsedTimer>
 #include <atomic>
 #include <cerrno>
@@ -27,8 +27,7 @@
 #include <time.h>
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 // Units kept between requests: the files being edited, reparsed rather than parsed anew.
 constexpr int keptUnits = 4;

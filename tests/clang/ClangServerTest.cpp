@@ -11,8 +11,7 @@
 
 using namespace ClangTest;
 
-namespace
-{
+namespace {
 
 // What the start calls fill.
 struct Results {
@@ -179,16 +178,14 @@ std::vector<OperationCase> operationCases()
     return cases;
 }
 
-class HeldIndexer : public ::testing::Test
-{
+class HeldIndexer : public ::testing::Test {
 protected:
     Messages messages;
     std::unique_ptr<ClangServer> server =
         std::make_unique<ClangServer>(QStringLiteral("hold"), fakeSettings(messages));
 };
 
-class IndexerConversation : public ::testing::TestWithParam<OperationCase>
-{
+class IndexerConversation : public ::testing::TestWithParam<OperationCase> {
 protected:
     Messages messages;
     std::unique_ptr<ClangServer> server =
@@ -363,9 +360,7 @@ std::vector<TraceCase> traceCases()
     };
 }
 
-class LinkTraces : public ::testing::TestWithParam<TraceCase>
-{
-};
+class LinkTraces : public ::testing::TestWithParam<TraceCase> {};
 
 TEST_P(LinkTraces, NameTheOperationAndTheComplaint)
 {
@@ -432,8 +427,8 @@ TEST(IndexerFailure, AHangingIndexerIsKilledAtTheDeadline)
 
 bool nameExists(const char *name)
 {
-    return QFile::exists(QStringLiteral("/dev/shm/") +
-                         QString::fromLatin1(name).remove(0, name[0] == '/'));
+    return QFile::exists(QStringLiteral("/dev/shm/")
+                         + QString::fromLatin1(name).remove(0, name[0] == '/'));
 }
 
 bool semaphoreExists(const char *name)

@@ -1,8 +1,8 @@
 #pragma once
-#include "tests/clang/FakeIndexerRoles.h"
 #include "clang/ClangInterface.h"
 #include "clang/ClangServer.h"
 #include "clang/Protocol.h"
+#include "tests/clang/FakeIndexerRoles.h"
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QString>
@@ -12,12 +12,10 @@
 #include <memory>
 #include <thread>
 
-namespace ClangTest
-{
+namespace ClangTest {
 
 // Bytes of the shared area written out by hand, independently of the protocol's encoder.
-class Bytes
-{
+class Bytes {
 public:
     Bytes &int32(qint32 value)
     {

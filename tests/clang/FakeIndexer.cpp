@@ -20,8 +20,7 @@
 #include <time.h>
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 void sleepMilliseconds(long milliseconds)
 {

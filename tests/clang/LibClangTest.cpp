@@ -6,8 +6,7 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-namespace
-{
+namespace {
 
 TEST(LibClangFunctions, AreTheEightyFiveTheCodeIntelligenceUses)
 {
@@ -43,9 +42,7 @@ struct LoadCase {
     QString message;
 };
 
-class LibClangLoad : public ::testing::TestWithParam<LoadCase>
-{
-};
+class LibClangLoad : public ::testing::TestWithParam<LoadCase> {};
 
 TEST_P(LibClangLoad, FailsWithTheMessage)
 {

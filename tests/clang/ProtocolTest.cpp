@@ -5,8 +5,7 @@
 #include <QByteArray>
 #include <gtest/gtest.h>
 
-namespace
-{
+namespace {
 
 ClangRequest sampleRequest(ClangCommand command)
 {
@@ -43,9 +42,7 @@ struct CommandCase {
     ClangCommand command;
 };
 
-class ProtocolRoundTrip : public ::testing::TestWithParam<CommandCase>
-{
-};
+class ProtocolRoundTrip : public ::testing::TestWithParam<CommandCase> {};
 
 TEST_P(ProtocolRoundTrip, RequestReadsBackAsWritten)
 {
@@ -137,9 +134,7 @@ struct BrokenCase {
     const char *message;
 };
 
-class BrokenRequest : public ::testing::TestWithParam<BrokenCase>
-{
-};
+class BrokenRequest : public ::testing::TestWithParam<BrokenCase> {};
 
 TEST_P(BrokenRequest, IsRefusedWithAMessage)
 {

@@ -1,15 +1,15 @@
 // `tess clang`: the code intelligence from the command line, through the same interface the
 // editor uses: completion, definitions, references, symbols, skipped ranges and evaluation at a
 // position, one request per run or many in one `batch` against one indexer.
+#include "clang/ClangArguments.h"
+#include "clang/ClangInterface.h"
+#include "clang/ClangServer.h"
+#include "clang/LibClang.h"
 #include "foundation/Directories.h"
 #include "foundation/HException.h"
 #include "projects/StandardProjectSystem.h"
 #include "tool/tess/Commands.h"
 #include "tool/tess/ProjectCommandSupport.h"
-#include "clang/ClangArguments.h"
-#include "clang/ClangInterface.h"
-#include "clang/ClangServer.h"
-#include "clang/LibClang.h"
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -20,8 +20,7 @@
 #include <memory>
 #include <time.h>
 
-namespace
-{
+namespace {
 
 // Larger unsaved buffers are refused before they are read.
 constexpr qint64 maxUnsavedSize = qint64(1) << 30;
@@ -142,13 +141,11 @@ template <typename Collect> void waitFor(Collect &&collect)
 
 // One interface to the code intelligence, the solution the arguments come from, and the
 // buffers that differ from their files.
-class ClangSession
-{
+class ClangSession {
 public:
     ClangSession(const CommandArguments &arguments, Options options)
         : m_arguments(arguments), m_options(std::move(options))
-    {
-    }
+    {}
 
     // Reads the buffers and the solution and makes the interface; the exit status to end with
     // when that fails (the message printed), else exitSuccess.
@@ -252,8 +249,8 @@ bool ClangSession::answer(const Request &request, QByteArray &out)
     const QString where =
         QStringLiteral("%1:%2:%3").arg(request.path).arg(request.line).arg(request.column);
     const auto place = [&](const QString &path, int line, int column) {
-        return absolutePath(path, directory).toUtf8() + ':' + QByteArray::number(line) + ':' +
-               QByteArray::number(column);
+        return absolutePath(path, directory).toUtf8() + ':' + QByteArray::number(line) + ':'
+               + QByteArray::number(column);
     };
     ClangInterface &clang = *m_clang;
     try {
@@ -265,8 +262,8 @@ bool ClangSession::answer(const Request &request, QByteArray &out)
                                   &completions);
             waitFor([&] { return clang.collectCompletion(); });
             for (const ClangCompletion &completion : completions)
-                out += completion.typedText.toUtf8() + '\t' + completion.kindSpelling.toUtf8() +
-                       '\t' + completion.text.toUtf8() + '\n';
+                out += completion.typedText.toUtf8() + '\t' + completion.kindSpelling.toUtf8()
+                       + '\t' + completion.text.toUtf8() + '\n';
             return !completions.empty() || fail(QStringLiteral("no completion at %1").arg(where));
         }
         case Op::Definition: {
@@ -275,8 +272,8 @@ bool ClangSession::answer(const Request &request, QByteArray &out)
                                         &symbols);
             waitFor([&] { return clang.collectCursorReferenced(); });
             for (const ClangSymbol &symbol : symbols)
-                out += place(symbol.path, symbol.line, symbol.column) + '\t' +
-                       symbol.kindSpelling.toUtf8() + '\t' + symbol.name.toUtf8() + '\n';
+                out += place(symbol.path, symbol.line, symbol.column) + '\t'
+                       + symbol.kindSpelling.toUtf8() + '\t' + symbol.name.toUtf8() + '\n';
             return !symbols.empty() || fail(QStringLiteral("nothing at %1").arg(where));
         }
         case Op::Refs: {
@@ -293,8 +290,8 @@ bool ClangSession::answer(const Request &request, QByteArray &out)
             clang.startIndex(unit, ClangParse::detailedSkipBodies, &symbols);
             waitFor([&] { return clang.collectIndex(); });
             for (const ClangSymbol &symbol : symbols)
-                out += QByteArray::number(symbol.line) + ':' + QByteArray::number(symbol.column) +
-                       '\t' + symbol.kindSpelling.toUtf8() + '\t' + symbol.name.toUtf8() + '\n';
+                out += QByteArray::number(symbol.line) + ':' + QByteArray::number(symbol.column)
+                       + '\t' + symbol.kindSpelling.toUtf8() + '\t' + symbol.name.toUtf8() + '\n';
             return true;
         }
         case Op::Skipped: {
