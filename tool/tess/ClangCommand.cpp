@@ -5,12 +5,11 @@
 #include "clang/ClangInterface.h"
 #include "clang/ClangServer.h"
 #include "clang/LibClang.h"
-#include "foundation/Directories.h"
 #include "foundation/HException.h"
+#include "projects/SolutionSession.h"
 #include "projects/StandardProjectSystem.h"
 #include "tool/tess/Commands.h"
 #include "tool/tess/ProjectCommandSupport.h"
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -169,18 +168,13 @@ private:
 
     const CommandArguments &m_arguments;
     Options m_options;
-    std::unique_ptr<ProjectCommandSession> m_projects;
+    std::unique_ptr<SolutionSession> m_projects;
     std::map<QString, QByteArray> m_buffers; // by absolute path
     std::unique_ptr<ClangInterface> m_clang;
 };
 
 int ClangSession::open()
 {
-    if (installationDirectory().isEmpty()) {
-        setInstallationDirectory(
-            QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/.."))
-                .canonicalFilePath());
-    }
     for (const QString &entry : std::as_const(m_options.unsaved)) {
         const qsizetype equals = entry.indexOf(u'=');
         const QString textFile = entry.mid(equals + 1);
@@ -194,8 +188,8 @@ int ClangSession::open()
         m_buffers[absolutePath(entry.left(equals))] = file.readAll();
     }
     if (!m_options.solution.isEmpty()) {
-        m_projects = std::make_unique<ProjectCommandSession>();
-        if (!m_projects->load(m_options.solution))
+        m_projects = std::make_unique<SolutionSession>();
+        if (!loadForCommand(*m_projects, m_options.solution))
             return exitFailure;
     }
     try {
