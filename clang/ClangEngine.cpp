@@ -386,6 +386,10 @@ CXCursor ClangEngine::Job::referencedAt(CXTranslationUnit unit) const
     const CXCursor cursor = tokenCursor(unit, true);
     if (m_lib.clang_Cursor_isNull(cursor) || isInvalid(m_lib.clang_getCursorKind(cursor)))
         return m_lib.clang_getNullCursor();
+    // The name of a #define refers to nothing in the library's eyes, yet it is what its uses
+    // refer to: at the definition, the definition itself is meant.
+    if (m_lib.clang_getCursorKind(cursor) == C::cursorMacroDefinition)
+        return cursor;
     const CXCursor referenced = m_lib.clang_getCursorReferenced(cursor);
     if (m_lib.clang_Cursor_isNull(referenced) || isInvalid(m_lib.clang_getCursorKind(referenced)))
         return m_lib.clang_getNullCursor();
