@@ -33,15 +33,35 @@ void putInt(char *at, int value)
     std::memcpy(at, &value, 4);
 }
 
+// The names to remove should the test program die: as the real indexer does, the stand-in
+// cleans up after an environment that cannot.
+const char *sharedName = nullptr;
+const char *callName = nullptr;
+const char *returnName = nullptr;
+
+void parentDied(int)
+{
+    shm_unlink(sharedName);
+    sem_unlink(callName);
+    sem_unlink(returnName);
+    _exit(0);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (argc != 7 || std::strcmp(argv[1], "-q") != 0) {
         std::fprintf(stderr, "fake_indexer: expected -q LIBRARY SHM CALL RET PID\n");
         return 2;
     }
+    sharedName = argv[3];
+    callName = argv[4];
+    returnName = argv[5];
+    signal(SIGTERM, parentDied);
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (getppid() != std::atoi(argv[6]))
+        parentDied(0);
     const std::string role = argv[2];
     const int fd = shm_open(argv[3], O_RDWR, 0);
     sem_t *call = sem_open(argv[4], 0);
