@@ -81,16 +81,23 @@ protected:
 
 using ClangCommand = NeedsLibclang<::testing::Test>;
 
-TEST_F(ClangCommand, CompletesTheMembersAfterAnArrow)
+// Completion at the end of `typed`, written over the call to dump() in an editor buffer of
+// shapes.c that travels as an unsaved file.
+ProgramRun completeInBuffer(const QByteArray &typed)
 {
     QTemporaryDir scratch;
     QByteArray text = TestSupport::readFile(shapesC);
-    text.replace("    dump(&square);", "    (&square)->");
+    text.replace("    dump(&square);", "    " + typed);
     const QString edited = scratch.filePath(QStringLiteral("edited.c"));
     TestSupport::writeFile(edited, text);
-    const ProgramRun run = clang(
-        QStringLiteral("complete"), shapesC, position(edited, "(&square)->", 11),
-        {QStringLiteral("--unsaved"), shapesC + u'=' + edited, QStringLiteral("--"), includes});
+    return clang(QStringLiteral("complete"), shapesC, position(edited, typed, int(typed.size())),
+                 {QStringLiteral("--unsaved"), shapesC + u'=' + edited, QStringLiteral("--"),
+                  includes});
+}
+
+TEST_F(ClangCommand, CompletesTheMembersAfterAnArrow)
+{
+    const ProgramRun run = completeInBuffer("(&square)->");
     EXPECT_EQ(run.exitCode, 0) << run.err.constData();
     EXPECT_EQ(run.out, "count\tFieldDecl\tint count\n"
                        "name\tFieldDecl\tconst char * name\n"
@@ -99,14 +106,7 @@ TEST_F(ClangCommand, CompletesTheMembersAfterAnArrow)
 
 TEST_F(ClangCommand, ThePrefixBeforeThePointFiltersWithoutRegardToCase)
 {
-    QTemporaryDir scratch;
-    QByteArray text = TestSupport::readFile(shapesC);
-    text.replace("    dump(&square);", "    square.CO");
-    const QString edited = scratch.filePath(QStringLiteral("edited.c"));
-    TestSupport::writeFile(edited, text);
-    const ProgramRun run = clang(
-        QStringLiteral("complete"), shapesC, position(edited, "square.CO", 9),
-        {QStringLiteral("--unsaved"), shapesC + u'=' + edited, QStringLiteral("--"), includes});
+    const ProgramRun run = completeInBuffer("square.CO");
     EXPECT_EQ(run.exitCode, 0) << run.err.constData();
     EXPECT_EQ(run.out, "count\tFieldDecl\tint count\n");
 }
