@@ -148,8 +148,10 @@ void ESParser::generateBody(ESNode *function)
     m_statements.clear();
     m_generateLine = function->line;
     if (m_code->usesArguments) {
+        // Not through generatePut: the store itself is no mention of `arguments`, so it must
+        // not move the function's names into an activation.
         emitCode(op(ESOp::DUP));
-        generatePut(m_context.names().arguments);
+        emitPut(m_context.names().arguments);
     }
     generateList(function->children[0]);
     emitCode(op(ESOp::RETU));
@@ -423,10 +425,20 @@ void ESParser::generateJump(ESNode *statement)
 
 ESAtom *ESParser::hiddenVariable()
 {
-    ESAtom *atom = m_context.intern(QStringLiteral("CG%1").arg(++hiddenVariableSerial));
-    ESNode *const saved = m_function;
+    return declareHidden(QStringLiteral("CG%1").arg(++hiddenVariableSerial));
+}
+
+// The one hidden variable of a function (or global of a script) that holds a value across a
+// store. Nothing runs between its store and its read, so one name serves every use.
+ESAtom *ESParser::hiddenTemporary()
+{
+    return declareHidden(QStringLiteral("CG0"));
+}
+
+ESAtom *ESParser::declareHidden(const QString &name)
+{
+    ESAtom *atom = m_context.intern(name);
     declareVariable(atom, ESPropertyFlag::DontEnum | ESPropertyFlag::DontDelete);
-    m_function = saved;
     return atom;
 }
 
@@ -666,6 +678,8 @@ void ESParser::generateAssignment(ESNode *assignment, bool wanted)
         if (target->kind != ESToken::Identifier && target->kind != ESToken::Member
             && target->kind != ESToken::Index)
             syntaxError(QStringLiteral("not lsh?"), assignment->line);
+        if (target->kind == ESToken::Member)
+            return generateMemberStore(target, value, wanted);
         generateExpression(value, true);
         if (wanted)
             emitCode(op(ESOp::DUP));
@@ -695,8 +709,27 @@ void ESParser::generateAssignment(ESNode *assignment, bool wanted)
         emitCode(op(ESOp::DROP));
 }
 
-// Stores the value in TOS into a name, member or index and pops it. The value sits below the
-// object (and key) that the member forms push.
+// `o.p = v`: the object is evaluated before the value, and PUTF takes the value from above the
+// object. A wanted value outlives the store in the function's hidden temporary, as nothing
+// else can reach below the two operands.
+void ESParser::generateMemberStore(ESNode *target, ESNode *value, bool wanted)
+{
+    generateExpression(target->children[0], true);
+    generateExpression(value, true);
+    m_generateLine = target->line;
+    ESAtom *const temporary = wanted ? hiddenTemporary() : nullptr;
+    if (temporary) {
+        emitCode(op(ESOp::DUP));
+        emitPut(temporary);
+    }
+    emitCode(op(ESOp::PUTF), unsigned(target->atom->index));
+    if (temporary)
+        emitGet(temporary);
+}
+
+// Stores the value in TOS, already computed, into a name, member or index and pops it. The
+// value sits below the object and key that the member and index forms push (the order of
+// PUTX), as in the variable of a for-in loop.
 void ESParser::generateStore(ESNode *target, bool lhsMessage)
 {
     switch (target->kind) {
@@ -705,7 +738,8 @@ void ESParser::generateStore(ESNode *target, bool lhsMessage)
         break;
     case ESToken::Member:
         generateExpression(target->children[0], true);
-        emitCode(op(ESOp::PUTF), unsigned(target->atom->index));
+        emitCode(op(ESOp::STR), unsigned(target->atom->index));
+        emitCode(op(ESOp::PUTX));
         break;
     case ESToken::Index:
         generateExpression(target->children[0], true);
@@ -808,6 +842,17 @@ void ESParser::generateDelete(ESNode *expression, bool wanted)
 void ESParser::generateGet(ESAtom *atom)
 {
     noteName(atom);
+    emitGet(atom);
+}
+
+void ESParser::generatePut(ESAtom *atom)
+{
+    noteName(atom);
+    emitPut(atom);
+}
+
+void ESParser::emitGet(ESAtom *atom)
+{
     const Resolution where = resolve(atom);
     const bool activation = m_code->needsActivation;
     switch (where.nameCase) {
@@ -826,9 +871,8 @@ void ESParser::generateGet(ESAtom *atom)
     }
 }
 
-void ESParser::generatePut(ESAtom *atom)
+void ESParser::emitPut(ESAtom *atom)
 {
-    noteName(atom);
     const Resolution where = resolve(atom);
     const bool activation = m_code->needsActivation;
     switch (where.nameCase) {

@@ -649,7 +649,9 @@ void ESContext::run(const ESCode &code)
             pc += 3;
             break;
         case ESOp::PUTF: {
-            scratch = stack[--stackPointer];
+            // The value in TOS, the object below it.
+            scratch = accumulator;
+            pop(*this);
             put(memberObject(*this, accumulator), atomAt(pc + 1), scratch);
             pop(*this);
             pc += 3;

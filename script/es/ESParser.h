@@ -109,13 +109,18 @@ private:
     void generateDelete(ESNode *expression, bool wanted);
     void generateGet(ESAtom *atom);
     void generatePut(ESAtom *atom);
+    void emitGet(ESAtom *atom);
+    void emitPut(ESAtom *atom);
     void generateStore(ESNode *target, bool lhsMessage = true);
+    void generateMemberStore(ESNode *target, ESNode *value, bool wanted);
     bool hasSideEffects(const ESNode *expression);
     Resolution resolve(ESAtom *atom);
     void noteName(ESAtom *atom);
     int globalSlot(ESAtom *atom);
     void markActivation(ESNode *function);
     ESAtom *hiddenVariable();
+    ESAtom *hiddenTemporary();
+    ESAtom *declareHidden(const QString &name);
     void emitCode(int op);
     void emitCode(int op, unsigned operand);
     void emitCode(int op, unsigned operand, unsigned count);
