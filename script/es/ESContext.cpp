@@ -64,9 +64,9 @@ ESContext::ESContext(ContinuePolling polling)
     stack = m_stackStorage.get();
     m_nativeStackLimit = nativeStackLimit();
 
-    m_globalText = std::make_unique<QString>(QStringLiteral("[object global]"));
-    globalObject = newObject(nullptr, globalClass.get(),
-                             ESValue::fromAtom(intern(*m_globalText)));
+    const QString globalText = QStringLiteral("[object global]");
+    m_globalText = newString(globalText);
+    globalObject = newObject(nullptr, globalClass.get(), ESValue::fromAtom(intern(globalText)));
     thisObject = globalObject;
     createPrototypes();
     initialiseClasses();
@@ -105,6 +105,10 @@ void ESContext::initialiseClasses()
 
 ESContext::~ESContext()
 {
+    // The stack comes from calloc: its entries in use are released by hand, those above the
+    // stack pointer hold nothing counted.
+    for (std::int32_t i = 0; i < stackPointer; ++i)
+        stack[i] = ESValue();
     for (ESObject *object = allObjects; object; object = object->nextAllocated) {
         if (object->constructInfo != object->functionInfo)
             delete object->constructInfo;

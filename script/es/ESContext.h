@@ -99,7 +99,18 @@ public:
     ESObject *newObject(ESObject *prototype, ESClass *klass, ESValue primitive);
     ESAtom *intern(const QString &text) { return m_atoms.intern(text); }
     ESAtom *atomForIndex(unsigned index) { return m_atoms.atomForIndex(index); }
-    ESAtom *valueToAtom(ESValue value);
+    ESAtom *valueToAtom(const ESValue &value);
+    // A plain string (tag 4) of `text`: what the engine makes of every text computed at run time.
+    [[nodiscard]] static ESValue newString(QStringView text)
+    {
+        return ESValue::fromString(ESString::make(text));
+    }
+    // The characters of a string value of either tag; a view of a plain string lives until the
+    // next append to it (see ESString).
+    static QStringView textView(const ESValue &value)
+    {
+        return value.tag == ESTag::Atom ? QStringView(value.atom->text) : value.string->view();
+    }
     const ESWellKnownAtoms &names() const { return m_atoms.names(); }
 
     ESValue get(ESObject *object, ESAtom *atom);
@@ -187,14 +198,17 @@ private:
     void enterActivation(const ESCode &code, int argumentCount);
     ESObject *makeClosure(unsigned codeIndex);
     ESObject *enumerate(ESValue value);
+    ESValue memberOf(const ESValue &value, ESAtom *atom);
+    ESValue methodOf(ESValue &self, ESAtom *atom);
     [[noreturn]] void stackOverflow();
+    void dropTo(std::int32_t pointer);
     [[noreturn]] void illegalInstruction(const ESCode &code, int pc);
 
     ESAtomTable &m_atoms;
     // Zero bits are an undefined value, so the stack comes from calloc: untouched pages cost nothing.
     std::unique_ptr<ESValue[], void (*)(void *)> m_stackStorage{nullptr, std::free};
     std::vector<std::unique_ptr<ESObject[]>> m_blocks;
-    std::unique_ptr<QString> m_globalText;   // the tag-4 "[object global]"
+    ESValue m_globalText;   // the tag-4 "[object global]"
     const char *m_nativeStackLimit = nullptr;
     const bool m_pollsContinue;
 };

@@ -10,13 +10,12 @@
 
 namespace {
 
-// A concatenation longer than this raises a RangeError instead of exhausting memory: every
-// intermediate result of a string built in a loop stays in the atom table.
+// A concatenation longer than this raises a RangeError instead of exhausting memory.
 constexpr qsizetype maxStringLength = qsizetype(1) << 27;
 
-const QString &textOf(const ESValue &value)
+QStringView textOf(const ESValue &value)
 {
-    return value.tag == ESTag::Atom ? value.atom->text : *value.string;
+    return ESContext::textView(value);
 }
 
 bool isCallable(const ESValue &value)
@@ -29,8 +28,18 @@ ESValue numberValue(double number)
     return ESValue::fromNumber(number);
 }
 
+// The text of a primitive for a concatenation: a string as it is, anything else converted
+// into `converted`.
+QStringView concatenationText(ESContext &context, const ESValue &value, QString &converted)
+{
+    if (value.isString())
+        return textOf(value);
+    converted = context.toESString(value);
+    return converted;
+}
+
 // ADD: the right operand converts first, then the left; a string on either side joins the
-// texts, and the result is interned.
+// texts into a plain string, written in place behind a plain left operand that ends its buffer.
 ESValue add(ESContext &context, ESValue left, ESValue right)
 {
     if (left.tag == ESTag::Number && right.tag == ESTag::Number)
@@ -38,11 +47,15 @@ ESValue add(ESContext &context, ESValue left, ESValue right)
     right = context.toPrimitive(right, ESHint::Default);
     left = context.toPrimitive(left, ESHint::Default);
     if (left.isString() || right.isString()) {
-        const QString leftText = context.toESString(left);
-        const QString rightText = context.toESString(right);
+        QString leftConverted;
+        QString rightConverted;
+        const QStringView rightText = concatenationText(context, right, rightConverted);
+        const QStringView leftText = concatenationText(context, left, leftConverted);
         if (leftText.size() + rightText.size() > maxStringLength)
             context.throwRangeError(QStringLiteral("string too long"));
-        return ESValue::fromAtom(context.intern(leftText + rightText));
+        if (left.tag == ESTag::String)
+            return ESValue::fromString(ESString::append(left.string, rightText));
+        return ESValue::fromString(ESString::concat(leftText, rightText));
     }
     const double r = context.toNumber(right);
     return numberValue(context.toNumber(left) + r);
@@ -95,7 +108,7 @@ ESValue compare(ESContext &context, ESValue left, ESValue right, bool orEqual)
     right = context.toPrimitive(right, ESHint::Number);
     left = context.toPrimitive(left, ESHint::Number);
     if (left.isString() && right.isString()) {
-        const int order = QString::compare(textOf(left), textOf(right), Qt::CaseSensitive);
+        const int order = textOf(left).compare(textOf(right), Qt::CaseSensitive);
         return ESValue::boolean(orEqual ? order <= 0 : order < 0);
     }
     const double r = context.toNumber(right);
@@ -167,9 +180,49 @@ bool identical(ESContext &context, const ESValue &a, const ESValue &b)
 
 } // namespace
 
+// Reads a member of any value. A string is not wrapped: a fresh wrapper has nothing of its own
+// but its length, so reading through one is reading String.prototype, and a wrapper would keep
+// the string for as long as the context lives.
+ESValue ESContext::memberOf(const ESValue &value, ESAtom *atom)
+{
+    if (value.tag == ESTag::Object && value.object)
+        return get(value.object, atom);
+    if (value.isString()) {
+        if (atom == names().length)
+            return ESValue::fromNumber(double(textView(value).size()));
+        return get(stringPrototype, atom);
+    }
+    return get(toObject(value), atom);
+}
+
+// The function a member call names, leaving in `self` the `this` it gets. The String library
+// works on a string itself; any other method of a string, which may keep its `this`, gets a
+// wrapper.
+ESValue ESContext::methodOf(ESValue &self, ESAtom *atom)
+{
+    if (self.tag == ESTag::Object && self.object)
+        return get(self.object, atom);
+    ESValue function = memberOf(self, atom);
+    const bool stringLibrary = self.isString() && function.isObject() && function.object
+                               && function.object->builtinId >= 0
+                               && function.object->klass == stringClass.get();
+    if (!stringLibrary)
+        self = ESValue::fromObject(toObject(self));
+    return function;
+}
+
 void ESContext::stackOverflow()
 {
     fatal(QStringLiteral("virtual machine stack too small"));
+}
+
+// Lowers the stack pointer, releasing what the entries above it held: entries at and above the
+// stack pointer never hold a counted string.
+void ESContext::dropTo(std::int32_t pointer)
+{
+    while (stackPointer > pointer)
+        stack[--stackPointer] = ESValue();
+    stackPointer = pointer;
 }
 
 void ESContext::illegalInstruction(const ESCode &code, int pc)
@@ -243,8 +296,9 @@ void ESContext::invoke(ESObject *function, ESValue thisValue, int argumentCount)
     }
     ESValue *arguments = stack + stackPointer - argumentCount;
     function->klass->call(*this, function, thisValue, argumentCount, arguments);
-    stackPointer -= argumentCount;
-    accumulator = stack[stackPointer];
+    const std::int32_t base = stackPointer - argumentCount;
+    accumulator = std::move(stack[base]);
+    dropTo(base);
 }
 
 void ESContext::invokeScript(ESObject *function, ESValue thisValue, int argumentCount)
@@ -252,7 +306,7 @@ void ESContext::invokeScript(ESObject *function, ESValue thisValue, int argument
     const ESFunctionInfo *info = function->functionInfo;
     const ESCode *code = info->code.get();
     if (!code) {   // Function.prototype: callable, does nothing
-        stackPointer -= argumentCount;
+        dropTo(stackPointer - argumentCount);
         accumulator = ESValue::undefined();
         return;
     }
@@ -283,7 +337,7 @@ void ESContext::invokeScript(ESObject *function, ESValue thisValue, int argument
     frameArguments = savedArguments;
     frameArgumentCount = savedCount;
     activationObject = savedActivation;
-    stackPointer -= locals + argumentCount + 1;
+    dropTo(stackPointer - (locals + argumentCount + 1));
 }
 
 // The function's names live in an object in front of the scope: declared parameters, unnamed
@@ -317,7 +371,7 @@ void ESContext::callFunction(ESObject *function, ESValue thisValue, int argument
     invoke(function, thisValue.isObject() ? thisValue : ESValue::fromObject(globalObject),
            argumentCount);
     result = accumulator;
-    accumulator = stack[--stackPointer];
+    accumulator = std::move(stack[--stackPointer]);
 }
 
 ESObject *ESContext::constructObject(ESObject *function, int argumentCount, const ESValue *arguments)
@@ -330,7 +384,7 @@ ESObject *ESContext::constructObject(ESObject *function, int argumentCount, cons
         for (int i = 0; i < argumentCount; ++i)
             stack[stackPointer++] = arguments[i];
         ESObject *made = function->klass->construct(*this, function, argumentCount, stack + base);
-        stackPointer = base;
+        dropTo(base);
         if (made)
             return made;
     }
@@ -365,7 +419,7 @@ ESCompletion ESContext::evaluate(const QString &file, const QString &text)
         QString fileName = context.fileName;
         ~Saved()
         {
-            context.stackPointer = stackPointer;
+            context.dropTo(stackPointer);
             context.accumulator = accumulator;
             context.scope = scope;
             context.thisObject = thisObject;
@@ -395,17 +449,18 @@ ESCompletion ESContext::evaluate(const QString &file, const QString &text)
 namespace {
 
 // Push and pop with TOS held in the accumulator. A push past `stackSize` is the fatal error.
-inline void push(ESContext &context, const ESValue &value, std::int32_t limit)
+// `value` is taken by value: it may be the accumulator itself (DUP).
+inline void push(ESContext &context, ESValue value, std::int32_t limit)
 {
     if (context.stackPointer >= limit) [[unlikely]]
         ESContext::fatal(QStringLiteral("virtual machine stack too small"));
-    context.stack[context.stackPointer++] = context.accumulator;
-    context.accumulator = value;
+    context.stack[context.stackPointer++] = std::move(context.accumulator);
+    context.accumulator = std::move(value);
 }
 
 inline void pop(ESContext &context)
 {
-    context.accumulator = context.stack[--context.stackPointer];
+    context.accumulator = std::move(context.stack[--context.stackPointer]);
 }
 
 ESObject *memberObject(ESContext &context, const ESValue &value)
@@ -474,7 +529,7 @@ void ESContext::run(const ESCode &code)
             if (!function.isObject() || !function.object || !function.object->constructInfo)
                 throwTypeError(QStringLiteral("new must be given a constructor object"));
             ESObject *made = constructObject(function.object, count, stack + stackPointer - count);
-            stackPointer -= count;
+            dropTo(stackPointer - count);
             accumulator = ESValue::fromObject(made);
             pc += code_ == ESOp::NEWA ? 3 : 1;
             break;
@@ -526,7 +581,7 @@ void ESContext::run(const ESCode &code)
             put(array, atoms.length, ESValue::fromNumber(0));
             accumulator = ESValue::fromObject(array);
             for (int i = count - 1; i >= 0; --i)
-                put(array, atomForIndex(unsigned(i)), stack[--stackPointer]);
+                put(array, atomForIndex(unsigned(i)), std::move(stack[--stackPointer]));
             pc += 3;
             break;
         }
@@ -556,17 +611,17 @@ void ESContext::run(const ESCode &code)
         case ESOp::CALLW: case ESOp::CALLF: case ESOp::CALLG: case ESOp::CALLA: case ESOp::CALLAM:
         case ESOp::CALLL: case ESOp::CALLLM: case ESOp::CALLX: {
             int count = 0;
-            ESObject *self = globalObject;
+            ESValue self = ESValue::fromObject(globalObject);
             switch (code_) {
             case ESOp::CALLW: {
                 ESValue function;
-                self = lookupName(atomAt(pc + 1), function);
+                self = ESValue::fromObject(lookupName(atomAt(pc + 1), function));
                 push(*this, function, limit);
                 break;
             }
             case ESOp::CALLF:
-                self = memberObject(*this, accumulator);
-                accumulator = get(self, atomAt(pc + 1));
+                self = std::move(accumulator);
+                accumulator = methodOf(self, atomAt(pc + 1));
                 break;
             case ESOp::CALLG:
                 push(*this, globalObject->properties[operand(pc + 1)].value, limit);
@@ -587,8 +642,8 @@ void ESContext::run(const ESCode &code)
             default: {
                 const ESValue key = accumulator;
                 pop(*this);
-                self = memberObject(*this, accumulator);
-                accumulator = get(self, valueToAtom(key));
+                self = std::move(accumulator);
+                accumulator = methodOf(self, valueToAtom(key));
                 count = int(operand(pc + 1));
                 break;
             }
@@ -597,7 +652,7 @@ void ESContext::run(const ESCode &code)
                 count = int(operand(pc + 3));
             if (!isCallable(accumulator))
                 throwTypeError(QStringLiteral("not a function object"));
-            invoke(accumulator.object, ESValue::fromObject(self), count);
+            invoke(accumulator.object, std::move(self), count);
             pc += code_ == ESOp::CALLX ? 3 : 5;
             break;
         }
@@ -608,12 +663,10 @@ void ESContext::run(const ESCode &code)
             pc += 3;
             break;
         }
-        case ESOp::GETF: {
-            ESObject *object = memberObject(*this, accumulator);
-            accumulator = get(object, atomAt(pc + 1));
+        case ESOp::GETF:
+            accumulator = memberOf(accumulator, atomAt(pc + 1));
             pc += 3;
             break;
-        }
         case ESOp::GETG:
             push(*this, globalObject->properties[operand(pc + 1)].value, limit);
             pc += 3;
@@ -636,10 +689,9 @@ void ESContext::run(const ESCode &code)
             pc += 3;
             break;
         case ESOp::GETX: {
-            scratch = stack[--stackPointer];
-            const ESValue key = accumulator;
-            ESObject *object = memberObject(*this, scratch);
-            accumulator = get(object, valueToAtom(key));
+            scratch = std::move(stack[--stackPointer]);
+            ESAtom *const key = valueToAtom(accumulator);
+            accumulator = memberOf(scratch, key);
             ++pc;
             break;
         }
@@ -687,13 +739,13 @@ void ESContext::run(const ESCode &code)
             ESObject *object = memberObject(*this, stack[stackPointer - 1]);
             const ESValue value = stack[stackPointer - 2];
             put(object, valueToAtom(key), value);
-            stackPointer -= 2;
+            dropTo(stackPointer - 2);
             pop(*this);
             ++pc;
             break;
         }
         case ESOp::ADD: {
-            scratch = stack[--stackPointer];
+            scratch = std::move(stack[--stackPointer]);
             if (scratch.tag == ESTag::Number && accumulator.tag == ESTag::Number)
                 accumulator.number = scratch.number + accumulator.number;
             else
@@ -703,7 +755,7 @@ void ESContext::run(const ESCode &code)
         }
         case ESOp::SUB: case ESOp::MUL: case ESOp::DIV: case ESOp::MOD: case ESOp::BITAND:
         case ESOp::BITOR: case ESOp::BITXOR: case ESOp::SHL: case ESOp::SHR: case ESOp::USHR: {
-            scratch = stack[--stackPointer];
+            scratch = std::move(stack[--stackPointer]);
             if (scratch.tag == ESTag::Number && accumulator.tag == ESTag::Number) {
                 if (code_ == ESOp::SUB) {
                     accumulator.number = scratch.number - accumulator.number;
@@ -723,10 +775,11 @@ void ESContext::run(const ESCode &code)
         case ESOp::ADDX: case ESOp::SUBX: case ESOp::MULX: case ESOp::DIVX: case ESOp::MODX:
         case ESOp::BITANDX: case ESOp::BITORX: case ESOp::BITXORX: {
             const ESValue key = accumulator;
-            ESObject *object = memberObject(*this, stack[--stackPointer]);
+            const ESValue holder = std::move(stack[--stackPointer]);
+            ESObject *object = memberObject(*this, holder);
             ESAtom *atom = valueToAtom(key);
             const ESValue old = get(object, atom);
-            const ESValue right = stack[--stackPointer];
+            const ESValue right = std::move(stack[--stackPointer]);
             accumulator = arithmetic(*this, ESOp(int(code_) - 1), old, right);
             put(object, atom, accumulator);
             ++pc;
@@ -772,13 +825,14 @@ void ESContext::run(const ESCode &code)
             break;
         case ESOp::DELETEX: {
             const ESValue key = accumulator;
-            ESObject *object = memberObject(*this, stack[--stackPointer]);
+            const ESValue holder = std::move(stack[--stackPointer]);
+            ESObject *object = memberObject(*this, holder);
             accumulator = ESValue::boolean(deleteOwn(object, valueToAtom(key)));
             ++pc;
             break;
         }
         case ESOp::LT: case ESOp::LE:
-            scratch = stack[--stackPointer];
+            scratch = std::move(stack[--stackPointer]);
             if (scratch.tag == ESTag::Number && accumulator.tag == ESTag::Number
                 && !std::isnan(scratch.number) && !std::isnan(accumulator.number))
                 accumulator = ESValue::boolean(code_ == ESOp::LE ? scratch.number <= accumulator.number
@@ -788,14 +842,14 @@ void ESContext::run(const ESCode &code)
             ++pc;
             break;
         case ESOp::EQ: case ESOp::NE: {
-            scratch = stack[--stackPointer];
+            scratch = std::move(stack[--stackPointer]);
             const bool equal = equals(*this, scratch, accumulator);
             accumulator = ESValue::boolean(code_ == ESOp::EQ ? equal : !equal);
             ++pc;
             break;
         }
         case ESOp::IDENTITY: case ESOp::NOTIDENTITY: {
-            scratch = stack[--stackPointer];
+            scratch = std::move(stack[--stackPointer]);
             const bool same = identical(*this, scratch, accumulator);
             accumulator = ESValue::boolean(code_ == ESOp::IDENTITY ? same : !same);
             ++pc;
@@ -852,7 +906,7 @@ void ESContext::run(const ESCode &code)
             break;
         case ESOp::JLT: {
             const ESValue right = accumulator;
-            const ESValue left = stack[--stackPointer];
+            const ESValue left = std::move(stack[--stackPointer]);
             pop(*this);
             bool less = false;
             if (left.tag == ESTag::Number && right.tag == ESTag::Number)

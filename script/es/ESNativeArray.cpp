@@ -354,7 +354,7 @@ QString joinElements(const Elements &elements, const QString &separator)
 
 void setText(ESNativeCall &call, const QString &text)
 {
-    call.setResult(ESValue::fromAtom(call.context.intern(text)));
+    call.setResult(ESContext::newString(text));
 }
 
 void toString(ESNativeCall &call)

@@ -13,13 +13,16 @@ constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 // A split into more parts fails: every part is an element of 32 bytes plus its atom.
 constexpr qsizetype maxSplitParts = qsizetype(1) << 22;
 
-// The text a prototype method works on: `this` through toObject, then its text.
+// The text a prototype method works on: a string `this` as it is (the interpreter calls the
+// library on a string without wrapping it), anything else through toObject, then its text.
 QString thisText(ESNativeCall &call)
 {
     ESContext &context = call.context;
+    if (call.thisValue.isString())
+        return context.toESString(call.thisValue);
     ESObject *object = context.toObject(call.thisValue);
     if (context.isString(object))
-        return object->primitive.tag == ESTag::Atom ? object->primitive.atom->text : QString();
+        return object->primitive.isString() ? context.toESString(object->primitive) : QString();
     return context.toESString(ESValue::fromObject(object));
 }
 
@@ -45,7 +48,7 @@ void setText(ESNativeCall &call, const QString &text)
 {
     if (text.size() > ESNativeMaxTextLength)
         call.context.throwRangeError(QStringLiteral("string too long"));
-    call.setResult(ESValue::fromAtom(call.context.intern(text)));
+    call.setResult(ESContext::newString(text));
 }
 
 void setNumber(ESNativeCall &call, double number)
@@ -56,15 +59,17 @@ void setNumber(ESNativeCall &call, double number)
 void stringCall(ESNativeCall &call)
 {
     ESContext &context = call.context;
-    call.setResult(ESValue::fromAtom(context.intern(context.toESString(call.arguments[0]))));
+    const ESValue &value = call.arguments[0];
+    call.setResult(value.isString() ? value : ESContext::newString(context.toESString(value)));
 }
 
 ESObject *stringConstruct(ESNativeCall &call)
 {
     ESContext &context = call.context;
-    ESAtom *text = context.intern(context.toESString(call.argument(0)));
+    const ESValue value = call.argument(0);
     return context.newObject(context.stringPrototype, context.stringClass.get(),
-                             ESValue::fromAtom(text));
+                             value.isString() ? value
+                                              : ESContext::newString(context.toESString(value)));
 }
 
 void fromCharCode(ESNativeCall &call)
@@ -81,7 +86,7 @@ void wrappedText(ESNativeCall &call, const QString &message)
     ESContext &context = call.context;
     const ESValue self = call.thisValue;
     if (self.isString()) {
-        call.setResult(ESValue::fromAtom(context.valueToAtom(self)));
+        call.setResult(self);
         return;
     }
     if (!self.isObject() || !self.object || !context.isString(self.object))
@@ -344,9 +349,8 @@ void ESNativeString::initialise(ESContext &context)
 // their "length" is the argument count stored in the vector.
 ESValue ESNativeString::get(ESContext &context, ESObject *object, ESAtom *atom)
 {
-    if (atom == context.names().length && object->primitive.tag == ESTag::Atom
-        && !object->functionInfo)
-        return ESValue::fromNumber(double(object->primitive.atom->text.size()));
+    if (atom == context.names().length && object->primitive.isString() && !object->functionInfo)
+        return ESValue::fromNumber(double(ESContext::textView(object->primitive).size()));
     return defaultGet(object, atom);
 }
 
