@@ -73,6 +73,7 @@ std::unique_ptr<ESCode> ESParser::compileProgram()
     m_statements.clear();
     generateList(m_script->children[0], true);
     emitCode(op(ESOp::RET));
+    code->verify();
     appendListing(*code, QStringLiteral("script"));
     return code;
 }
@@ -138,6 +139,7 @@ void ESParser::generateFunction(ESNode *function)
         m_code->lineTable.clear();
         generateBody(function);
     }
+    m_code->verify();
     QString title = QStringLiteral("function #%1").arg(function->functionIndex);
     appendListing(*m_code, title);
 }

@@ -56,6 +56,14 @@ ESContext::ESContext(ContinuePolling polling)
     dateClass = std::make_unique<ESNativeDate>();
     activationClass = std::make_unique<ESActivation>();
 
+    // The classes whose get and put are the defaults; Array and String have their own.
+    for (ESClass *klass : std::initializer_list<ESClass *>{
+             objectClass.get(), booleanClass.get(), globalClass.get(), errorClass.get(),
+             rangeErrorClass.get(), referenceErrorClass.get(), syntaxErrorClass.get(),
+             typeErrorClass.get(), evalErrorClass.get(), numberClass.get(), mathClass.get(),
+             functionClass.get(), dateClass.get(), activationClass.get()})
+        klass->plainProperties = true;
+
     stackSize = defaultStackSize;
     m_stackStorage.reset(static_cast<ESValue *>(
         std::calloc(std::size_t(stackSize + stackSlack), sizeof(ESValue))));

@@ -200,6 +200,22 @@ private:
     ESObject *enumerate(ESValue value);
     ESValue memberOf(const ESValue &value, ESAtom *atom);
     ESValue methodOf(ESValue &self, ESAtom *atom);
+    // The interpreter's steps (ESInterpreter.cpp).
+    void push(const ESValue &value);
+    void pushNumber(double number);
+    void pop();
+    ESObject *memberObject(const ESValue &value);
+    ESValue cachedGet(ESObject *object, ESAtom *atom, std::uint32_t &hint);
+    void cachedPut(ESObject *object, ESAtom *atom, ESValue &&value, std::uint32_t &hint);
+    ESValue indexedGet(const ESValue &holder, const ESValue &key);
+    void indexedPut(const ESValue &holder, const ESValue &key, ESValue &&value);
+    void binarySlow(ESOp operation);
+    void memberAssign(ESOp operation);
+    void nameIncrement(ESOp operation);
+    void stepNumber(ESValue &slot, double step);
+    ESValue callee(ESOp operation, const std::uint8_t *at, ESValue *locals);
+    bool nextEnumerated();
+    void makeArray(int count);
     [[noreturn]] void stackOverflow();
     void dropTo(std::int32_t pointer);
     [[noreturn]] void illegalInstruction(const ESCode &code, int pc);

@@ -123,6 +123,9 @@ double ESContext::toInteger(double number)
 
 std::int32_t ESContext::toInt32(double number)
 {
+    // Inside the range the truncation is the answer (NaN fails both tests).
+    if (number > -2147483649.0 && number < 2147483648.0)
+        return std::int32_t(number);
     if (std::isnan(number) || number == 0 || std::isinf(number))
         return 0;
     const double remainder = std::fmod(toInteger(number), 4294967296.0);
