@@ -5,15 +5,12 @@
 
 CellText::CellText(const QString &value) : d(new Data{1, value}) {}
 
-CellText &CellText::operator=(const CellText &other)
+void CellText::assign(Data *other)
 {
-    if (d != other.d) {
-        if (other.d)
-            ++other.d->refs;
-        reset();
-        d = other.d;
-    }
-    return *this;
+    if (other)
+        ++other->refs;
+    reset();
+    d = other;
 }
 
 CellText &CellText::operator=(CellText &&other) noexcept

@@ -22,7 +22,13 @@ public:
     explicit CellText(const QString &value);
     CellText(const CellText &other) : d(other.d) { if (d) ++d->refs; }
     CellText(CellText &&other) noexcept : d(std::exchange(other.d, nullptr)) {}
-    CellText &operator=(const CellText &other);
+    // Copying between cells without text, the common case, is one comparison.
+    CellText &operator=(const CellText &other)
+    {
+        if (d != other.d)
+            assign(other.d);
+        return *this;
+    }
     CellText &operator=(CellText &&other) noexcept;
     ~CellText() { if (d) release(); }
 
@@ -36,6 +42,7 @@ private:
         QString value;
     };
     void release();
+    void assign(Data *other);
     Data *d = nullptr;
 };
 

@@ -33,6 +33,23 @@ template <class Compare> inline void compare(ForthStack &stack, Compare test)
     --depth;
 }
 
+// AND, OR, XOR: integers in place; anything else is read as an integer or refused.
+template <class F> inline void bitwise(ForthStack &stack, F f)
+{
+    stack.need(2);
+    Cell *const cells = stack.cells();
+    int &depth = stack.depthRef();
+    Cell &a = cells[depth - 2];
+    const Cell &b = cells[depth - 1];
+    if (bothIntegers(a, b)) {
+        a.integer = f(a.integer, b.integer);
+    } else {
+        const qint64 right = b.toInteger();
+        a.setInteger(f(a.toInteger(), right));
+    }
+    --depth;
+}
+
 } // namespace ForthInline
 
 inline void ScriptEngine::opPlus()
@@ -177,6 +194,21 @@ inline void ScriptEngine::opZeroEquals()
     a.setInteger(isTrue(a) ? 0 : -1);
 }
 
+inline void ScriptEngine::opAnd()
+{
+    ForthInline::bitwise(dataStack, [](qint64 a, qint64 b) { return a & b; });
+}
+
+inline void ScriptEngine::opOr()
+{
+    ForthInline::bitwise(dataStack, [](qint64 a, qint64 b) { return a | b; });
+}
+
+inline void ScriptEngine::opXor()
+{
+    ForthInline::bitwise(dataStack, [](qint64 a, qint64 b) { return a ^ b; });
+}
+
 inline void ScriptEngine::opFetch()
 {
     Cell &a = dataStack.top();
@@ -210,6 +242,69 @@ inline void ScriptEngine::opRFrom()
 inline void ScriptEngine::opRFetch()
 {
     dataStack.push(returnStack.top());
+}
+
+inline void ScriptEngine::literalArithmetic(Op op, qint64 literal)
+{
+    const int depth = dataStack.depth();
+    Cell *const cells = dataStack.cells();
+    // Only where pushing the literal could not have overflowed the stack.
+    if (depth >= 1 && depth < ForthStack::capacity && cells[depth - 1].type == CellType::Integer) {
+        qint64 &top = cells[depth - 1].integer;
+        const auto flag = [](bool value) { return value ? qint64(-1) : qint64(0); };
+        switch (op) {
+        case Op::LiteralPlus: top = qint64(quint64(top) + quint64(literal)); return;
+        case Op::LiteralMinus: top = qint64(quint64(top) - quint64(literal)); return;
+        case Op::LiteralStar: top = qint64(quint64(top) * quint64(literal)); return;
+        case Op::LiteralAnd: top &= literal; return;
+        case Op::LiteralOr: top |= literal; return;
+        case Op::LiteralXor: top ^= literal; return;
+        case Op::LiteralLess: top = flag(top < literal); return;
+        case Op::LiteralGreater: top = flag(top > literal); return;
+        default: top = flag(top == literal); return;
+        }
+    }
+    dataStack.pushInteger(literal);
+    switch (op) {
+    case Op::LiteralPlus: opPlus(); return;
+    case Op::LiteralMinus: opMinus(); return;
+    case Op::LiteralStar: opStar(); return;
+    case Op::LiteralAnd: opAnd(); return;
+    case Op::LiteralOr: opOr(); return;
+    case Op::LiteralXor: opXor(); return;
+    case Op::LiteralLess: opLess(); return;
+    case Op::LiteralGreater: opGreater(); return;
+    default: opEquals(); return;
+    }
+}
+
+inline void ScriptEngine::createFetch(PCreateChild *word)
+{
+    const Cell &address = word->value;
+    const int depth = dataStack.depth();
+    if (!word->does && depth < ForthStack::capacity && address.type == CellType::DataAddress
+        && address.integer >= 0 && address.integer < address.memory->size()) {
+        dataStack.push(address.memory->cells[size_t(address.integer)]);
+        return;
+    }
+    dataStack.push(address);
+    if (word->does)
+        callColon(word->does);
+    opFetch();
+}
+
+inline void ScriptEngine::createStore(PCreateChild *word)
+{
+    const int depth = dataStack.depth();
+    if (!word->does && depth >= 1 && depth < ForthStack::capacity) {
+        store(word->value, dataStack.cells()[depth - 1]);
+        --dataStack.depthRef();
+        return;
+    }
+    dataStack.push(word->value);
+    if (word->does)
+        callColon(word->does);
+    opStore();
 }
 
 inline void ScriptEngine::opLoop(pcode *&next)
