@@ -82,6 +82,19 @@ std::size_t qHash(const ESAtomTable::Key &key, std::size_t seed) noexcept
     return key.hash ^ seed;
 }
 
+void ESAtomTable::releaseAbove(int count)
+{
+    while (int(m_atoms.size()) > count) {
+        const ESAtom *atom = m_atoms.back().get();
+        const qint64 number = canonicalNumber(atom->text, numberAtoms);
+        if (number >= 0)
+            (*m_numberChunks[std::size_t(number) / chunkSize])[std::size_t(number) % chunkSize] = nullptr;
+        else
+            m_map.remove(Key(atom->text));
+        m_atoms.pop_back();
+    }
+}
+
 ESAtom *ESAtomTable::newAtom(const QString &text)
 {
     m_atoms.push_back(std::make_unique<ESAtom>(int(m_atoms.size()), text));

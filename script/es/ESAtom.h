@@ -43,8 +43,13 @@ public:
     static constexpr std::uint32_t numberAtoms = std::uint32_t(1) << 22;
 
     static ESAtomTable &instance();
-    // Releases every atom; only the process exit path may call it.
+    // Releases every atom. Only while no context exists: on the way out of the process, or in a
+    // fuzzer between inputs.
     static void shutdown();
+
+    // Drops the atoms made after the table held `count`: only while no context refers to them,
+    // as a fuzzer does between inputs, keeping the names every context makes.
+    void releaseAbove(int count);
 
     ESAtom *intern(const QString &text);
     ESAtom *atomForIndex(unsigned index);

@@ -6,7 +6,6 @@
 
 namespace {
 
-constexpr std::int32_t defaultStackSize = 0x100000;
 // Entries beyond `stackSize` that the array really has: a native call writes its result into the
 // first argument slot, which may be the entry just past the last one in use.
 constexpr std::int32_t stackSlack = 16;
@@ -36,8 +35,8 @@ const char *nativeStackLimit()
 
 ESFunctionInfo::~ESFunctionInfo() = default;
 
-ESContext::ESContext(ContinuePolling polling)
-    : m_atoms(ESAtomTable::instance()), m_pollsContinue(polling == ContinuePolling::On)
+ESContext::ESContext(ContinuePolling polling, const ESLimits &limits)
+    : limits(limits), m_atoms(ESAtomTable::instance()), m_pollsContinue(polling == ContinuePolling::On)
 {
     objectClass = std::make_unique<ESNativeObject>();
     booleanClass = std::make_unique<ESNativeBoolean>();
@@ -64,7 +63,7 @@ ESContext::ESContext(ContinuePolling polling)
              functionClass.get(), dateClass.get(), activationClass.get()})
         klass->plainProperties = true;
 
-    stackSize = defaultStackSize;
+    stackSize = std::max(limits.stackEntries, std::int32_t(64));
     m_stackStorage.reset(static_cast<ESValue *>(
         std::calloc(std::size_t(stackSize + stackSlack), sizeof(ESValue))));
     if (!m_stackStorage)
@@ -330,7 +329,19 @@ bool ESContext::isFunction(const ESObject *object) const
     return object->klass == functionClass.get();
 }
 
+void ESContext::syncLine()
+{
+    if (m_runFrame)
+        currentLine = m_runFrame->code->lineTable[std::size_t(*m_runFrame->pc)];
+}
+
 void ESContext::throwError(ESObject *errorConstructor, const QString &message)
+{
+    syncLine();
+    raiseError(errorConstructor, message);
+}
+
+void ESContext::raiseError(ESObject *errorConstructor, const QString &message)
 {
     const QStringList lines = sourceText.split(QLatin1Char('\n'));
     const ESValue text = ESValue::fromAtom(intern(message));

@@ -33,6 +33,15 @@ constexpr int String = 4;
 constexpr int Default = 6;
 } // namespace ESHint
 
+// Bounds that keep a hostile script from exhausting the process. The defaults suit scripts; a
+// fuzzer lowers them.
+struct ESLimits {
+    std::int32_t stackEntries = 0x100000;   // 1,048,576 values, 16 MiB
+    qsizetype textLength = qsizetype(1) << 27;   // the longest string built at run time
+    double walkLength = double(1 << 22);   // elements an Array method walks over
+    qsizetype splitParts = qsizetype(1) << 22;   // parts of one String.prototype.split
+};
+
 // One script session: the value stack and machine registers, the object pool, one instance of
 // every native class and the compiled functions. Non-copyable; a context belongs to the thread
 // that runs it. Objects made in it live until it is destroyed.
@@ -41,13 +50,15 @@ public:
     // On: a subclass overrides shouldContinue and wants it polled before every instruction.
     enum class ContinuePolling { Off, On };
 
-    explicit ESContext(ContinuePolling polling = ContinuePolling::Off);
+    explicit ESContext(ContinuePolling polling = ContinuePolling::Off, const ESLimits &limits = {});
     virtual ~ESContext();
     ESContext(const ESContext &) = delete;
     ESContext &operator=(const ESContext &) = delete;
 
     // Polled before every instruction when enabled; false stops the run at once.
     virtual bool shouldContinue();
+
+    const ESLimits limits;
 
     // --- Machine state; the field order is the engine's contract.
     ESValue accumulator;   // top of the value stack, kept apart from `stack`
@@ -85,6 +96,7 @@ public:
     std::unique_ptr<ESActivation> activationClass;
     ESObject *allObjects = nullptr;
     ESObject *freeObjects = nullptr;
+    // The source line of the instruction being run; see syncLine.
     std::uint32_t currentLine = 0;
     QString sourceText;
     QString fileName;
@@ -186,10 +198,22 @@ public:
     ESObject *constructObject(ESObject *function, int argumentCount, const ESValue *arguments);
     // Raises the engine's fatal error when the native stack is nearly used up.
     void checkNativeStack() const;
+    // Sets `currentLine` from the instruction the innermost run is at: the interpreter does not
+    // store it at every step, errors ask for it.
+    void syncLine();
     bool nativeStackLow() const;
 
 private:
     friend class ESParser;
+    // The code and instruction offset of a running `run`, for the line an error reports.
+    struct RunFrame {
+        const ESCode *code;
+        const int *pc;
+        RunFrame *outer;
+    };
+    RunFrame *m_runFrame = nullptr;
+    // throwError at the line in `currentLine` as it stands (the compiler's own line).
+    [[noreturn]] void raiseError(ESObject *errorConstructor, const QString &message);
     void createPrototypes();
     void initialiseClasses();
     void refillPool();
@@ -210,7 +234,7 @@ private:
     ESValue indexedGet(const ESValue &holder, const ESValue &key);
     void indexedPut(const ESValue &holder, const ESValue &key, ESValue &&value);
     void binarySlow(ESOp operation);
-    void memberAssign(ESOp operation);
+    void memberAssign(ESOp operation, std::uint32_t &hint);
     void nameIncrement(ESOp operation);
     void stepNumber(ESValue &slot, double step);
     ESValue callee(ESOp operation, const std::uint8_t *at, ESValue *locals);

@@ -5,13 +5,12 @@
 #include "script/es/ESNativeClass.h"
 #include "script/es/ESParser.h"
 #include <QSet>
+#include <QtEndian>
+#include <cstring>
 #include <cmath>
 #include <cstdio>
 
 namespace {
-
-// A concatenation longer than this raises a RangeError instead of exhausting memory.
-constexpr qsizetype maxStringLength = qsizetype(1) << 27;
 
 QStringView textOf(const ESValue &value)
 {
@@ -51,7 +50,7 @@ ESValue add(ESContext &context, ESValue left, ESValue right)
         QString rightConverted;
         const QStringView rightText = concatenationText(context, right, rightConverted);
         const QStringView leftText = concatenationText(context, left, leftConverted);
-        if (leftText.size() + rightText.size() > maxStringLength)
+        if (leftText.size() + rightText.size() > context.limits.textLength)
             context.throwRangeError(QStringLiteral("string too long"));
         if (left.tag == ESTag::String)
             return ESValue::fromString(ESString::append(left.string, rightText));
@@ -642,9 +641,42 @@ void ESContext::binarySlow(ESOp operation)
     }
 }
 
-// Read-modify-write of a member: the right-hand side lowest, then the object, then the key.
-void ESContext::memberAssign(ESOp operation)
+// Read-modify-write of a member: the right-hand side lowest, then the object, then the key. A
+// number member of a plain object found where the hint says, with a number to apply, changes
+// in place.
+void ESContext::memberAssign(ESOp operation, std::uint32_t &hint)
 {
+    const ESValue &holderEntry = stack[stackPointer - 1];
+    const ESValue &rightEntry = stack[stackPointer - 2];
+    if (accumulator.tag == ESTag::Atom && holderEntry.tag == ESTag::Object && holderEntry.object
+        && holderEntry.object->klass->plainProperties && rightEntry.tag == ESTag::Number
+        && (operation == ESOp::ADD || operation == ESOp::SUB || operation == ESOp::MUL
+            || operation == ESOp::DIV)) {
+        std::vector<ESProperty> &properties = holderEntry.object->properties;
+        if (hint < properties.size() && properties[hint].key == accumulator.atom
+            && properties[hint].value.tag == ESTag::Number
+            && !(properties[hint].flags & ESPropertyFlag::ReadOnly)) {
+            double &value = properties[hint].value.number;
+            const double right = rightEntry.number;
+            value = operation == ESOp::ADD   ? value + right
+                    : operation == ESOp::SUB ? value - right
+                    : operation == ESOp::MUL ? value * right
+                                             : value / right;
+            stackPointer -= 2;   // an object and a number: nothing counted to release
+            accumulator = ESValue::fromNumber(value);
+            return;
+        }
+    }
+    if (accumulator.tag == ESTag::Atom && holderEntry.tag == ESTag::Object && holderEntry.object
+        && holderEntry.object->klass->plainProperties) {
+        const std::vector<ESProperty> &properties = holderEntry.object->properties;
+        for (std::size_t i = 0; i < properties.size(); ++i) {
+            if (properties[i].key == accumulator.atom) {
+                hint = std::uint32_t(i);
+                break;
+            }
+        }
+    }
     const ESValue key = std::move(accumulator);
     const ESValue holder = std::move(stack[--stackPointer]);
     ESObject *object = memberObject(holder);
@@ -669,7 +701,7 @@ void ESContext::nameIncrement(ESOp operation)
     accumulator = ESValue::fromNumber(prefix ? changed : changed - step);
 }
 
-void ESContext::stepNumber(ESValue &slot, double step)
+inline void ESContext::stepNumber(ESValue &slot, double step)
 {
     if (slot.tag == ESTag::Number)
         slot.number += step;
@@ -723,7 +755,6 @@ ESValue ESContext::callee(ESOp operation, const std::uint8_t *at, ESValue *local
 void ESContext::run(const ESCode &code)
 {
     const std::uint8_t *const bytes = code.bytes.data();
-    const std::uint32_t *const lines = code.lineTable.data();
     const double *const numbers = code.numbers.data();
     const bool polls = m_pollsContinue;
     // The frame's registers do not change while this code runs: calls restore them.
@@ -731,13 +762,27 @@ void ESContext::run(const ESCode &code)
     ESValue *const locals = frameArguments + frameArgumentCount;
     std::uint32_t *const hints = code.propertyHints();
     int pc = 0;
-    const auto operand = [&](int at) { return unsigned(bytes[at]) << 8 | bytes[at + 1]; };
+    // Errors read the line through the frame, so no step stores it.
+    struct FrameScope {
+        ESContext &context;
+        RunFrame frame;
+        FrameScope(ESContext &context, const ESCode &code, const int *pc)
+            : context(context), frame{&code, pc, context.m_runFrame}
+        {
+            context.m_runFrame = &frame;
+        }
+        ~FrameScope() { context.m_runFrame = frame.outer; }
+    } frameScope(*this, code, &pc);
+    const auto operand = [&](int at) {
+        std::uint16_t word;
+        std::memcpy(&word, bytes + at, sizeof word);
+        return unsigned(qFromBigEndian(word));
+    };
     const auto atomAt = [&](int at) { return m_atoms.atomAt(int(operand(at))); };
     const auto jumpOrNext = [&](bool jump) { pc = jump ? int(operand(pc + 1)) : pc + 3; };
     for (;;) {
         if (polls && !shouldContinue())
             return;
-        currentLine = lines[pc];
         const ESOp op = ESOp(bytes[pc]);
         switch (op) {
         case ESOp::NUM:
@@ -980,7 +1025,7 @@ void ESContext::run(const ESCode &code)
             break;
         case ESOp::ADDX: case ESOp::SUBX: case ESOp::MULX: case ESOp::DIVX: case ESOp::MODX:
         case ESOp::BITANDX: case ESOp::BITORX: case ESOp::BITXORX:
-            memberAssign(ESOp(int(op) - 1));
+            memberAssign(ESOp(int(op) - 1), hints[pc]);
             ++pc;
             break;
         case ESOp::INCG: case ESOp::DECG:

@@ -16,9 +16,6 @@ struct ESNativeArray::SlotIndex {
 
 namespace {
 
-// Whole-array walks (join, sort, reverse, concat, ...) stop with a RangeError beyond this many
-// elements, so that a length such as 4294967295 on a nearly empty array never hangs.
-constexpr double maxWalkLength = double(1 << 22);
 // The atoms of the indices up to this count are remembered once made.
 constexpr std::uint32_t maxCachedIndexAtoms = 1 << 22;
 
@@ -292,7 +289,9 @@ public:
     }
     void checkWalk(double length, const char *method) const
     {
-        if (length > maxWalkLength) {
+        // Whole-array walks (join, sort, reverse, concat, ...) stop with a RangeError beyond
+        // the context's limit, so that a length such as 4294967295 never hangs.
+        if (length > context.limits.walkLength) {
             context.throwRangeError(QStringLiteral("array too long for Array.prototype.")
                                     + QLatin1String(method));
         }
@@ -340,7 +339,7 @@ QString joinElements(const Elements &elements, const QString &separator)
     context.checkNativeStack();   // an array that holds itself recurses through toString
     const double length = elements.length();
     elements.checkWalk(length, "join");
-    if (length > 1 && (length - 1) * double(separator.size()) > double(ESNativeMaxTextLength))
+    if (length > 1 && (length - 1) * double(separator.size()) > double(context.limits.textLength))
         context.throwRangeError(QStringLiteral("string too long"));
     QString text;
     for (double i = 0; i < length; ++i) {
@@ -351,7 +350,7 @@ QString joinElements(const Elements &elements, const QString &separator)
             text += ESContext::textView(value);
         else if (value.tag != ESTag::Undefined && value.tag != ESTag::Null)
             text += context.toESString(value);
-        if (text.size() > ESNativeMaxTextLength)
+        if (text.size() > context.limits.textLength)
             context.throwRangeError(QStringLiteral("string too long"));
     }
     return text;

@@ -98,10 +98,6 @@ public:
     QStringList searchDirectories;   // tried in order by `load`
 };
 
-// The longest text a native function builds; longer results raise RangeError "string too long"
-// before anything is allocated.
-constexpr qsizetype ESNativeMaxTextLength = qsizetype(1) << 27;
-
 class ESNativeArray : public ESNativeClass {
 public:
     ESNativeArray();

@@ -10,8 +10,6 @@
 namespace {
 
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-// A split into more parts fails: every part is an element of 32 bytes plus its atom.
-constexpr qsizetype maxSplitParts = qsizetype(1) << 22;
 
 // The text a prototype method works on: a string `this` as it is (the interpreter calls the
 // library on a string without wrapping it), anything else through toObject, then its text.
@@ -46,7 +44,7 @@ qsizetype clampedArgument(ESNativeCall &call, int index, qsizetype length, qsize
 
 void setText(ESNativeCall &call, const QString &text)
 {
-    if (text.size() > ESNativeMaxTextLength)
+    if (text.size() > call.context.limits.textLength)
         call.context.throwRangeError(QStringLiteral("string too long"));
     call.setResult(ESContext::newString(text));
 }
@@ -129,7 +127,7 @@ void concat(ESNativeCall &call)
     QString text = thisText(call);
     for (int i = 0; i < call.argumentCount; ++i) {
         const QString part = call.context.toESString(call.arguments[i]);
-        if (text.size() + part.size() > ESNativeMaxTextLength)
+        if (text.size() + part.size() > call.context.limits.textLength)
             call.context.throwRangeError(QStringLiteral("string too long"));
         text += part;
     }
@@ -178,7 +176,7 @@ void replace(ESNativeCall &call)
     if (before.isEmpty()) {
         // Empty text matches before every character and at the end.
         const double size = double(text.size()) + double(text.size() + 1) * double(after.size());
-        if (size > double(ESNativeMaxTextLength))
+        if (size > double(call.context.limits.textLength))
             call.context.throwRangeError(QStringLiteral("string too long"));
         QString result = after;
         for (const QChar c : text)
@@ -188,7 +186,7 @@ void replace(ESNativeCall &call)
     }
     const qsizetype count = text.count(before);
     const double size = double(text.size()) + double(count) * double(after.size() - before.size());
-    if (size > double(ESNativeMaxTextLength))
+    if (size > double(call.context.limits.textLength))
         call.context.throwRangeError(QStringLiteral("string too long"));
     QString result;
     result.reserve(qsizetype(size));
@@ -258,7 +256,7 @@ void split(ESNativeCall &call)
     PartAtoms atoms(context);
     std::vector<ESValue> parts;
     const auto add = [&](QStringView part) {
-        if (parts.size() >= std::size_t(maxSplitParts))
+        if (parts.size() >= std::size_t(context.limits.splitParts))
             context.throwRangeError(QStringLiteral("too many parts in String.prototype.split"));
         parts.push_back(ESValue::fromAtom(atoms.atom(part)));
     };

@@ -60,7 +60,7 @@ ESParser::~ESParser() = default;
 void ESParser::syntaxError(const QString &message, int line)
 {
     m_context.currentLine = std::uint32_t(line > 0 ? line : m_line);
-    m_context.throwError(m_context.syntaxErrorClass->constructorObject, message);
+    m_context.raiseError(m_context.syntaxErrorClass->constructorObject, message);
 }
 
 void ESParser::expect(int token)
