@@ -1,6 +1,7 @@
 #include "script/es/ESContext.h"
 #include "script/es/ESClass.h"
 #include "script/es/ESNativeClass.h"
+#include "script/es/ESParser.h"
 #include <pthread.h>
 #include <algorithm>
 
@@ -121,6 +122,49 @@ ESContext::~ESContext()
             delete object->constructInfo;
         delete object->functionInfo;
     }
+}
+
+ESCompletion ESContext::evaluate(const QString &file, const QString &text)
+{
+    // Registers are put back on every exit, so a caught error leaves the caller's frame intact.
+    struct Saved {
+        ESContext &context;
+        std::int32_t stackPointer = context.stackPointer;
+        ESValue accumulator = context.accumulator;
+        ESObject *scope = context.scope;
+        ESObject *thisObject = context.thisObject;
+        ESValue *frameArguments = context.frameArguments;
+        std::int32_t frameArgumentCount = context.frameArgumentCount;
+        ESObject *activationObject = context.activationObject;
+        QString sourceText = context.sourceText;
+        QString fileName = context.fileName;
+        ~Saved()
+        {
+            context.dropTo(stackPointer);
+            context.accumulator = accumulator;
+            context.scope = scope;
+            context.thisObject = thisObject;
+            context.frameArguments = frameArguments;
+            context.frameArgumentCount = frameArgumentCount;
+            context.activationObject = activationObject;
+            context.sourceText = sourceText;
+            context.fileName = fileName;
+        }
+    } saved{*this};
+    fileName = file;
+    sourceText = text;
+    ESCompletion completion;
+    try {
+        ESParser parser(*this);
+        parser.setSource(text);
+        const std::unique_ptr<ESCode> code = parser.compileProgram();
+        run(*code);
+        completion.value = accumulator;
+    } catch (const ESException &exception) {
+        completion.kind = ESCompletion::Thrown;
+        completion.value = exception.value;
+    }
+    return completion;
 }
 
 bool ESContext::shouldContinue()

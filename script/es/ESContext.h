@@ -204,7 +204,7 @@ public:
     bool nativeStackLow() const;
 
 private:
-    friend class ESParser;
+    friend class ESCompilerContext;
     // The code and instruction offset of a running `run`, for the line an error reports.
     struct RunFrame {
         const ESCode *code;
@@ -224,7 +224,7 @@ private:
     ESObject *enumerate(ESValue value);
     ESValue memberOf(const ESValue &value, ESAtom *atom);
     ESValue methodOf(ESValue &self, ESAtom *atom);
-    // The interpreter's steps (ESInterpreter.cpp).
+    // The interpreter loop and its steps (ESInterpreter.cpp).
     void push(const ESValue &value);
     void pushNumber(double number);
     void pop();
