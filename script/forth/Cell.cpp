@@ -118,6 +118,18 @@ PMemory *Cell::toRegion() const
     return memory;
 }
 
+unsigned Cell::digitValue(QChar c)
+{
+    const char16_t u = c.unicode();
+    if (u >= '0' && u <= '9')
+        return u - '0';
+    if (u >= 'A' && u <= 'Z')
+        return u - 'A' + 10;
+    if (u >= 'a' && u <= 'z')
+        return u - 'a' + 10;
+    return 99;
+}
+
 QString Cell::integerText(qint64 value, int base)
 {
     if (base < 2 || base > 36)

@@ -76,6 +76,9 @@ public:
     // Text form as `.` shows it, integers in `base`.
     QString toText(int base) const;
     static QString integerText(qint64 value, int base);
+    // The value of a digit in bases up to 36 (0-9, then A-Z or a-z); 99 for anything else, so
+    // a comparison with the base tells whether the character is a digit of it.
+    static unsigned digitValue(QChar c);
 };
 
 static_assert(sizeof(Cell) == 48, "a cell is one 48-byte record");

@@ -485,7 +485,7 @@ bool ScriptEngine::parseNumber(const QString &token, Cell &number) const
             return true;
         }
     }
-    const int radix = base();
+    const unsigned radix = unsigned(base());
     qsizetype pos = 0;
     const bool negative = token.startsWith(QLatin1Char('-'));
     if (negative || token.startsWith(QLatin1Char('+')))
@@ -494,14 +494,7 @@ bool ScriptEngine::parseNumber(const QString &token, Cell &number) const
         return false;
     quint64 value = 0;
     for (; pos < token.size(); ++pos) {
-        const ushort c = token.at(pos).unicode();
-        int digit = 99;
-        if (c >= '0' && c <= '9')
-            digit = c - '0';
-        else if (c >= 'A' && c <= 'Z')
-            digit = c - 'A' + 10;
-        else if (c >= 'a' && c <= 'z')
-            digit = c - 'a' + 10;
+        const unsigned digit = Cell::digitValue(token.at(pos));
         if (digit >= radix)
             return false;
         value = value * quint64(radix) + quint64(digit);
