@@ -210,7 +210,8 @@ ESNode *ESParser::parseStatement()
         result = parseIf();
         break;
     case ESToken::While:
-        result = parseWhile();
+    case ESToken::With:
+        result = parseGoverned(peek());
         break;
     case ESToken::Do:
         result = parseDo();
@@ -224,9 +225,6 @@ ESNode *ESParser::parseStatement()
         break;
     case ESToken::Return:
         result = parseReturn();
-        break;
-    case ESToken::With:
-        result = parseWith();
         break;
     case ESToken::Switch:
         result = parseSwitch();
@@ -248,10 +246,12 @@ ESNode *ESParser::parseStatement()
     return result;
 }
 
-ESNode *ESParser::parseWhile()
+// `while (test) body` and `with (object) body`: the keyword, an expression in parentheses and
+// the statement it governs.
+ESNode *ESParser::parseGoverned(int kind)
 {
     next();
-    ESNode *result = node(ESToken::While);
+    ESNode *result = node(kind);
     expect('(');
     result->children[0] = parseExpression();
     expect(')');
@@ -281,17 +281,6 @@ ESNode *ESParser::parseReturn()
     if (token != ';' && token != '}' && !m_lexer.peeked().newlineBefore)
         result->children[0] = parseExpression();
     semicolon();
-    return result;
-}
-
-ESNode *ESParser::parseWith()
-{
-    next();
-    ESNode *result = node(ESToken::With);
-    expect('(');
-    result->children[0] = parseExpression();
-    expect(')');
-    result->children[1] = parseStatement();
     return result;
 }
 

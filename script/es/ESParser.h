@@ -40,10 +40,9 @@ private:
                  ESNode *d = nullptr);
     ESNode *parseStatementList(int terminator);
     ESNode *parseStatement();
-    ESNode *parseWhile();
+    ESNode *parseGoverned(int kind);
     ESNode *parseDo();
     ESNode *parseReturn();
-    ESNode *parseWith();
     ESNode *parseLabelOrExpression();
     ESNode *parseVarList(int *count);
     ESNode *parseIf();
