@@ -246,15 +246,22 @@ ESNode *ESParser::parseStatement()
     return result;
 }
 
-// `while (test) body` and `with (object) body`: the keyword, an expression in parentheses and
-// the statement it governs.
-ESNode *ESParser::parseGoverned(int kind)
+// A keyword and an expression in parentheses (`if`, `while`, `with`, `switch`): the node of
+// the keyword with the expression as its first child.
+ESNode *ESParser::parseHead(int kind)
 {
     next();
     ESNode *result = node(kind);
     expect('(');
     result->children[0] = parseExpression();
     expect(')');
+    return result;
+}
+
+// `while (test) body` and `with (object) body`: the head and the statement it governs.
+ESNode *ESParser::parseGoverned(int kind)
+{
+    ESNode *result = parseHead(kind);
     result->children[1] = parseStatement();
     return result;
 }
@@ -327,12 +334,7 @@ ESNode *ESParser::parseVarList(int *count)
 
 ESNode *ESParser::parseIf()
 {
-    next();
-    ESNode *result = node(ESToken::If);
-    expect('(');
-    result->children[0] = parseExpression();
-    expect(')');
-    result->children[1] = parseStatement();
+    ESNode *result = parseGoverned(ESToken::If);
     if (peek() == ESToken::Else) {
         next();
         result->children[2] = parseStatement();
@@ -379,11 +381,7 @@ ESNode *ESParser::parseFor()
 
 ESNode *ESParser::parseSwitch()
 {
-    next();
-    ESNode *result = node(ESToken::Switch);
-    expect('(');
-    result->children[0] = parseExpression();
-    expect(')');
+    ESNode *result = parseHead(ESToken::Switch);
     expect('{');
     Chain clauses;
     bool hasDefault = false;

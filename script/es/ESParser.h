@@ -40,6 +40,7 @@ private:
                  ESNode *d = nullptr);
     ESNode *parseStatementList(int terminator);
     ESNode *parseStatement();
+    ESNode *parseHead(int kind);
     ESNode *parseGoverned(int kind);
     ESNode *parseDo();
     ESNode *parseReturn();
