@@ -1,6 +1,10 @@
-// Compiles and runs arbitrary text in the script engine with an instruction budget, and lists
-// the compiled code on the way. Script errors and the engine's fatal errors are expected
-// outcomes; anything else (a crash, a sanitizer report, an escaping exception) is a finding.
+// Compiles and runs arbitrary text in the script engine, and lists the compiled code on the way.
+// Script errors and the engine's fatal errors are expected outcomes; anything else (a crash, a
+// sanitizer report, an escaping exception) is a finding.
+//
+// Each input gets a context of its own with a small instruction budget, a small value stack and
+// short strings, and everything the run made is released after it, the atoms included (all but
+// those every context makes): so no input sees what an earlier one left.
 #include "script/es/ESContext.h"
 #include "script/es/ESParser.h"
 #include <cstdint>
@@ -8,12 +12,21 @@
 
 namespace {
 
-constexpr std::int64_t instructionBudget = 20000;
-constexpr int runsPerContext = 200;   // objects are never freed: start afresh now and then
+constexpr std::int64_t instructionBudget = 10000;
+
+ESLimits fuzzLimits()
+{
+    ESLimits limits;
+    limits.stackEntries = 1 << 14;
+    limits.textLength = qsizetype(1) << 16;
+    limits.walkLength = double(1 << 12);
+    limits.splitParts = qsizetype(1) << 12;
+    return limits;
+}
 
 class FuzzContext : public ESContext {
 public:
-    FuzzContext() : ESContext(ContinuePolling::On) {}
+    FuzzContext() : ESContext(ContinuePolling::On, fuzzLimits()) {}
     bool shouldContinue() override { return ++executed <= instructionBudget; }
     std::int64_t executed = 0;
 };
@@ -30,23 +43,31 @@ void listCode(ESContext &context, const QString &text)
     }
 }
 
+void runOnce(const QString &text)
+{
+    FuzzContext context;
+    try {
+        listCode(context, text);
+        const ESCompletion completion = context.evaluate(QStringLiteral("fuzz.js"), text);
+        if (completion.kind == ESCompletion::Normal && !completion.value.isObject())
+            (void)context.toESString(completion.value);
+    } catch (const ESFatalError &) {
+        // The stack ran out or an engine invariant failed: the context is dropped below.
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    static std::unique_ptr<FuzzContext> context;
-    static int runs = 0;
-    if (!context || ++runs % runsPerContext == 0)
-        context = std::make_unique<FuzzContext>();
+    // The names a fresh context makes, kept from one input to the next.
+    static const int libraryAtoms = [] {
+        const FuzzContext probe;
+        return ESAtomTable::instance().size();
+    }();
     const QString text = QString::fromUtf8(reinterpret_cast<const char *>(data), qsizetype(size));
-    context->executed = 0;
-    try {
-        listCode(*context, text);
-        const ESCompletion completion = context->evaluate(QStringLiteral("fuzz.js"), text);
-        if (completion.kind == ESCompletion::Normal && !completion.value.isObject())
-            (void)context->toESString(completion.value);
-    } catch (const ESFatalError &) {
-        context.reset();   // a fatal error leaves the context unfit for further runs
-    }
+    runOnce(text);
+    // No context is left, so the atoms the input made can go.
+    ESAtomTable::instance().releaseAbove(libraryAtoms);
     return 0;
 }

@@ -1,6 +1,7 @@
-// Feeds arbitrary text to the outer interpreter of a fresh engine with tight limits: a step
-// budget, little data space, short strings. File words work inside a scratch directory that is
-// emptied after every input, so the fuzzer never touches anything else.
+// Feeds arbitrary text to the outer interpreter of a fresh engine with tight limits: a small step
+// budget, little data space, short strings and files. The engine and all it made go with the
+// input, so no input sees what an earlier one left. File words work inside a scratch directory
+// that is emptied after every input, so the fuzzer never touches anything else.
 #include "script/forth/ScriptEngine.h"
 #include <QDir>
 #include <QTemporaryDir>
@@ -23,11 +24,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     Discard discard;
     ScriptEngine engine(&discard);
     ForthLimits limits;
-    limits.steps = 20000;
-    limits.memoryCells = 1 << 14;
+    limits.steps = 2000;
+    limits.memoryCells = 1 << 12;
     limits.stringLength = 1 << 12;
     limits.openFiles = 8;
-    limits.fileBytes = 1 << 16;
+    limits.fileBytes = 1 << 12;
     limits.sourceDepth = 8;
     limits.nativeStackBytes = 1 << 20;
     engine.setLimits(limits);

@@ -11,13 +11,32 @@ std::unique_ptr<ESAtomTable> &tableSlot()
     return *table;
 }
 
+// The number a canonical decimal text names (no sign, no leading zero), or -1 when the text is
+// none or the number reaches `limit`.
+qint64 canonicalNumber(QStringView text, qint64 limit)
+{
+    const qsizetype size = text.size();
+    if (size == 0 || size > 10 || (size > 1 && text.front() == QLatin1Char('0')))
+        return -1;
+    qint64 number = 0;
+    for (const QChar c : text) {
+        if (c < QLatin1Char('0') || c > QLatin1Char('9'))
+            return -1;
+        number = number * 10 + (c.unicode() - '0');
+    }
+    return number < limit ? number : -1;
+}
+
 } // namespace
+
+ESAtom::ESAtom(int index, QString text)
+    : index(index), text(std::move(text)), element(qint32(canonicalNumber(this->text, 0x7fffffff)))
+{
+}
 
 ESAtomTable::ESAtomTable()
 {
     m_map.reserve(4096);
-    for (int i = 0; i < cachedNumbers; ++i)
-        m_numbers[i] = intern(QString::number(i));
     m_names.length = intern(QStringLiteral("length"));
     m_names.prototype = intern(QStringLiteral("prototype"));
     m_names.null = intern(QStringLiteral("null"));
@@ -63,41 +82,72 @@ std::size_t qHash(const ESAtomTable::Key &key, std::size_t seed) noexcept
     return key.hash ^ seed;
 }
 
+void ESAtomTable::releaseAbove(int count)
+{
+    while (int(m_atoms.size()) > count) {
+        const ESAtom *atom = m_atoms.back().get();
+        const qint64 number = canonicalNumber(atom->text, numberAtoms);
+        if (number >= 0)
+            (*m_numberChunks[std::size_t(number) / chunkSize])[std::size_t(number) % chunkSize] = nullptr;
+        else
+            m_map.remove(Key(atom->text));
+        m_atoms.pop_back();
+    }
+}
+
+ESAtom *ESAtomTable::newAtom(const QString &text)
+{
+    m_atoms.push_back(std::make_unique<ESAtom>(int(m_atoms.size()), text));
+    return m_atoms.back().get();
+}
+
+ESAtom *ESAtomTable::numberAtom(std::uint32_t number)
+{
+    const std::size_t chunk = number / chunkSize;
+    if (chunk >= m_numberChunks.size())
+        m_numberChunks.resize(chunk + 1);
+    if (!m_numberChunks[chunk]) {
+        m_numberChunks[chunk] = std::make_unique<NumberChunk>();
+        m_numberChunks[chunk]->fill(nullptr);
+    }
+    ESAtom *&atom = (*m_numberChunks[chunk])[number % chunkSize];
+    if (!atom) {
+        char16_t digits[10];
+        char16_t *begin = std::end(digits);
+        std::uint32_t rest = number;
+        do {
+            *--begin = char16_t(u'0' + rest % 10);
+            rest /= 10;
+        } while (rest);
+        atom = newAtom(QString(reinterpret_cast<const QChar *>(begin), std::end(digits) - begin));
+    }
+    return atom;
+}
+
 ESAtom *ESAtomTable::atomForWholeNumber(double number)
 {
-    // Element numbers of large arrays come back at every access: their atoms are remembered
-    // by number. The table only grows in step with the numbers met, so one far index does not
-    // reserve room for everything below it.
-    constexpr std::size_t remembered = std::size_t(1) << 22;
-    constexpr std::size_t growthStep = std::size_t(1) << 16;
-    if (number < double(cachedNumbers))
-        return m_numbers[unsigned(number)];
-    const std::size_t index = number < double(remembered) ? std::size_t(number) : remembered;
-    if (index >= remembered || index > 2 * m_largeNumbers.size() + growthStep)
-        return intern(QString::number(qulonglong(number)));
-    if (m_largeNumbers.size() <= index)
-        m_largeNumbers.resize(std::max(index + 1, m_largeNumbers.size() * 3 / 2), nullptr);
-    ESAtom *&atom = m_largeNumbers[index];
-    if (!atom)
-        atom = intern(QString::number(qulonglong(index)));
-    return atom;
+    if (number < double(numberAtoms))
+        return numberAtom(std::uint32_t(number));
+    return intern(QString::number(qulonglong(number)));
 }
 
 ESAtom *ESAtomTable::intern(const QString &text)
 {
+    const qint64 number = canonicalNumber(text, numberAtoms);
+    if (number >= 0)
+        return numberAtom(std::uint32_t(number));
     const Key key(text);
     const auto it = m_map.constFind(key);
     if (it != m_map.constEnd())
         return it.value();
-    m_atoms.push_back(std::make_unique<ESAtom>(int(m_atoms.size()), text));
-    ESAtom *atom = m_atoms.back().get();
+    ESAtom *atom = newAtom(text);
     m_map.insert(key, atom);
     return atom;
 }
 
 ESAtom *ESAtomTable::atomForIndex(unsigned index)
 {
-    if (index < unsigned(cachedNumbers))
-        return m_numbers[index];
+    if (index < numberAtoms)
+        return numberAtom(index);
     return intern(QString::number(index));
 }

@@ -2,6 +2,7 @@
 #include "script/es/ESContext.h"
 #include "script/es/ESNativeClass.h"
 #include "script/es/ESObject.h"
+#include <algorithm>
 
 ESClass::~ESClass() = default;
 
@@ -26,9 +27,10 @@ void ESClass::defaultPut(ESObject *object, ESAtom *atom, ESValue value)
             return;
         }
     }
+    // Most objects hold a handful of names: room grows from four by doubling.
     if (properties.size() == properties.capacity())
-        properties.reserve(properties.size() + 50);
-    properties.push_back(ESProperty{atom, 0, 0, value});
+        properties.reserve(std::max<std::size_t>(4, 2 * properties.size()));
+    properties.push_back(ESProperty{atom, 0, 0, std::move(value)});
 }
 
 ESValue ESClass::get(ESContext &, ESObject *object, ESAtom *atom)

@@ -39,6 +39,9 @@ public:
     static void defaultPut(ESObject *object, ESAtom *atom, ESValue value);
 
     const QString name;
+    // True for a class whose get and put are the defaults: the interpreter may then read and
+    // write an instance's own slots directly. Set by the context for the classes it knows.
+    bool plainProperties = false;
 };
 
 // The class of the objects that hold a function's arguments and locals when the function's

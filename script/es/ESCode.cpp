@@ -164,3 +164,30 @@ QString ESCode::listing(const ESContext &context) const
     }
     return text;
 }
+
+void ESCode::verify() const
+{
+    std::vector<bool> starts(bytes.size() + 1, false);
+    int offset = 0;
+    ESOp last = ESOp::NUM;
+    while (offset < length()) {
+        starts[std::size_t(offset)] = true;
+        last = ESOp(bytes[std::size_t(offset)]);
+        const int size = int(bytes[std::size_t(offset)]) < esOpCount
+                             ? 1 + esOperandSize(esOpInfo[bytes[std::size_t(offset)]].operand)
+                             : 1;
+        offset += size;
+    }
+    if (offset != length() || (last != ESOp::RET && last != ESOp::RETU))
+        ESContext::fatal(QStringLiteral("compiler error: code ends without a return"));
+    for (offset = 0; offset < length();) {
+        const unsigned code = bytes[std::size_t(offset)];
+        const ESOperand kind = code < unsigned(esOpCount) ? esOpInfo[code].operand : ESOperand::None;
+        if (kind == ESOperand::Address) {
+            const unsigned target = operandAt(offset + 1);
+            if (target >= unsigned(length()) || !starts[target])
+                ESContext::fatal(QStringLiteral("compiler error: jump to %1 outside the code").arg(target));
+        }
+        offset += 1 + esOperandSize(kind);
+    }
+}

@@ -62,9 +62,23 @@ public:
     std::vector<ESProperty> variables;      // parameters first, then locals
 
     int length() const { return int(bytes.size()); }
+    // One slot number per byte for the member instructions to remember where they found a
+    // name (see ESContext::cachedGet); made on first use.
+    std::uint32_t *propertyHints() const
+    {
+        if (m_propertyHints.size() != bytes.size())
+            m_propertyHints.assign(bytes.size(), 0);
+        return m_propertyHints.data();
+    }
+    // Raises the compiler's fatal error unless every jump lands on an instruction inside the
+    // code and the code ends with a return, so the interpreter never runs off its end.
+    void verify() const;
     int addNumber(double value);
     unsigned operandAt(int offset) const { return unsigned(bytes[offset]) << 8 | bytes[offset + 1]; }
     // Text of the instruction at `offset` and the offset after it.
     QString listInstruction(const ESContext &context, int offset, int *next = nullptr) const;
     QString listing(const ESContext &context) const;
+
+private:
+    mutable std::vector<std::uint32_t> m_propertyHints;
 };

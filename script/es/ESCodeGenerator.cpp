@@ -1,9 +1,9 @@
-// The generator half of ESParser: walks the tree and emits bytecode.
+#include "script/es/ESCodeGenerator.h"
 #include "script/es/ESAtom.h"
 #include "script/es/ESCode.h"
+#include "script/es/ESCompilerContext.h"
 #include "script/es/ESContext.h"
-#include "script/es/ESNativeClass.h"
-#include "script/es/ESParser.h"
+#include "script/es/ESObject.h"
 #include <cmath>
 
 namespace {
@@ -54,81 +54,35 @@ bool isLoop(int kind)
 
 } // namespace
 
-std::unique_ptr<ESCode> ESParser::compileProgram()
+// Top-level code runs at once and once only, so one pass serves: its names are global slots.
+void ESCodeGenerator::generateScript(ESNode *script)
 {
-    auto code = std::make_unique<ESCode>();
-    m_script = node(ESToken::Function);
-    m_script->code = code.get();
-    m_function = m_script;
-    m_script->children[0] = parseStatementList(ESToken::End);
-    if (peek() != ESToken::End)
-        expect(ESToken::End);
-    for (ESNode *function : m_pending)
-        generateFunction(function);
-    m_pending.clear();
-
-    m_function = m_script;
-    m_code = code.get();
+    m_function = script;
+    m_code = script->code;
     m_withDepth = 0;
     m_statements.clear();
-    generateList(m_script->children[0], true);
+    generateList(script->children[0], true);
     emitCode(op(ESOp::RET));
-    appendListing(*code, QStringLiteral("script"));
-    return code;
+    m_code->verify();
+    appendListing(*m_code, QStringLiteral("script"));
 }
 
-ESObject *ESParser::compileFunction(const QString &parameterText, const QString &bodyText)
+void ESCodeGenerator::syntaxError(const QString &message, int line)
 {
-    ESCode scriptCode;
-    m_script = node(ESToken::Function);
-    m_script->code = &scriptCode;
-    ESNode *function = node(ESToken::Function);
-    function->parentFunction = m_script;
-    auto code = std::make_unique<ESCode>();
-    function->code = code.get();
-    const unsigned index = unsigned(m_context.codeObjects.size());
-    function->functionIndex = int(index);
-    m_context.codeObjects.push_back(std::move(code));
-    m_function = function;
-
-    setSource(parameterText);
-    if (peek() != ESToken::End) {
-        for (;;) {
-            expect(ESToken::Identifier);
-            declareParameter(m_current.atom);
-            if (peek() != ',')
-                break;
-            next();
-        }
-    }
-    expect(ESToken::End);
-    setSource(bodyText);
-    function->children[0] = parseStatementList(ESToken::End);
-    expect(ESToken::End);
-    m_pending.push_back(function);
-    for (ESNode *pending : m_pending)
-        generateFunction(pending);
-    m_pending.clear();
-
-    ESObject *const savedScope = m_context.scope;
-    m_context.scope = nullptr;
-    ESObject *result = m_context.makeClosure(index);
-    m_context.scope = savedScope;
-    result->primitive = ESValue::fromAtom(m_context.intern(QStringLiteral("anonymous")));
-    return result;
+    m_compiler.syntaxError(line, message);
 }
 
-void ESParser::appendListing(const ESCode &code, const QString &title)
+void ESCodeGenerator::appendListing(const ESCode &code, const QString &title)
 {
     if (!m_listing)
         return;
-    *m_listing += QStringLiteral("; ") + title + QLatin1Char('\n') + code.listing(m_context)
+    *m_listing += QStringLiteral("; ") + title + QLatin1Char('\n') + m_compiler.listing(code)
                   + QLatin1Char('\n');
 }
 
 // Up to two passes: when the first finds that the function's names must live in an activation
 // object (closures, `with`, `arguments`) or that it calls eval, the code is generated again.
-void ESParser::generateFunction(ESNode *function)
+void ESCodeGenerator::generateFunction(ESNode *function)
 {
     m_function = function;
     m_code = function->code;
@@ -138,24 +92,27 @@ void ESParser::generateFunction(ESNode *function)
         m_code->lineTable.clear();
         generateBody(function);
     }
+    m_code->verify();
     QString title = QStringLiteral("function #%1").arg(function->functionIndex);
     appendListing(*m_code, title);
 }
 
-void ESParser::generateBody(ESNode *function)
+void ESCodeGenerator::generateBody(ESNode *function)
 {
     m_withDepth = 0;
     m_statements.clear();
     m_generateLine = function->line;
     if (m_code->usesArguments) {
+        // Not through generatePut: the store itself is no mention of `arguments`, so it must
+        // not move the function's names into an activation.
         emitCode(op(ESOp::DUP));
-        generatePut(m_context.names().arguments);
+        emitPut(m_compiler.names().arguments);
     }
     generateList(function->children[0]);
     emitCode(op(ESOp::RETU));
 }
 
-void ESParser::generateList(ESNode *list, bool lastWanted)
+void ESCodeGenerator::generateList(ESNode *list, bool lastWanted)
 {
     for (ESNode *item = list->children[0]; item; item = item->children[1])
         generateStatement(item->children[0]);
@@ -173,11 +130,11 @@ void ESParser::generateList(ESNode *list, bool lastWanted)
         emitCode(op(ESOp::UNDEFINED));
 }
 
-void ESParser::generateStatement(ESNode *statement)
+void ESCodeGenerator::generateStatement(ESNode *statement)
 {
     if (!statement)
         return;
-    if (m_context.nativeStackLow())
+    if (m_compiler.nativeStackLow())
         syntaxError(QStringLiteral("expression or statement nested too deeply"), statement->line);
     m_generateLine = statement->line;
     switch (statement->kind) {
@@ -193,22 +150,9 @@ void ESParser::generateStatement(ESNode *statement)
                 generateExpression(item->children[0], false);
         }
         break;
-    case ESToken::If: {
-        int elseChain = chainEnd;
-        generateExpression(statement->children[0], true);
-        emitJump(op(ESOp::JF), elseChain);
-        generateStatement(statement->children[1]);
-        if (statement->children[2]) {
-            int endChain = chainEnd;
-            emitJump(op(ESOp::J), endChain);
-            patch(elseChain, m_code->length());
-            generateStatement(statement->children[2]);
-            patch(endChain, m_code->length());
-        } else {
-            patch(elseChain, m_code->length());
-        }
+    case ESToken::If:
+        generateIf(statement);
         break;
-    }
     case ESToken::While:
     case ESToken::Do:
         generateLoop(statement);
@@ -225,42 +169,74 @@ void ESParser::generateStatement(ESNode *statement)
         generateSwitch(statement);
         break;
     case ESToken::With:
-        generateExpression(statement->children[0], true);
-        emitCode(op(ESOp::WITH));
-        ++m_withDepth;
-        generateStatement(statement->children[1]);
-        --m_withDepth;
-        emitCode(op(ESOp::ENDWITH));
+        generateWith(statement);
         break;
     case ESToken::Return:
-        if (statement->children[0]) {
-            generateExpression(statement->children[0], true);
-            emitCode(op(ESOp::RET));
-        } else {
-            emitCode(op(ESOp::RETU));
-        }
+        generateReturn(statement);
         break;
     case ESToken::Break:
     case ESToken::Continue:
         generateJump(statement);
         break;
     case ESToken::Label:
-        statement->breakChain = chainEnd;
-        m_statements.push_back({statement});
-        generateStatement(statement->children[0]);
-        m_statements.pop_back();
-        patch(statement->breakChain, m_code->length());
+        generateLabel(statement);
         break;
     default:
         syntaxError(QStringLiteral("??"), statement->line);
     }
 }
 
-void ESParser::generateLoop(ESNode *statement)
+void ESCodeGenerator::generateIf(ESNode *statement)
+{
+    int elseChain = chainEnd;
+    generateExpression(statement->children[0], true);
+    emitJump(op(ESOp::JF), elseChain);
+    generateStatement(statement->children[1]);
+    if (statement->children[2]) {
+        int endChain = chainEnd;
+        emitJump(op(ESOp::J), endChain);
+        patch(elseChain, m_code->length());
+        generateStatement(statement->children[2]);
+        patch(endChain, m_code->length());
+    } else {
+        patch(elseChain, m_code->length());
+    }
+}
+
+void ESCodeGenerator::generateWith(ESNode *statement)
+{
+    generateExpression(statement->children[0], true);
+    emitCode(op(ESOp::WITH));
+    ++m_withDepth;
+    generateStatement(statement->children[1]);
+    --m_withDepth;
+    emitCode(op(ESOp::ENDWITH));
+}
+
+void ESCodeGenerator::generateReturn(ESNode *statement)
+{
+    if (statement->children[0]) {
+        generateExpression(statement->children[0], true);
+        emitCode(op(ESOp::RET));
+    } else {
+        emitCode(op(ESOp::RETU));
+    }
+}
+
+void ESCodeGenerator::generateLabel(ESNode *statement)
+{
+    statement->breakChain = chainEnd;
+    m_statements.push_back(statement);
+    generateStatement(statement->children[0]);
+    m_statements.pop_back();
+    patch(statement->breakChain, m_code->length());
+}
+
+void ESCodeGenerator::generateLoop(ESNode *statement)
 {
     statement->breakChain = chainEnd;
     statement->continueChain = chainEnd;
-    m_statements.push_back({statement});
+    m_statements.push_back(statement);
     const int top = m_code->length();
     if (statement->kind == ESToken::While) {
         generateExpression(statement->children[0], true);
@@ -281,7 +257,7 @@ void ESParser::generateLoop(ESNode *statement)
 
 // init; J test; top: body; update; test: JT top. A missing test makes the loop run until a
 // break or return: the test position jumps to the top unconditionally.
-void ESParser::generateFor(ESNode *statement)
+void ESCodeGenerator::generateFor(ESNode *statement)
 {
     statement->breakChain = chainEnd;
     statement->continueChain = chainEnd;
@@ -293,7 +269,7 @@ void ESParser::generateFor(ESNode *statement)
     }
     int testChain = chainEnd;
     emitJump(op(ESOp::J), testChain);
-    m_statements.push_back({statement});
+    m_statements.push_back(statement);
     const int top = m_code->length();
     generateStatement(statement->children[3]);
     patch(statement->continueChain, m_code->length());
@@ -316,7 +292,7 @@ void ESParser::generateFor(ESNode *statement)
     patch(statement->breakChain, m_code->length());
 }
 
-void ESParser::generateForIn(ESNode *statement)
+void ESCodeGenerator::generateForIn(ESNode *statement)
 {
     statement->breakChain = chainEnd;
     statement->continueChain = chainEnd;
@@ -335,7 +311,7 @@ void ESParser::generateForIn(ESNode *statement)
     generatePut(hidden);
     int nextChain = chainEnd;
     emitJump(op(ESOp::J), nextChain);
-    m_statements.push_back({statement});
+    m_statements.push_back(statement);
     const int top = m_code->length();
     generateStore(target, false);
     generateStatement(statement->children[3]);
@@ -350,7 +326,7 @@ void ESParser::generateForIn(ESNode *statement)
 
 // The discriminant stays on the stack while the cases are tested by identity; the matching
 // JT_DROP removes it, and after the last test it is dropped before going to the default.
-void ESParser::generateSwitch(ESNode *statement)
+void ESCodeGenerator::generateSwitch(ESNode *statement)
 {
     statement->breakChain = chainEnd;
     generateExpression(statement->children[0], true);
@@ -372,7 +348,7 @@ void ESParser::generateSwitch(ESNode *statement)
     for (ESNode *item = statement->children[1]; item; item = item->children[1])
         hasDefault = hasDefault || item->children[0]->kind == ESToken::Default;
     emitJump(op(ESOp::J), hasDefault ? defaultChain : statement->breakChain);
-    m_statements.push_back({statement});
+    m_statements.push_back(statement);
     std::size_t index = 0;
     for (ESNode *item = statement->children[1]; item; item = item->children[1], ++index) {
         ESNode *clause = item->children[0];
@@ -386,12 +362,12 @@ void ESParser::generateSwitch(ESNode *statement)
     patch(statement->breakChain, m_code->length());
 }
 
-void ESParser::generateJump(ESNode *statement)
+void ESCodeGenerator::generateJump(ESNode *statement)
 {
     const bool isBreak = statement->kind == ESToken::Break;
     ESNode *target = nullptr;
     for (auto it = m_statements.rbegin(); it != m_statements.rend() && !target; ++it) {
-        ESNode *candidate = it->node;
+        ESNode *candidate = *it;
         if (statement->atom) {
             if (candidate->kind == ESToken::Label && candidate->atom == statement->atom)
                 target = candidate;
@@ -421,16 +397,26 @@ void ESParser::generateJump(ESNode *statement)
     emitJump(op(ESOp::J), target->continueChain);
 }
 
-ESAtom *ESParser::hiddenVariable()
+ESAtom *ESCodeGenerator::hiddenVariable()
 {
-    ESAtom *atom = m_context.intern(QStringLiteral("CG%1").arg(++hiddenVariableSerial));
-    ESNode *const saved = m_function;
-    declareVariable(atom, ESPropertyFlag::DontEnum | ESPropertyFlag::DontDelete);
-    m_function = saved;
+    return declareHidden(QStringLiteral("CG%1").arg(++hiddenVariableSerial));
+}
+
+// The one hidden variable of a function (or global of a script) that holds a value across a
+// store. Nothing runs between its store and its read, so one name serves every use.
+ESAtom *ESCodeGenerator::hiddenTemporary()
+{
+    return declareHidden(QStringLiteral("CG0"));
+}
+
+ESAtom *ESCodeGenerator::declareHidden(const QString &name)
+{
+    ESAtom *atom = m_compiler.intern(name);
+    m_compiler.declareVariable(m_function, atom, ESPropertyFlag::DontEnum | ESPropertyFlag::DontDelete);
     return atom;
 }
 
-bool ESParser::hasSideEffects(const ESNode *expression)
+bool ESCodeGenerator::hasSideEffects(const ESNode *expression)
 {
     if (!expression)
         return false;
@@ -449,29 +435,49 @@ bool ESParser::hasSideEffects(const ESNode *expression)
     return false;
 }
 
-void ESParser::generateExpression(ESNode *expression, bool wanted)
+void ESCodeGenerator::generateExpression(ESNode *expression, bool wanted)
 {
     if (!wanted && !hasSideEffects(expression))
         return;
-    if (m_context.nativeStackLow())
+    if (m_compiler.nativeStackLow())
         syntaxError(QStringLiteral("expression or statement nested too deeply"), expression->line);
     m_generateLine = expression->line;
+    if (generateEffect(expression, wanted))
+        return;
+    if (!generateLiteral(expression))
+        generateOperation(expression);
+    if (!wanted)
+        emitCode(op(ESOp::DROP));
+}
+
+// The forms that leave a value only when it is wanted: assignments, increments, calls,
+// delete, the comma, void and the conditional. False for any other form.
+bool ESCodeGenerator::generateEffect(ESNode *expression, bool wanted)
+{
     const int kind = expression->kind;
     ESNode *const first = expression->children[0];
     ESNode *const second = expression->children[1];
-    if (kind == '=' || isCompoundAssignment(kind))
-        return generateAssignment(expression, wanted);
+    if (kind == '=' || isCompoundAssignment(kind)) {
+        generateAssignment(expression, wanted);
+        return true;
+    }
     if (kind == ESToken::Inc || kind == ESToken::Dec || kind == ESToken::PostInc
-        || kind == ESToken::PostDec)
-        return generateIncrement(expression, wanted);
-    if (kind == ESToken::Call)
-        return generateCall(expression, wanted);
-    if (kind == ESToken::Delete)
-        return generateDelete(expression, wanted);
+        || kind == ESToken::PostDec) {
+        generateIncrement(expression, wanted);
+        return true;
+    }
+    if (kind == ESToken::Call) {
+        generateCall(expression, wanted);
+        return true;
+    }
+    if (kind == ESToken::Delete) {
+        generateDelete(expression, wanted);
+        return true;
+    }
     if (kind == ',') {
         generateExpression(first, false);
         generateExpression(second, wanted);
-        return;
+        return true;
     }
     if (kind == ESToken::Void) {
         if (hasSideEffects(first)) {
@@ -481,7 +487,7 @@ void ESParser::generateExpression(ESNode *expression, bool wanted)
         } else if (wanted) {
             emitCode(op(ESOp::UNDEFINED));
         }
-        return;
+        return true;
     }
     if (kind == ESToken::Conditional) {
         int elseChain = chainEnd;
@@ -493,9 +499,16 @@ void ESParser::generateExpression(ESNode *expression, bool wanted)
         patch(elseChain, m_code->length());
         generateExpression(expression->children[2], wanted);
         patch(endChain, m_code->length());
-        return;
+        return true;
     }
-    switch (kind) {
+    return false;
+}
+
+// Constants, names, literals and function expressions: one value each. False for any other.
+bool ESCodeGenerator::generateLiteral(ESNode *expression)
+{
+    ESNode *const first = expression->children[0];
+    switch (expression->kind) {
     case ESToken::Number: {
         const double constant = m_function->code->numbers[std::size_t(expression->number)];
         static constexpr ESOp small[] = {ESOp::NUM_0, ESOp::NUM_1, ESOp::NUM_2, ESOp::NUM_3,
@@ -525,25 +538,6 @@ void ESParser::generateExpression(ESNode *expression, bool wanted)
     case ESToken::Null:
         emitCode(op(ESOp::NULL_));
         break;
-    case ESToken::Member:
-        generateExpression(first, true);
-        emitCode(op(ESOp::GETF), unsigned(expression->atom->index));
-        break;
-    case ESToken::Index:
-        generateExpression(first, true);
-        generateExpression(second, true);
-        emitCode(op(ESOp::GETX));
-        break;
-    case ESToken::NewCall:
-        for (ESNode *item = second; item; item = item->children[1])
-            generateExpression(item->children[0], true);
-        generateExpression(first, true);
-        emitCode(op(ESOp::NEWA), unsigned(expression->number));
-        break;
-    case ESToken::New:
-        generateExpression(first, true);
-        emitCode(op(ESOp::NEW));
-        break;
     case ESToken::ArrayInit:
         for (ESNode *item = first; item; item = item->children[1]) {
             if (item->children[0]->kind == ESToken::Elision)
@@ -562,6 +556,38 @@ void ESParser::generateExpression(ESNode *expression, bool wanted)
         break;
     case ESToken::Function:
         emitCode(op(ESOp::CLOSURE), unsigned(expression->functionIndex));
+        break;
+    default:
+        return false;
+    }
+    return true;
+}
+
+// Member and index reads, construction and the operators: one value each.
+void ESCodeGenerator::generateOperation(ESNode *expression)
+{
+    const int kind = expression->kind;
+    ESNode *const first = expression->children[0];
+    ESNode *const second = expression->children[1];
+    switch (kind) {
+    case ESToken::Member:
+        generateExpression(first, true);
+        emitCode(op(ESOp::GETF), unsigned(expression->atom->index));
+        break;
+    case ESToken::Index:
+        generateExpression(first, true);
+        generateExpression(second, true);
+        emitCode(op(ESOp::GETX));
+        break;
+    case ESToken::NewCall:
+        for (ESNode *item = second; item; item = item->children[1])
+            generateExpression(item->children[0], true);
+        generateExpression(first, true);
+        emitCode(op(ESOp::NEWA), unsigned(expression->number));
+        break;
+    case ESToken::New:
+        generateExpression(first, true);
+        emitCode(op(ESOp::NEW));
         break;
     case ESToken::OrOr:
     case ESToken::AndAnd: {
@@ -608,13 +634,11 @@ void ESParser::generateExpression(ESNode *expression, bool wanted)
         break;
     }
     }
-    if (!wanted)
-        emitCode(op(ESOp::DROP));
 }
 
 // Arguments first, left to right, then the callee: for a member call the object, then the
 // key. A callee that is no name, member or index generates no call at all.
-void ESParser::generateCall(ESNode *call, bool wanted)
+void ESCodeGenerator::generateCall(ESNode *call, bool wanted)
 {
     ESNode *callee = call->children[0];
     const unsigned count = unsigned(call->number);
@@ -657,7 +681,7 @@ void ESParser::generateCall(ESNode *call, bool wanted)
         emitCode(op(ESOp::DROP));
 }
 
-void ESParser::generateAssignment(ESNode *assignment, bool wanted)
+void ESCodeGenerator::generateAssignment(ESNode *assignment, bool wanted)
 {
     ESNode *target = assignment->children[0];
     ESNode *value = assignment->children[1];
@@ -666,6 +690,8 @@ void ESParser::generateAssignment(ESNode *assignment, bool wanted)
         if (target->kind != ESToken::Identifier && target->kind != ESToken::Member
             && target->kind != ESToken::Index)
             syntaxError(QStringLiteral("not lsh?"), assignment->line);
+        if (target->kind == ESToken::Member)
+            return generateMemberStore(target, value, wanted);
         generateExpression(value, true);
         if (wanted)
             emitCode(op(ESOp::DUP));
@@ -695,9 +721,28 @@ void ESParser::generateAssignment(ESNode *assignment, bool wanted)
         emitCode(op(ESOp::DROP));
 }
 
-// Stores the value in TOS into a name, member or index and pops it. The value sits below the
-// object (and key) that the member forms push.
-void ESParser::generateStore(ESNode *target, bool lhsMessage)
+// `o.p = v`: the object is evaluated before the value, and PUTF takes the value from above the
+// object. A wanted value outlives the store in the function's hidden temporary, as nothing
+// else can reach below the two operands.
+void ESCodeGenerator::generateMemberStore(ESNode *target, ESNode *value, bool wanted)
+{
+    generateExpression(target->children[0], true);
+    generateExpression(value, true);
+    m_generateLine = target->line;
+    ESAtom *const temporary = wanted ? hiddenTemporary() : nullptr;
+    if (temporary) {
+        emitCode(op(ESOp::DUP));
+        emitPut(temporary);
+    }
+    emitCode(op(ESOp::PUTF), unsigned(target->atom->index));
+    if (temporary)
+        emitGet(temporary);
+}
+
+// Stores the value in TOS, already computed, into a name, member or index and pops it. The
+// value sits below the object and key that the member and index forms push (the order of
+// PUTX), as in the variable of a for-in loop.
+void ESCodeGenerator::generateStore(ESNode *target, bool lhsMessage)
 {
     switch (target->kind) {
     case ESToken::Identifier:
@@ -705,7 +750,8 @@ void ESParser::generateStore(ESNode *target, bool lhsMessage)
         break;
     case ESToken::Member:
         generateExpression(target->children[0], true);
-        emitCode(op(ESOp::PUTF), unsigned(target->atom->index));
+        emitCode(op(ESOp::STR), unsigned(target->atom->index));
+        emitCode(op(ESOp::PUTX));
         break;
     case ESToken::Index:
         generateExpression(target->children[0], true);
@@ -721,7 +767,7 @@ void ESParser::generateStore(ESNode *target, bool lhsMessage)
 
 // Prefix and postfix forms with no value wanted share the in-place short form; the activation
 // short forms (INCM, INCLM, DECAM, DECLM) have no handler in the interpreter.
-void ESParser::generateIncrement(ESNode *expression, bool wanted)
+void ESCodeGenerator::generateIncrement(ESNode *expression, bool wanted)
 {
     const int kind = expression->kind;
     const bool increment = kind == ESToken::Inc || kind == ESToken::PostInc;
@@ -777,7 +823,7 @@ void ESParser::generateIncrement(ESNode *expression, bool wanted)
     generatePut(atom);
 }
 
-void ESParser::generateDelete(ESNode *expression, bool wanted)
+void ESCodeGenerator::generateDelete(ESNode *expression, bool wanted)
 {
     ESNode *target = expression->children[0];
     switch (target->kind) {
@@ -805,9 +851,20 @@ void ESParser::generateDelete(ESNode *expression, bool wanted)
         emitCode(op(ESOp::DROP));
 }
 
-void ESParser::generateGet(ESAtom *atom)
+void ESCodeGenerator::generateGet(ESAtom *atom)
 {
     noteName(atom);
+    emitGet(atom);
+}
+
+void ESCodeGenerator::generatePut(ESAtom *atom)
+{
+    noteName(atom);
+    emitPut(atom);
+}
+
+void ESCodeGenerator::emitGet(ESAtom *atom)
+{
     const Resolution where = resolve(atom);
     const bool activation = m_code->needsActivation;
     switch (where.nameCase) {
@@ -826,9 +883,8 @@ void ESParser::generateGet(ESAtom *atom)
     }
 }
 
-void ESParser::generatePut(ESAtom *atom)
+void ESCodeGenerator::emitPut(ESAtom *atom)
 {
-    noteName(atom);
     const Resolution where = resolve(atom);
     const bool activation = m_code->needsActivation;
     switch (where.nameCase) {
@@ -849,31 +905,31 @@ void ESParser::generatePut(ESAtom *atom)
 
 // `arguments` makes the function and all around it keep their names in activation objects;
 // `eval` makes the function store its incoming value in `arguments`. Both declare it.
-void ESParser::noteName(ESAtom *atom)
+void ESCodeGenerator::noteName(ESAtom *atom)
 {
-    const ESWellKnownAtoms &names = m_context.names();
-    if ((atom != names.arguments && atom != names.eval) || m_function == m_script)
+    const ESWellKnownAtoms &names = m_compiler.names();
+    if ((atom != names.arguments && atom != names.eval) || !m_function->parentFunction)
         return;
     if (atom == names.arguments)
         markActivation(m_function);
     else
         m_function->code->usesArguments = true;
-    declareVariable(names.arguments, ESPropertyFlag::DontEnum);
+    m_compiler.declareVariable(m_function, names.arguments, ESPropertyFlag::DontEnum);
 }
 
-void ESParser::markActivation(ESNode *function)
+void ESCodeGenerator::markActivation(ESNode *function)
 {
-    for (; function && function != m_script; function = function->parentFunction)
+    for (; function && function->parentFunction; function = function->parentFunction)
         function->code->needsActivation = true;
 }
 
-ESParser::Resolution ESParser::resolve(ESAtom *atom)
+ESCodeGenerator::Resolution ESCodeGenerator::resolve(ESAtom *atom)
 {
     if (m_withDepth > 0) {
         markActivation(m_function);
         return {NameCase::Dynamic, 0};
     }
-    if (m_function != m_script) {
+    if (m_function->parentFunction) {
         const ESCode *code = m_function->code;
         for (std::size_t i = 0; i < code->variables.size(); ++i) {
             if (code->variables[i].key != atom)
@@ -882,7 +938,7 @@ ESParser::Resolution ESParser::resolve(ESAtom *atom)
                 return {NameCase::Argument, int(i)};
             return {NameCase::Local, int(i) - code->parameterCount};
         }
-        for (ESNode *outer = m_function->parentFunction; outer && outer != m_script;
+        for (ESNode *outer = m_function->parentFunction; outer && outer->parentFunction;
              outer = outer->parentFunction) {
             for (const ESProperty &variable : outer->code->variables) {
                 if (variable.key == atom) {
@@ -892,37 +948,16 @@ ESParser::Resolution ESParser::resolve(ESAtom *atom)
             }
         }
     }
-    return {NameCase::Global, globalSlot(atom)};
+    return {NameCase::Global, m_compiler.globalSlot(atom)};
 }
 
-// The atom's slot in the global object's vector, appended when the name is new. Slots never
-// move, so code may address globals by index.
-int ESParser::globalSlot(ESAtom *atom)
-{
-    std::vector<ESProperty> &globals = m_context.globalObject->properties;
-    const auto cached = m_globalSlots.constFind(atom);
-    if (cached != m_globalSlots.constEnd() && std::size_t(cached.value()) < globals.size()
-        && globals[std::size_t(cached.value())].key == atom)
-        return cached.value();
-    for (std::size_t i = 0; i < globals.size(); ++i) {
-        if (globals[i].key == atom) {
-            m_globalSlots.insert(atom, int(i));
-            return int(i);
-        }
-    }
-    ESClass::defaultPut(m_context.globalObject, atom, ESValue::undefined());
-    const int slot = int(globals.size()) - 1;
-    m_globalSlots.insert(atom, slot);
-    return slot;
-}
-
-void ESParser::emitCode(int code)
+void ESCodeGenerator::emitCode(int code)
 {
     m_code->bytes.push_back(std::uint8_t(code));
     m_code->lineTable.push_back(std::uint32_t(m_generateLine));
 }
 
-void ESParser::emitOperand(unsigned operand)
+void ESCodeGenerator::emitOperand(unsigned operand)
 {
     if (operand > 0xffff)
         ESContext::fatal(QStringLiteral("compiler error: operand too large"));
@@ -930,13 +965,13 @@ void ESParser::emitOperand(unsigned operand)
     emitCode(int(operand & 0xff));
 }
 
-void ESParser::emitCode(int code, unsigned operand)
+void ESCodeGenerator::emitCode(int code, unsigned operand)
 {
     emitCode(code);
     emitOperand(operand);
 }
 
-void ESParser::emitCode(int code, unsigned operand, unsigned count)
+void ESCodeGenerator::emitCode(int code, unsigned operand, unsigned count)
 {
     emitCode(code);
     emitOperand(operand);
@@ -944,7 +979,7 @@ void ESParser::emitCode(int code, unsigned operand, unsigned count)
 }
 
 // A forward jump links into `chain` through its own operand; patch() fills the chain later.
-void ESParser::emitJump(int code, int &chain)
+void ESCodeGenerator::emitJump(int code, int &chain)
 {
     emitCode(code);
     const int position = m_code->length();
@@ -954,14 +989,14 @@ void ESParser::emitJump(int code, int &chain)
     chain = position;
 }
 
-void ESParser::emitJumpTo(int code, int target)
+void ESCodeGenerator::emitJumpTo(int code, int target)
 {
     if (target >= 65536)
         ESContext::fatal(QStringLiteral("compiler error: patch constant too large"));
     emitCode(code, unsigned(target));
 }
 
-void ESParser::patch(int chain, int target)
+void ESCodeGenerator::patch(int chain, int target)
 {
     if (chain != chainEnd && target >= 65536)
         ESContext::fatal(QStringLiteral("compiler error: patch constant too large"));

@@ -1,12 +1,12 @@
 #include "script/es/ESContext.h"
 #include "script/es/ESClass.h"
 #include "script/es/ESNativeClass.h"
+#include "script/es/ESParser.h"
 #include <pthread.h>
 #include <algorithm>
 
 namespace {
 
-constexpr std::int32_t defaultStackSize = 0x100000;
 // Entries beyond `stackSize` that the array really has: a native call writes its result into the
 // first argument slot, which may be the entry just past the last one in use.
 constexpr std::int32_t stackSlack = 16;
@@ -36,8 +36,8 @@ const char *nativeStackLimit()
 
 ESFunctionInfo::~ESFunctionInfo() = default;
 
-ESContext::ESContext(ContinuePolling polling)
-    : m_atoms(ESAtomTable::instance()), m_pollsContinue(polling == ContinuePolling::On)
+ESContext::ESContext(ContinuePolling polling, const ESLimits &limits)
+    : limits(limits), m_atoms(ESAtomTable::instance()), m_pollsContinue(polling == ContinuePolling::On)
 {
     objectClass = std::make_unique<ESNativeObject>();
     booleanClass = std::make_unique<ESNativeBoolean>();
@@ -56,7 +56,15 @@ ESContext::ESContext(ContinuePolling polling)
     dateClass = std::make_unique<ESNativeDate>();
     activationClass = std::make_unique<ESActivation>();
 
-    stackSize = defaultStackSize;
+    // The classes whose get and put are the defaults; Array and String have their own.
+    for (ESClass *klass : std::initializer_list<ESClass *>{
+             objectClass.get(), booleanClass.get(), globalClass.get(), errorClass.get(),
+             rangeErrorClass.get(), referenceErrorClass.get(), syntaxErrorClass.get(),
+             typeErrorClass.get(), evalErrorClass.get(), numberClass.get(), mathClass.get(),
+             functionClass.get(), dateClass.get(), activationClass.get()})
+        klass->plainProperties = true;
+
+    stackSize = std::max(limits.stackEntries, std::int32_t(64));
     m_stackStorage.reset(static_cast<ESValue *>(
         std::calloc(std::size_t(stackSize + stackSlack), sizeof(ESValue))));
     if (!m_stackStorage)
@@ -64,9 +72,9 @@ ESContext::ESContext(ContinuePolling polling)
     stack = m_stackStorage.get();
     m_nativeStackLimit = nativeStackLimit();
 
-    m_globalText = std::make_unique<QString>(QStringLiteral("[object global]"));
-    globalObject = newObject(nullptr, globalClass.get(),
-                             ESValue::fromAtom(intern(*m_globalText)));
+    const QString globalText = QStringLiteral("[object global]");
+    m_globalText = newString(globalText);
+    globalObject = newObject(nullptr, globalClass.get(), ESValue::fromAtom(intern(globalText)));
     thisObject = globalObject;
     createPrototypes();
     initialiseClasses();
@@ -105,11 +113,58 @@ void ESContext::initialiseClasses()
 
 ESContext::~ESContext()
 {
+    // The stack comes from calloc: its entries in use are released by hand, those above the
+    // stack pointer hold nothing counted.
+    for (std::int32_t i = 0; i < stackPointer; ++i)
+        stack[i] = ESValue();
     for (ESObject *object = allObjects; object; object = object->nextAllocated) {
         if (object->constructInfo != object->functionInfo)
             delete object->constructInfo;
         delete object->functionInfo;
     }
+}
+
+ESCompletion ESContext::evaluate(const QString &file, const QString &text)
+{
+    // Registers are put back on every exit, so a caught error leaves the caller's frame intact.
+    struct Saved {
+        ESContext &context;
+        std::int32_t stackPointer = context.stackPointer;
+        ESValue accumulator = context.accumulator;
+        ESObject *scope = context.scope;
+        ESObject *thisObject = context.thisObject;
+        ESValue *frameArguments = context.frameArguments;
+        std::int32_t frameArgumentCount = context.frameArgumentCount;
+        ESObject *activationObject = context.activationObject;
+        QString sourceText = context.sourceText;
+        QString fileName = context.fileName;
+        ~Saved()
+        {
+            context.dropTo(stackPointer);
+            context.accumulator = accumulator;
+            context.scope = scope;
+            context.thisObject = thisObject;
+            context.frameArguments = frameArguments;
+            context.frameArgumentCount = frameArgumentCount;
+            context.activationObject = activationObject;
+            context.sourceText = sourceText;
+            context.fileName = fileName;
+        }
+    } saved{*this};
+    fileName = file;
+    sourceText = text;
+    ESCompletion completion;
+    try {
+        ESParser parser(*this);
+        parser.setSource(text);
+        const std::unique_ptr<ESCode> code = parser.compileProgram();
+        run(*code);
+        completion.value = accumulator;
+    } catch (const ESException &exception) {
+        completion.kind = ESCompletion::Thrown;
+        completion.value = exception.value;
+    }
+    return completion;
 }
 
 bool ESContext::shouldContinue()
@@ -318,7 +373,19 @@ bool ESContext::isFunction(const ESObject *object) const
     return object->klass == functionClass.get();
 }
 
+void ESContext::syncLine()
+{
+    if (m_runFrame)
+        currentLine = m_runFrame->code->lineTable[std::size_t(*m_runFrame->pc)];
+}
+
 void ESContext::throwError(ESObject *errorConstructor, const QString &message)
+{
+    syncLine();
+    raiseError(errorConstructor, message);
+}
+
+void ESContext::raiseError(ESObject *errorConstructor, const QString &message)
 {
     const QStringList lines = sourceText.split(QLatin1Char('\n'));
     const ESValue text = ESValue::fromAtom(intern(message));

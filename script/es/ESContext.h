@@ -33,6 +33,15 @@ constexpr int String = 4;
 constexpr int Default = 6;
 } // namespace ESHint
 
+// Bounds that keep a hostile script from exhausting the process. The defaults suit scripts; a
+// fuzzer lowers them.
+struct ESLimits {
+    std::int32_t stackEntries = 0x100000;   // 1,048,576 values, 16 MiB
+    qsizetype textLength = qsizetype(1) << 27;   // the longest string built at run time
+    double walkLength = double(1 << 22);   // elements an Array method walks over
+    qsizetype splitParts = qsizetype(1) << 22;   // parts of one String.prototype.split
+};
+
 // One script session: the value stack and machine registers, the object pool, one instance of
 // every native class and the compiled functions. Non-copyable; a context belongs to the thread
 // that runs it. Objects made in it live until it is destroyed.
@@ -41,13 +50,15 @@ public:
     // On: a subclass overrides shouldContinue and wants it polled before every instruction.
     enum class ContinuePolling { Off, On };
 
-    explicit ESContext(ContinuePolling polling = ContinuePolling::Off);
+    explicit ESContext(ContinuePolling polling = ContinuePolling::Off, const ESLimits &limits = {});
     virtual ~ESContext();
     ESContext(const ESContext &) = delete;
     ESContext &operator=(const ESContext &) = delete;
 
     // Polled before every instruction when enabled; false stops the run at once.
     virtual bool shouldContinue();
+
+    const ESLimits limits;
 
     // --- Machine state; the field order is the engine's contract.
     ESValue accumulator;   // top of the value stack, kept apart from `stack`
@@ -85,6 +96,7 @@ public:
     std::unique_ptr<ESActivation> activationClass;
     ESObject *allObjects = nullptr;
     ESObject *freeObjects = nullptr;
+    // The source line of the instruction being run; see syncLine.
     std::uint32_t currentLine = 0;
     QString sourceText;
     QString fileName;
@@ -99,7 +111,18 @@ public:
     ESObject *newObject(ESObject *prototype, ESClass *klass, ESValue primitive);
     ESAtom *intern(const QString &text) { return m_atoms.intern(text); }
     ESAtom *atomForIndex(unsigned index) { return m_atoms.atomForIndex(index); }
-    ESAtom *valueToAtom(ESValue value);
+    ESAtom *valueToAtom(const ESValue &value);
+    // A plain string (tag 4) of `text`: what the engine makes of every text computed at run time.
+    [[nodiscard]] static ESValue newString(QStringView text)
+    {
+        return ESValue::fromString(ESString::make(text));
+    }
+    // The characters of a string value of either tag; a view of a plain string lives until the
+    // next append to it (see ESString).
+    static QStringView textView(const ESValue &value)
+    {
+        return value.tag == ESTag::Atom ? QStringView(value.atom->text) : value.string->view();
+    }
     const ESWellKnownAtoms &names() const { return m_atoms.names(); }
 
     ESValue get(ESObject *object, ESAtom *atom);
@@ -175,10 +198,22 @@ public:
     ESObject *constructObject(ESObject *function, int argumentCount, const ESValue *arguments);
     // Raises the engine's fatal error when the native stack is nearly used up.
     void checkNativeStack() const;
+    // Sets `currentLine` from the instruction the innermost run is at: the interpreter does not
+    // store it at every step, errors ask for it.
+    void syncLine();
     bool nativeStackLow() const;
 
 private:
-    friend class ESParser;
+    friend class ESCompilerContext;
+    // The code and instruction offset of a running `run`, for the line an error reports.
+    struct RunFrame {
+        const ESCode *code;
+        const int *pc;
+        RunFrame *outer;
+    };
+    RunFrame *m_runFrame = nullptr;
+    // throwError at the line in `currentLine` as it stands (the compiler's own line).
+    [[noreturn]] void raiseError(ESObject *errorConstructor, const QString &message);
     void createPrototypes();
     void initialiseClasses();
     void refillPool();
@@ -187,14 +222,33 @@ private:
     void enterActivation(const ESCode &code, int argumentCount);
     ESObject *makeClosure(unsigned codeIndex);
     ESObject *enumerate(ESValue value);
+    ESValue memberOf(const ESValue &value, ESAtom *atom);
+    ESValue methodOf(ESValue &self, ESAtom *atom);
+    // The interpreter loop and its steps (ESInterpreter.cpp).
+    void push(const ESValue &value);
+    void pushNumber(double number);
+    void pop();
+    ESObject *memberObject(const ESValue &value);
+    ESValue cachedGet(ESObject *object, ESAtom *atom, std::uint32_t &hint);
+    void cachedPut(ESObject *object, ESAtom *atom, ESValue &&value, std::uint32_t &hint);
+    ESValue indexedGet(const ESValue &holder, const ESValue &key);
+    void indexedPut(const ESValue &holder, const ESValue &key, ESValue &&value);
+    void binarySlow(ESOp operation);
+    void memberAssign(ESOp operation, std::uint32_t &hint);
+    void nameIncrement(ESOp operation);
+    void stepNumber(ESValue &slot, double step);
+    ESValue callee(ESOp operation, const std::uint8_t *at, ESValue *locals);
+    bool nextEnumerated();
+    void makeArray(int count);
     [[noreturn]] void stackOverflow();
+    void dropTo(std::int32_t pointer);
     [[noreturn]] void illegalInstruction(const ESCode &code, int pc);
 
     ESAtomTable &m_atoms;
     // Zero bits are an undefined value, so the stack comes from calloc: untouched pages cost nothing.
     std::unique_ptr<ESValue[], void (*)(void *)> m_stackStorage{nullptr, std::free};
     std::vector<std::unique_ptr<ESObject[]>> m_blocks;
-    std::unique_ptr<QString> m_globalText;   // the tag-4 "[object global]"
+    ESValue m_globalText;   // the tag-4 "[object global]"
     const char *m_nativeStackLimit = nullptr;
     const bool m_pollsContinue;
 };

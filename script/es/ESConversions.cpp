@@ -20,7 +20,7 @@ std::int64_t toInt64(double number)
     return std::int64_t(number);
 }
 
-double parseDecimal(const QString &text)
+double parseDecimal(QStringView text)
 {
     const QByteArray bytes = text.toLatin1();
     const char *begin = bytes.constData();
@@ -43,13 +43,13 @@ double parseDecimal(const QString &text)
 
 } // namespace
 
-ESAtom *ESContext::valueToAtom(ESValue value)
+ESAtom *ESContext::valueToAtom(const ESValue &value)
 {
     switch (value.tag) {
     case ESTag::Atom:
         return value.atom;
     case ESTag::String:
-        return intern(*value.string);
+        return intern(value.string->toString());
     case ESTag::Number:
         // Whole numbers reach the same atom as through their text, without formatting it.
         if (value.number >= 0 && value.number < 4294967296.0 && value.number == std::floor(value.number))
@@ -73,7 +73,7 @@ bool ESContext::toBoolean(ESValue value)
     case ESTag::Atom:
         return !value.atom->text.isEmpty();
     case ESTag::String:
-        return !value.string->isEmpty();
+        return value.string->length() != 0;
     case ESTag::Object:
         return true;
     default:
@@ -93,8 +93,7 @@ double ESContext::toNumber(ESValue value)
         return value.number;
     case ESTag::Atom:
     case ESTag::String: {
-        const QString text =
-            (value.tag == ESTag::Atom ? value.atom->text : *value.string).trimmed();
+        const QStringView text = textView(value).trimmed();
         if (text.isEmpty())
             return notANumber;
         if (text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
@@ -124,6 +123,9 @@ double ESContext::toInteger(double number)
 
 std::int32_t ESContext::toInt32(double number)
 {
+    // Inside the range the truncation is the answer (NaN fails both tests).
+    if (number > -2147483649.0 && number < 2147483648.0)
+        return std::int32_t(number);
     if (std::isnan(number) || number == 0 || std::isinf(number))
         return 0;
     const double remainder = std::fmod(toInteger(number), 4294967296.0);
@@ -177,7 +179,7 @@ QString ESContext::toESString(ESValue value, int radix)
     case ESTag::Atom:
         return value.atom->text;
     case ESTag::String:
-        return *value.string;
+        return value.string->toString();
     case ESTag::Object:
         return toESString(toPrimitive(value, ESHint::String), 10);
     default:
@@ -190,12 +192,8 @@ ESValue ESContext::toPrimitive(ESValue value, int hint)
     if (!value.isObject())
         return value;
     ESObject *object = value.object;
-    if (object == globalObject) {
-        ESValue text;
-        text.tag = ESTag::String;
-        text.string = m_globalText.get();
-        return text;
-    }
+    if (object == globalObject)
+        return m_globalText;
     ESAtom *const toStringAtom = intern(QStringLiteral("toString"));
     ESAtom *const valueOfAtom = intern(QStringLiteral("valueOf"));
     const bool stringFirst = hint == ESHint::String || (hint == ESHint::Default && isDate(object));
@@ -227,7 +225,9 @@ ESObject *ESContext::toObject(ESValue value)
         return newObject(numberPrototype, numberClass.get(), value);
     case ESTag::String:
     case ESTag::Atom:
-        return newObject(stringPrototype, stringClass.get(), ESValue::fromAtom(valueToAtom(value)));
+        // A plain string is wrapped as it is: interning a long built text only to read its
+        // length or call a method would copy it into the atom table for good.
+        return newObject(stringPrototype, stringClass.get(), value);
     case ESTag::Object:
         return value.object;
     default:

@@ -3,20 +3,17 @@
 #include "script/es/ESClass.h"
 #include "script/es/ESContext.h"
 #include "script/es/ESNativeClass.h"
-#include "script/es/ESParser.h"
 #include <QSet>
+#include <QtEndian>
+#include <cstring>
 #include <cmath>
 #include <cstdio>
 
 namespace {
 
-// A concatenation longer than this raises a RangeError instead of exhausting memory: every
-// intermediate result of a string built in a loop stays in the atom table.
-constexpr qsizetype maxStringLength = qsizetype(1) << 27;
-
-const QString &textOf(const ESValue &value)
+QStringView textOf(const ESValue &value)
 {
-    return value.tag == ESTag::Atom ? value.atom->text : *value.string;
+    return ESContext::textView(value);
 }
 
 bool isCallable(const ESValue &value)
@@ -29,8 +26,18 @@ ESValue numberValue(double number)
     return ESValue::fromNumber(number);
 }
 
+// The text of a primitive for a concatenation: a string as it is, anything else converted
+// into `converted`.
+QStringView concatenationText(ESContext &context, const ESValue &value, QString &converted)
+{
+    if (value.isString())
+        return textOf(value);
+    converted = context.toESString(value);
+    return converted;
+}
+
 // ADD: the right operand converts first, then the left; a string on either side joins the
-// texts, and the result is interned.
+// texts into a plain string, written in place behind a plain left operand that ends its buffer.
 ESValue add(ESContext &context, ESValue left, ESValue right)
 {
     if (left.tag == ESTag::Number && right.tag == ESTag::Number)
@@ -38,14 +45,34 @@ ESValue add(ESContext &context, ESValue left, ESValue right)
     right = context.toPrimitive(right, ESHint::Default);
     left = context.toPrimitive(left, ESHint::Default);
     if (left.isString() || right.isString()) {
-        const QString leftText = context.toESString(left);
-        const QString rightText = context.toESString(right);
-        if (leftText.size() + rightText.size() > maxStringLength)
+        QString leftConverted;
+        QString rightConverted;
+        const QStringView rightText = concatenationText(context, right, rightConverted);
+        const QStringView leftText = concatenationText(context, left, leftConverted);
+        if (leftText.size() + rightText.size() > context.limits.textLength)
             context.throwRangeError(QStringLiteral("string too long"));
-        return ESValue::fromAtom(context.intern(leftText + rightText));
+        if (left.tag == ESTag::String)
+            return ESValue::fromString(ESString::append(left.string, rightText));
+        return ESValue::fromString(ESString::concat(leftText, rightText));
     }
     const double r = context.toNumber(right);
     return numberValue(context.toNumber(left) + r);
+}
+
+// The remainder with the sign of the dividend, as fmod gives it; whole numbers take the
+// integer division.
+double moduloOf(double left, double right)
+{
+    constexpr double bound = 9007199254740992.0;   // 2^53: every whole number below is exact
+    if (left > -bound && left < bound && right > -bound && right < bound && right != 0) {
+        const auto l = std::int64_t(left);
+        const auto r = std::int64_t(right);
+        if (double(l) == left && double(r) == right) {
+            const std::int64_t result = l % r;
+            return result == 0 ? std::copysign(0.0, left) : double(result);
+        }
+    }
+    return std::fmod(left, right);
 }
 
 ESValue arithmetic(ESContext &context, ESOp code, ESValue left, ESValue right)
@@ -59,7 +86,7 @@ ESValue arithmetic(ESContext &context, ESOp code, ESValue left, ESValue right)
         case ESOp::SUB: return numberValue(l - r);
         case ESOp::MUL: return numberValue(l * r);
         case ESOp::DIV: return numberValue(l / r);
-        default: return numberValue(std::fmod(l, r));
+        default: return numberValue(moduloOf(l, r));
         }
     }
     if (code <= ESOp::BITXORX) {
@@ -95,7 +122,7 @@ ESValue compare(ESContext &context, ESValue left, ESValue right, bool orEqual)
     right = context.toPrimitive(right, ESHint::Number);
     left = context.toPrimitive(left, ESHint::Number);
     if (left.isString() && right.isString()) {
-        const int order = QString::compare(textOf(left), textOf(right), Qt::CaseSensitive);
+        const int order = textOf(left).compare(textOf(right), Qt::CaseSensitive);
         return ESValue::boolean(orEqual ? order <= 0 : order < 0);
     }
     const double r = context.toNumber(right);
@@ -167,15 +194,89 @@ bool identical(ESContext &context, const ESValue &a, const ESValue &b)
 
 } // namespace
 
+// Reads a member of any value. A string is not wrapped: a fresh wrapper has nothing of its own
+// but its length, so reading through one is reading String.prototype, and a wrapper would keep
+// the string for as long as the context lives.
+ESValue ESContext::memberOf(const ESValue &value, ESAtom *atom)
+{
+    if (value.tag == ESTag::Object && value.object)
+        return get(value.object, atom);
+    if (value.isString()) {
+        if (atom == names().length)
+            return ESValue::fromNumber(double(textView(value).size()));
+        return get(stringPrototype, atom);
+    }
+    return get(toObject(value), atom);
+}
+
+// The function a member call names, leaving in `self` the `this` it gets. The String library
+// works on a string itself; any other method of a string, which may keep its `this`, gets a
+// wrapper.
+ESValue ESContext::methodOf(ESValue &self, ESAtom *atom)
+{
+    if (self.tag == ESTag::Object && self.object)
+        return get(self.object, atom);
+    ESValue function = memberOf(self, atom);
+    const bool stringLibrary = self.isString() && function.isObject() && function.object
+                               && function.object->builtinId >= 0
+                               && function.object->klass == stringClass.get();
+    if (!stringLibrary)
+        self = ESValue::fromObject(toObject(self));
+    return function;
+}
+
 void ESContext::stackOverflow()
 {
     fatal(QStringLiteral("virtual machine stack too small"));
+}
+
+// Lowers the stack pointer, releasing what the entries above it held: entries at and above the
+// stack pointer never hold a counted string.
+void ESContext::dropTo(std::int32_t pointer)
+{
+    for (std::int32_t i = pointer; i < stackPointer; ++i) {
+        ESValue &entry = stack[i];
+        if (entry.tag == ESTag::String) {
+            entry.string->release();
+            entry.tag = ESTag::Undefined;
+        }
+    }
+    stackPointer = pointer;
 }
 
 void ESContext::illegalInstruction(const ESCode &code, int pc)
 {
     std::fprintf(stderr, "%s\n", qPrintable(code.listInstruction(*this, pc)));
     throwTypeError(QStringLiteral("??"));
+}
+
+// NEXT: steps the enumeration object in TOS; false when it is used up, and then it is popped.
+bool ESContext::nextEnumerated()
+{
+    if (!accumulator.isObject() || !accumulator.object)
+        fatal(QStringLiteral("tos isn't a property object"));
+    ESObject *list = accumulator.object;
+    const ESWellKnownAtoms &atoms = names();
+    const double index = toNumber(get(list, atoms.index));
+    const double count = toNumber(get(list, atoms.length));
+    if (index < count) {
+        put(list, atoms.index, ESValue::fromNumber(index + 1));
+        accumulator = get(list, atomForIndex(unsigned(index)));
+        return true;
+    }
+    pop();
+    return false;
+}
+
+// MKARRAY: the elements are the top `count` values, the last in TOS.
+void ESContext::makeArray(int count)
+{
+    push(accumulator);
+    ESObject *array = newObject(arrayPrototype, arrayClass.get());
+    put(array, names().length, ESValue::fromNumber(0));
+    accumulator = ESValue::fromObject(array);
+    for (int i = count - 1; i >= 0; --i)
+        put(array, atomForIndex(unsigned(i)), std::move(stack[--stackPointer]));
 }
 
 ESObject *ESContext::makeClosure(unsigned codeIndex)
@@ -243,8 +344,9 @@ void ESContext::invoke(ESObject *function, ESValue thisValue, int argumentCount)
     }
     ESValue *arguments = stack + stackPointer - argumentCount;
     function->klass->call(*this, function, thisValue, argumentCount, arguments);
-    stackPointer -= argumentCount;
-    accumulator = stack[stackPointer];
+    const std::int32_t base = stackPointer - argumentCount;
+    accumulator = std::move(stack[base]);
+    dropTo(base);
 }
 
 void ESContext::invokeScript(ESObject *function, ESValue thisValue, int argumentCount)
@@ -252,7 +354,7 @@ void ESContext::invokeScript(ESObject *function, ESValue thisValue, int argument
     const ESFunctionInfo *info = function->functionInfo;
     const ESCode *code = info->code.get();
     if (!code) {   // Function.prototype: callable, does nothing
-        stackPointer -= argumentCount;
+        dropTo(stackPointer - argumentCount);
         accumulator = ESValue::undefined();
         return;
     }
@@ -283,7 +385,7 @@ void ESContext::invokeScript(ESObject *function, ESValue thisValue, int argument
     frameArguments = savedArguments;
     frameArgumentCount = savedCount;
     activationObject = savedActivation;
-    stackPointer -= locals + argumentCount + 1;
+    dropTo(stackPointer - (locals + argumentCount + 1));
 }
 
 // The function's names live in an object in front of the scope: declared parameters, unnamed
@@ -317,7 +419,7 @@ void ESContext::callFunction(ESObject *function, ESValue thisValue, int argument
     invoke(function, thisValue.isObject() ? thisValue : ESValue::fromObject(globalObject),
            argumentCount);
     result = accumulator;
-    accumulator = stack[--stackPointer];
+    accumulator = std::move(stack[--stackPointer]);
 }
 
 ESObject *ESContext::constructObject(ESObject *function, int argumentCount, const ESValue *arguments)
@@ -330,7 +432,7 @@ ESObject *ESContext::constructObject(ESObject *function, int argumentCount, cons
         for (int i = 0; i < argumentCount; ++i)
             stack[stackPointer++] = arguments[i];
         ESObject *made = function->klass->construct(*this, function, argumentCount, stack + base);
-        stackPointer = base;
+        dropTo(base);
         if (made)
             return made;
     }
@@ -349,142 +451,347 @@ ESObject *ESContext::constructObject(ESObject *function, int argumentCount, cons
     return object;
 }
 
-ESCompletion ESContext::evaluate(const QString &file, const QString &text)
-{
-    // Registers are put back on every exit, so a caught error leaves the caller's frame intact.
-    struct Saved {
-        ESContext &context;
-        std::int32_t stackPointer = context.stackPointer;
-        ESValue accumulator = context.accumulator;
-        ESObject *scope = context.scope;
-        ESObject *thisObject = context.thisObject;
-        ESValue *frameArguments = context.frameArguments;
-        std::int32_t frameArgumentCount = context.frameArgumentCount;
-        ESObject *activationObject = context.activationObject;
-        QString sourceText = context.sourceText;
-        QString fileName = context.fileName;
-        ~Saved()
-        {
-            context.stackPointer = stackPointer;
-            context.accumulator = accumulator;
-            context.scope = scope;
-            context.thisObject = thisObject;
-            context.frameArguments = frameArguments;
-            context.frameArgumentCount = frameArgumentCount;
-            context.activationObject = activationObject;
-            context.sourceText = sourceText;
-            context.fileName = fileName;
-        }
-    } saved{*this};
-    fileName = file;
-    sourceText = text;
-    ESCompletion completion;
-    try {
-        ESParser parser(*this);
-        parser.setSource(text);
-        const std::unique_ptr<ESCode> code = parser.compileProgram();
-        run(*code);
-        completion.value = accumulator;
-    } catch (const ESException &exception) {
-        completion.kind = ESCompletion::Thrown;
-        completion.value = exception.value;
-    }
-    return completion;
-}
-
 namespace {
 
-// Push and pop with TOS held in the accumulator. A push past `stackSize` is the fatal error.
-inline void push(ESContext &context, const ESValue &value, std::int32_t limit)
+// Stack entries at and above the stack pointer hold no plain string. So a push moves the
+// accumulator's two words into its entry without releasing what was there, and a pop leaves
+// its entry empty; a number left above the stack pointer needs no clearing.
+inline void moveWords(ESValue &to, const ESValue &from)
 {
-    if (context.stackPointer >= limit) [[unlikely]]
-        ESContext::fatal(QStringLiteral("virtual machine stack too small"));
-    context.stack[context.stackPointer++] = context.accumulator;
-    context.accumulator = value;
+    to.tag = from.tag;
+    to.bits = from.bits;
 }
 
-inline void pop(ESContext &context)
+// An element index a number names: a whole number from 0 below 2^32 - 1.
+inline bool elementIndex(const ESValue &key, std::uint32_t &index)
 {
-    context.accumulator = context.stack[--context.stackPointer];
-}
-
-ESObject *memberObject(ESContext &context, const ESValue &value)
-{
-    return value.tag == ESTag::Object && value.object ? value.object : context.toObject(value);
+    if (key.tag != ESTag::Number || !(key.number >= 0 && key.number < 4294967295.0))
+        return false;
+    index = std::uint32_t(key.number);
+    return double(index) == key.number;
 }
 
 } // namespace
 
+inline void ESContext::push(const ESValue &value)
+{
+    if (stackPointer >= stackSize) [[unlikely]]
+        stackOverflow();
+    moveWords(stack[stackPointer++], accumulator);
+    moveWords(accumulator, value);   // `value` may be the accumulator itself (DUP)
+    if (accumulator.tag == ESTag::String)
+        accumulator.string->retain();
+}
+
+inline void ESContext::pushNumber(double number)
+{
+    if (stackPointer >= stackSize) [[unlikely]]
+        stackOverflow();
+    moveWords(stack[stackPointer++], accumulator);
+    accumulator.tag = ESTag::Number;
+    accumulator.number = number;
+}
+
+inline void ESContext::pop()
+{
+    if (accumulator.tag == ESTag::String)
+        accumulator.string->release();
+    ESValue &entry = stack[--stackPointer];
+    moveWords(accumulator, entry);
+    entry.tag = ESTag::Undefined;
+}
+
+ESObject *ESContext::memberObject(const ESValue &value)
+{
+    return value.tag == ESTag::Object && value.object ? value.object : toObject(value);
+}
+
+// Member reads and writes of a plain object go to the slot where the same instruction found the
+// name last time, when that slot still holds it; a slot is where a name stays until deleted.
+ESValue ESContext::cachedGet(ESObject *object, ESAtom *atom, std::uint32_t &hint)
+{
+    if (!object->klass->plainProperties)
+        return get(object, atom);
+    std::vector<ESProperty> &properties = object->properties;
+    if (hint < properties.size() && properties[hint].key == atom)
+        return properties[hint].value;
+    for (std::size_t i = 0; i < properties.size(); ++i) {
+        if (properties[i].key == atom) {
+            hint = std::uint32_t(i);
+            return properties[i].value;
+        }
+    }
+    return ESClass::defaultGet(object->prototype, atom);
+}
+
+void ESContext::cachedPut(ESObject *object, ESAtom *atom, ESValue &&value, std::uint32_t &hint)
+{
+    if (!object->klass->plainProperties)
+        return put(object, atom, std::move(value));
+    std::vector<ESProperty> &properties = object->properties;
+    if (!(hint < properties.size() && properties[hint].key == atom)) {
+        ESClass::defaultPut(object, atom, std::move(value));
+        for (std::size_t i = properties.size(); i-- > 0;) {
+            if (properties[i].key == atom) {
+                hint = std::uint32_t(i);
+                break;
+            }
+        }
+        return;
+    }
+    ESProperty &property = properties[hint];
+    if (!(property.flags & ESPropertyFlag::ReadOnly))
+        property.value = std::move(value);
+}
+
+// obj[key] with the key in TOS and the object in `scratch`: an Array's element by its number
+// without making the number's atom.
+ESValue ESContext::indexedGet(const ESValue &holder, const ESValue &key)
+{
+    std::uint32_t index = 0;
+    if (holder.tag == ESTag::Object && holder.object && holder.object->klass == arrayClass.get()
+        && elementIndex(key, index)) {
+        if (const ESProperty *element = arrayClass->ownElement(holder.object, index))
+            return element->value;
+    }
+    return memberOf(holder, valueToAtom(key));
+}
+
+void ESContext::indexedPut(const ESValue &holder, const ESValue &key, ESValue &&value)
+{
+    std::uint32_t index = 0;
+    if (holder.tag == ESTag::Object && holder.object && holder.object->klass == arrayClass.get()
+        && elementIndex(key, index)) {
+        if (ESProperty *element = arrayClass->ownElement(holder.object, index)) {
+            if (!(element->flags & ESPropertyFlag::ReadOnly))
+                element->value = std::move(value);
+            return;
+        }
+    }
+    put(memberObject(holder), valueToAtom(key), std::move(value));
+}
+
+// The slow half of the binary operators: conversions, strings, objects.
+void ESContext::binarySlow(ESOp operation)
+{
+    scratch = std::move(stack[--stackPointer]);
+    switch (operation) {
+    case ESOp::LT:
+    case ESOp::LE:
+        accumulator = compare(*this, scratch, accumulator, operation == ESOp::LE);
+        return;
+    case ESOp::EQ:
+    case ESOp::NE: {
+        const bool equal = equals(*this, scratch, accumulator);
+        accumulator = ESValue::boolean(operation == ESOp::EQ ? equal : !equal);
+        return;
+    }
+    case ESOp::IDENTITY:
+    case ESOp::NOTIDENTITY: {
+        const bool same = identical(*this, scratch, accumulator);
+        accumulator = ESValue::boolean(operation == ESOp::IDENTITY ? same : !same);
+        return;
+    }
+    default:
+        accumulator = arithmetic(*this, operation, scratch, accumulator);
+    }
+}
+
+// Read-modify-write of a member: the right-hand side lowest, then the object, then the key. A
+// number member of a plain object found where the hint says, with a number to apply, changes
+// in place.
+void ESContext::memberAssign(ESOp operation, std::uint32_t &hint)
+{
+    const ESValue &holderEntry = stack[stackPointer - 1];
+    const ESValue &rightEntry = stack[stackPointer - 2];
+    if (accumulator.tag == ESTag::Atom && holderEntry.tag == ESTag::Object && holderEntry.object
+        && holderEntry.object->klass->plainProperties && rightEntry.tag == ESTag::Number
+        && (operation == ESOp::ADD || operation == ESOp::SUB || operation == ESOp::MUL
+            || operation == ESOp::DIV)) {
+        std::vector<ESProperty> &properties = holderEntry.object->properties;
+        if (hint < properties.size() && properties[hint].key == accumulator.atom
+            && properties[hint].value.tag == ESTag::Number
+            && !(properties[hint].flags & ESPropertyFlag::ReadOnly)) {
+            double &value = properties[hint].value.number;
+            const double right = rightEntry.number;
+            value = operation == ESOp::ADD   ? value + right
+                    : operation == ESOp::SUB ? value - right
+                    : operation == ESOp::MUL ? value * right
+                                             : value / right;
+            stackPointer -= 2;   // an object and a number: nothing counted to release
+            accumulator = ESValue::fromNumber(value);
+            return;
+        }
+    }
+    if (accumulator.tag == ESTag::Atom && holderEntry.tag == ESTag::Object && holderEntry.object
+        && holderEntry.object->klass->plainProperties) {
+        const std::vector<ESProperty> &properties = holderEntry.object->properties;
+        for (std::size_t i = 0; i < properties.size(); ++i) {
+            if (properties[i].key == accumulator.atom) {
+                hint = std::uint32_t(i);
+                break;
+            }
+        }
+    }
+    const ESValue key = std::move(accumulator);
+    const ESValue holder = std::move(stack[--stackPointer]);
+    ESObject *object = memberObject(holder);
+    ESAtom *atom = valueToAtom(key);
+    const ESValue old = get(object, atom);
+    const ESValue right = std::move(stack[--stackPointer]);
+    accumulator = arithmetic(*this, operation, old, right);
+    put(object, atom, accumulator);
+}
+
+// ++ and -- on a name found by the scope chain: the key in TOS names it, whatever object
+// lies below.
+void ESContext::nameIncrement(ESOp operation)
+{
+    ESAtom *name = valueToAtom(accumulator);
+    ESValue value;
+    lookupName(name, value);
+    const double step = operation == ESOp::PREINCX || operation == ESOp::POSTINCX ? 1 : -1;
+    const double changed = toNumber(value) + step;
+    storeName(name, ESValue::fromNumber(changed));
+    const bool prefix = operation == ESOp::PREINCX || operation == ESOp::PREDECX;
+    accumulator = ESValue::fromNumber(prefix ? changed : changed - step);
+}
+
+inline void ESContext::stepNumber(ESValue &slot, double step)
+{
+    if (slot.tag == ESTag::Number)
+        slot.number += step;
+    else
+        slot = ESValue::fromNumber(toNumber(slot) + step);
+}
+
+// The function named by a call instruction, pushed over the last argument, and the `this` it
+// gets.
+ESValue ESContext::callee(ESOp operation, const std::uint8_t *at, ESValue *locals)
+{
+    const unsigned slot = unsigned(at[0]) << 8 | at[1];
+    switch (operation) {
+    case ESOp::CALLW: {
+        ESValue function;
+        ESObject *holder = lookupName(m_atoms.atomAt(int(slot)), function);
+        push(function);
+        return ESValue::fromObject(holder);
+    }
+    case ESOp::CALLF: {
+        ESValue self = std::move(accumulator);
+        accumulator = methodOf(self, m_atoms.atomAt(int(slot)));
+        return self;
+    }
+    case ESOp::CALLG:
+        push(globalObject->properties[slot].value);
+        break;
+    case ESOp::CALLA:
+        push(frameArguments[slot]);
+        break;
+    case ESOp::CALLL:
+        push(locals[slot]);
+        break;
+    case ESOp::CALLAM:
+        push(activationObject->properties[slot].value);
+        break;
+    case ESOp::CALLLM:
+        push(activationObject->properties[std::size_t(frameArgumentCount) + slot].value);
+        break;
+    default: {   // CALLX
+        const ESValue key = std::move(accumulator);
+        pop();
+        ESValue self = std::move(accumulator);
+        accumulator = methodOf(self, valueToAtom(key));
+        return self;
+    }
+    }
+    return ESValue::fromObject(globalObject);
+}
+
 void ESContext::run(const ESCode &code)
 {
     const std::uint8_t *const bytes = code.bytes.data();
-    const std::uint32_t *const lines = code.lineTable.data();
-    const int length = code.length();
-    const std::int32_t limit = stackSize;
-    const ESWellKnownAtoms &atoms = names();
+    const double *const numbers = code.numbers.data();
+    const bool polls = m_pollsContinue;
+    // The frame's registers do not change while this code runs: calls restore them.
+    ESValue *const arguments = frameArguments;
+    ESValue *const locals = frameArguments + frameArgumentCount;
+    std::uint32_t *const hints = code.propertyHints();
     int pc = 0;
-    const auto operand = [&](int at) { return unsigned(bytes[at]) << 8 | bytes[at + 1]; };
+    // Errors read the line through the frame, so no step stores it.
+    struct FrameScope {
+        ESContext &context;
+        RunFrame frame;
+        FrameScope(ESContext &context, const ESCode &code, const int *pc)
+            : context(context), frame{&code, pc, context.m_runFrame}
+        {
+            context.m_runFrame = &frame;
+        }
+        ~FrameScope() { context.m_runFrame = frame.outer; }
+    } frameScope(*this, code, &pc);
+    const auto operand = [&](int at) {
+        std::uint16_t word;
+        std::memcpy(&word, bytes + at, sizeof word);
+        return unsigned(qFromBigEndian(word));
+    };
     const auto atomAt = [&](int at) { return m_atoms.atomAt(int(operand(at))); };
-    const auto jumpOrNext = [&](bool jump, int size) { pc = jump ? int(operand(pc + 1)) : pc + size; };
+    const auto jumpOrNext = [&](bool jump) { pc = jump ? int(operand(pc + 1)) : pc + 3; };
     for (;;) {
-        if (m_pollsContinue && !shouldContinue())
+        if (polls && !shouldContinue())
             return;
-        if (pc >= length) [[unlikely]]
-            fatal(QStringLiteral("compiler error: code ends without a return"));
-        currentLine = lines[pc];
-        const ESOp code_ = ESOp(bytes[pc]);
-        switch (code_) {
+        const ESOp op = ESOp(bytes[pc]);
+        switch (op) {
         case ESOp::NUM:
-            push(*this, ESValue::fromNumber(code.numbers[operand(pc + 1)]), limit);
+            pushNumber(numbers[operand(pc + 1)]);
             pc += 3;
             break;
         case ESOp::NUM_0: case ESOp::NUM_1: case ESOp::NUM_2: case ESOp::NUM_3: case ESOp::NUM_4:
-            push(*this, ESValue::fromNumber(int(code_) - int(ESOp::NUM_0)), limit);
+            pushNumber(int(op) - int(ESOp::NUM_0));
             ++pc;
             break;
         case ESOp::NUM_M1:
-            push(*this, ESValue::fromNumber(-1), limit);
+            pushNumber(-1);
             ++pc;
             break;
         case ESOp::NULL_:
-            push(*this, ESValue::null(), limit);
+            push(ESValue::null());
             ++pc;
             break;
         case ESOp::TRUE_:
         case ESOp::FALSE_:
-            push(*this, ESValue::boolean(code_ == ESOp::TRUE_), limit);
+            push(ESValue::boolean(op == ESOp::TRUE_));
             ++pc;
             break;
         case ESOp::UNDEFINED:
-            push(*this, ESValue::undefined(), limit);
+            push(ESValue::undefined());
             ++pc;
             break;
         case ESOp::THIS:
-            push(*this, ESValue::fromObject(thisObject), limit);
+            push(ESValue::fromObject(thisObject));
             ++pc;
             break;
         case ESOp::STR:
-            push(*this, ESValue::fromAtom(atomAt(pc + 1)), limit);
+            push(ESValue::fromAtom(atomAt(pc + 1)));
             pc += 3;
             break;
         case ESOp::NEW:
         case ESOp::NEWA: {
-            const int count = code_ == ESOp::NEWA ? int(operand(pc + 1)) : 0;
+            const int count = op == ESOp::NEWA ? int(operand(pc + 1)) : 0;
             const ESValue function = accumulator;
             if (!function.isObject() || !function.object || !function.object->constructInfo)
                 throwTypeError(QStringLiteral("new must be given a constructor object"));
             ESObject *made = constructObject(function.object, count, stack + stackPointer - count);
-            stackPointer -= count;
+            dropTo(stackPointer - count);
             accumulator = ESValue::fromObject(made);
-            pc += code_ == ESOp::NEWA ? 3 : 1;
+            pc += op == ESOp::NEWA ? 3 : 1;
             break;
         }
         case ESOp::DROP:
-            pop(*this);
+            pop();
             ++pc;
             break;
         case ESOp::DUP:
-            push(*this, accumulator, limit);
+            push(accumulator);
             ++pc;
             break;
         case ESOp::VOID:
@@ -499,45 +806,28 @@ void ESContext::run(const ESCode &code)
             accumulator = ESValue::fromObject(enumerate(accumulator));
             ++pc;
             break;
-        case ESOp::NEXT: {
-            if (!accumulator.isObject() || !accumulator.object)
-                fatal(QStringLiteral("tos isn't a property object"));
-            ESObject *list = accumulator.object;
-            const double index = toNumber(get(list, atoms.index));
-            const double count = toNumber(get(list, atoms.length));
-            if (index < count) {
-                put(list, atoms.index, ESValue::fromNumber(index + 1));
-                accumulator = get(list, atomForIndex(unsigned(index)));
+        case ESOp::NEXT:
+            if (nextEnumerated())
                 pc = int(operand(pc + 1));
-            } else {
-                pop(*this);
+            else
                 pc += 3;
-            }
             break;
-        }
         case ESOp::CLOSURE:
-            push(*this, ESValue::fromObject(makeClosure(operand(pc + 1))), limit);
+            push(ESValue::fromObject(makeClosure(operand(pc + 1))));
             pc += 3;
             break;
-        case ESOp::MKARRAY: {
-            const int count = int(operand(pc + 1));
-            push(*this, accumulator, limit);
-            ESObject *array = newObject(arrayPrototype, arrayClass.get());
-            put(array, atoms.length, ESValue::fromNumber(0));
-            accumulator = ESValue::fromObject(array);
-            for (int i = count - 1; i >= 0; --i)
-                put(array, atomForIndex(unsigned(i)), stack[--stackPointer]);
+        case ESOp::MKARRAY:
+            makeArray(int(operand(pc + 1)));
             pc += 3;
             break;
-        }
         case ESOp::NEWOBJ:
-            push(*this, ESValue::fromObject(newObject(objectPrototype, objectClass.get())), limit);
+            push(ESValue::fromObject(newObject(objectPrototype, objectClass.get())));
             ++pc;
             break;
         case ESOp::WITH: {
             ESObject *object = toObject(accumulator);
             scope = newObject(scope, objectClass.get(), ESValue::fromObject(object));
-            pop(*this);
+            pop();
             ++pc;
             break;
         }
@@ -547,255 +837,204 @@ void ESContext::run(const ESCode &code)
             ++pc;
             break;
         case ESOp::INITF: {
-            const ESValue value = accumulator;
-            pop(*this);
-            put(memberObject(*this, accumulator), atomAt(pc + 1), value);
+            ESValue value = std::move(accumulator);
+            pop();
+            cachedPut(memberObject(accumulator), atomAt(pc + 1), std::move(value), hints[pc]);
             pc += 3;
             break;
         }
         case ESOp::CALLW: case ESOp::CALLF: case ESOp::CALLG: case ESOp::CALLA: case ESOp::CALLAM:
         case ESOp::CALLL: case ESOp::CALLLM: case ESOp::CALLX: {
-            int count = 0;
-            ESObject *self = globalObject;
-            switch (code_) {
-            case ESOp::CALLW: {
-                ESValue function;
-                self = lookupName(atomAt(pc + 1), function);
-                push(*this, function, limit);
-                break;
-            }
-            case ESOp::CALLF:
-                self = memberObject(*this, accumulator);
-                accumulator = get(self, atomAt(pc + 1));
-                break;
-            case ESOp::CALLG:
-                push(*this, globalObject->properties[operand(pc + 1)].value, limit);
-                break;
-            case ESOp::CALLA:
-                push(*this, frameArguments[operand(pc + 1)], limit);
-                break;
-            case ESOp::CALLAM:
-                push(*this, activationObject->properties[operand(pc + 1)].value, limit);
-                break;
-            case ESOp::CALLL:
-                push(*this, frameArguments[frameArgumentCount + int(operand(pc + 1))], limit);
-                break;
-            case ESOp::CALLLM:
-                push(*this, activationObject->properties[std::size_t(frameArgumentCount) + operand(pc + 1)].value,
-                     limit);
-                break;
-            default: {
-                const ESValue key = accumulator;
-                pop(*this);
-                self = memberObject(*this, accumulator);
-                accumulator = get(self, valueToAtom(key));
-                count = int(operand(pc + 1));
-                break;
-            }
-            }
-            if (code_ != ESOp::CALLX)
-                count = int(operand(pc + 3));
+            ESValue self = callee(op, bytes + pc + 1, locals);
+            const int count = int(operand(op == ESOp::CALLX ? pc + 1 : pc + 3));
             if (!isCallable(accumulator))
                 throwTypeError(QStringLiteral("not a function object"));
-            invoke(accumulator.object, ESValue::fromObject(self), count);
-            pc += code_ == ESOp::CALLX ? 3 : 5;
+            invoke(accumulator.object, std::move(self), count);
+            pc += op == ESOp::CALLX ? 3 : 5;
             break;
         }
         case ESOp::GETW: {
             ESValue value;
             lookupName(atomAt(pc + 1), value);
-            push(*this, value, limit);
+            push(value);
             pc += 3;
             break;
         }
-        case ESOp::GETF: {
-            ESObject *object = memberObject(*this, accumulator);
-            accumulator = get(object, atomAt(pc + 1));
+        case ESOp::GETF:
+            if (accumulator.tag == ESTag::Object && accumulator.object)
+                accumulator = cachedGet(accumulator.object, atomAt(pc + 1), hints[pc]);
+            else
+                accumulator = memberOf(accumulator, atomAt(pc + 1));
             pc += 3;
             break;
-        }
         case ESOp::GETG:
-            push(*this, globalObject->properties[operand(pc + 1)].value, limit);
+            push(globalObject->properties[operand(pc + 1)].value);
             pc += 3;
             break;
         case ESOp::GETA:
-            push(*this, frameArguments[operand(pc + 1)], limit);
+            push(arguments[operand(pc + 1)]);
             pc += 3;
             break;
         case ESOp::GETL:
-            push(*this, frameArguments[frameArgumentCount + int(operand(pc + 1))], limit);
+            push(locals[operand(pc + 1)]);
             pc += 3;
             break;
         case ESOp::GETAM:
-            push(*this, activationObject->properties[operand(pc + 1)].value, limit);
+            push(activationObject->properties[operand(pc + 1)].value);
             pc += 3;
             break;
         case ESOp::GETLM:
-            push(*this, activationObject->properties[std::size_t(frameArgumentCount) + operand(pc + 1)].value,
-                 limit);
+            push(activationObject->properties[std::size_t(frameArgumentCount) + operand(pc + 1)].value);
             pc += 3;
             break;
-        case ESOp::GETX: {
-            scratch = stack[--stackPointer];
-            const ESValue key = accumulator;
-            ESObject *object = memberObject(*this, scratch);
-            accumulator = get(object, valueToAtom(key));
+        case ESOp::GETX:
+            scratch = std::move(stack[--stackPointer]);
+            accumulator = indexedGet(scratch, accumulator);
             ++pc;
             break;
-        }
         case ESOp::PUTW:
             storeName(atomAt(pc + 1), accumulator);
-            pop(*this);
+            pop();
             pc += 3;
             break;
         case ESOp::PUTF: {
-            scratch = stack[--stackPointer];
-            put(memberObject(*this, accumulator), atomAt(pc + 1), scratch);
-            pop(*this);
+            // The value in TOS, the object below it.
+            ESValue value = std::move(accumulator);
+            pop();
+            if (accumulator.tag == ESTag::Object && accumulator.object)
+                cachedPut(accumulator.object, atomAt(pc + 1), std::move(value), hints[pc]);
+            else
+                put(memberObject(accumulator), atomAt(pc + 1), std::move(value));
+            pop();
             pc += 3;
             break;
         }
         case ESOp::PUTG:
-            globalObject->properties[operand(pc + 1)].value = accumulator;
-            pop(*this);
+            globalObject->properties[operand(pc + 1)].value = std::move(accumulator);
+            pop();
             pc += 3;
             break;
         case ESOp::PUTA:
-            frameArguments[operand(pc + 1)] = accumulator;
-            pop(*this);
+            arguments[operand(pc + 1)] = std::move(accumulator);
+            pop();
             pc += 3;
             break;
         case ESOp::PUTL:
-            frameArguments[frameArgumentCount + int(operand(pc + 1))] = accumulator;
-            pop(*this);
+            locals[operand(pc + 1)] = std::move(accumulator);
+            pop();
             pc += 3;
             break;
         case ESOp::PUTAM:
-            activationObject->properties[operand(pc + 1)].value = accumulator;
-            pop(*this);
+            activationObject->properties[operand(pc + 1)].value = std::move(accumulator);
+            pop();
             pc += 3;
             break;
         case ESOp::PUTLM:
-            activationObject->properties[std::size_t(frameArgumentCount) + operand(pc + 1)].value = accumulator;
-            pop(*this);
+            activationObject->properties[std::size_t(frameArgumentCount) + operand(pc + 1)].value =
+                std::move(accumulator);
+            pop();
             pc += 3;
             break;
         case ESOp::PUTX: {
-            const ESValue key = accumulator;
-            ESObject *object = memberObject(*this, stack[stackPointer - 1]);
-            const ESValue value = stack[stackPointer - 2];
-            put(object, valueToAtom(key), value);
-            stackPointer -= 2;
-            pop(*this);
+            // TOS the key, then the object, then the value.
+            ESValue key = std::move(accumulator);
+            pop();
+            ESValue holder = std::move(accumulator);
+            pop();
+            indexedPut(holder, key, std::move(accumulator));
+            pop();
             ++pc;
             break;
         }
         case ESOp::ADD: {
-            scratch = stack[--stackPointer];
-            if (scratch.tag == ESTag::Number && accumulator.tag == ESTag::Number)
-                accumulator.number = scratch.number + accumulator.number;
-            else
+            ESValue &left = stack[stackPointer - 1];
+            if (left.tag == ESTag::Number && accumulator.tag == ESTag::Number) {
+                accumulator.number = left.number + accumulator.number;
+                --stackPointer;
+            } else {
+                scratch = std::move(stack[--stackPointer]);
                 accumulator = add(*this, scratch, accumulator);
-            ++pc;
-            break;
-        }
-        case ESOp::SUB: case ESOp::MUL: case ESOp::DIV: case ESOp::MOD: case ESOp::BITAND:
-        case ESOp::BITOR: case ESOp::BITXOR: case ESOp::SHL: case ESOp::SHR: case ESOp::USHR: {
-            scratch = stack[--stackPointer];
-            if (scratch.tag == ESTag::Number && accumulator.tag == ESTag::Number) {
-                if (code_ == ESOp::SUB) {
-                    accumulator.number = scratch.number - accumulator.number;
-                    ++pc;
-                    break;
-                }
-                if (code_ == ESOp::MUL) {
-                    accumulator.number = scratch.number * accumulator.number;
-                    ++pc;
-                    break;
-                }
             }
-            accumulator = arithmetic(*this, code_, scratch, accumulator);
             ++pc;
             break;
         }
+        case ESOp::SUB: case ESOp::MUL: case ESOp::DIV: case ESOp::MOD: {
+            const ESValue &left = stack[stackPointer - 1];
+            if (left.tag == ESTag::Number && accumulator.tag == ESTag::Number) {
+                const double l = left.number;
+                const double r = accumulator.number;
+                accumulator.number = op == ESOp::SUB   ? l - r
+                                     : op == ESOp::MUL ? l * r
+                                     : op == ESOp::DIV ? l / r
+                                                       : moduloOf(l, r);
+                --stackPointer;
+            } else {
+                binarySlow(op);
+            }
+            ++pc;
+            break;
+        }
+        case ESOp::BITAND: case ESOp::BITOR: case ESOp::BITXOR: case ESOp::SHL: case ESOp::SHR:
+        case ESOp::USHR:
+            binarySlow(op);
+            ++pc;
+            break;
         case ESOp::ADDX: case ESOp::SUBX: case ESOp::MULX: case ESOp::DIVX: case ESOp::MODX:
-        case ESOp::BITANDX: case ESOp::BITORX: case ESOp::BITXORX: {
-            const ESValue key = accumulator;
-            ESObject *object = memberObject(*this, stack[--stackPointer]);
-            ESAtom *atom = valueToAtom(key);
-            const ESValue old = get(object, atom);
-            const ESValue right = stack[--stackPointer];
-            accumulator = arithmetic(*this, ESOp(int(code_) - 1), old, right);
-            put(object, atom, accumulator);
+        case ESOp::BITANDX: case ESOp::BITORX: case ESOp::BITXORX:
+            memberAssign(ESOp(int(op) - 1), hints[pc]);
             ++pc;
             break;
-        }
-        case ESOp::INCG: case ESOp::DECG: {
-            ESValue &slot = globalObject->properties[operand(pc + 1)].value;
-            slot = ESValue::fromNumber(toNumber(slot) + (code_ == ESOp::INCG ? 1 : -1));
+        case ESOp::INCG: case ESOp::DECG:
+            stepNumber(globalObject->properties[operand(pc + 1)].value, op == ESOp::INCG ? 1 : -1);
             pc += 3;
             break;
-        }
-        case ESOp::INCA: case ESOp::DECA: {
-            ESValue &slot = frameArguments[operand(pc + 1)];
-            slot = ESValue::fromNumber(toNumber(slot) + (code_ == ESOp::INCA ? 1 : -1));
+        case ESOp::INCA: case ESOp::DECA:
+            stepNumber(arguments[operand(pc + 1)], op == ESOp::INCA ? 1 : -1);
             pc += 3;
             break;
-        }
-        case ESOp::INCL: case ESOp::DECL: {
-            ESValue &slot = frameArguments[frameArgumentCount + int(operand(pc + 1))];
-            if (slot.tag == ESTag::Number)
-                slot.number += code_ == ESOp::INCL ? 1 : -1;
-            else
-                slot = ESValue::fromNumber(toNumber(slot) + (code_ == ESOp::INCL ? 1 : -1));
+        case ESOp::INCL: case ESOp::DECL:
+            stepNumber(locals[operand(pc + 1)], op == ESOp::INCL ? 1 : -1);
             pc += 3;
             break;
-        }
-        case ESOp::PREINCX: case ESOp::POSTINCX: case ESOp::PREDECX: case ESOp::POSTDECX: {
-            // The key is taken as a scope-chain name; an object below it stays on the stack.
-            ESAtom *name = valueToAtom(accumulator);
-            ESValue value;
-            lookupName(name, value);
-            const double step = code_ == ESOp::PREINCX || code_ == ESOp::POSTINCX ? 1 : -1;
-            const double changed = toNumber(value) + step;
-            storeName(name, ESValue::fromNumber(changed));
-            const bool prefix = code_ == ESOp::PREINCX || code_ == ESOp::PREDECX;
-            accumulator = ESValue::fromNumber(prefix ? changed : changed - step);
+        case ESOp::PREINCX: case ESOp::POSTINCX: case ESOp::PREDECX: case ESOp::POSTDECX:
+            nameIncrement(op);
             ++pc;
             break;
-        }
         case ESOp::DELETEW:
-            push(*this, ESValue::boolean(deleteName(atomAt(pc + 1))), limit);
+            push(ESValue::boolean(deleteName(atomAt(pc + 1))));
             pc += 3;
             break;
         case ESOp::DELETEX: {
-            const ESValue key = accumulator;
-            ESObject *object = memberObject(*this, stack[--stackPointer]);
-            accumulator = ESValue::boolean(deleteOwn(object, valueToAtom(key)));
+            const ESValue key = std::move(accumulator);
+            pop();
+            const ESValue holder = std::move(accumulator);
+            accumulator = ESValue::boolean(deleteOwn(memberObject(holder), valueToAtom(key)));
             ++pc;
             break;
         }
-        case ESOp::LT: case ESOp::LE:
-            scratch = stack[--stackPointer];
-            if (scratch.tag == ESTag::Number && accumulator.tag == ESTag::Number
-                && !std::isnan(scratch.number) && !std::isnan(accumulator.number))
-                accumulator = ESValue::boolean(code_ == ESOp::LE ? scratch.number <= accumulator.number
-                                                                 : scratch.number < accumulator.number);
-            else
-                accumulator = compare(*this, scratch, accumulator, code_ == ESOp::LE);
-            ++pc;
-            break;
-        case ESOp::EQ: case ESOp::NE: {
-            scratch = stack[--stackPointer];
-            const bool equal = equals(*this, scratch, accumulator);
-            accumulator = ESValue::boolean(code_ == ESOp::EQ ? equal : !equal);
+        case ESOp::LT: case ESOp::LE: {
+            const ESValue &left = stack[stackPointer - 1];
+            if (left.tag == ESTag::Number && accumulator.tag == ESTag::Number
+                && !std::isnan(left.number) && !std::isnan(accumulator.number)) {
+                const bool result = op == ESOp::LE ? left.number <= accumulator.number
+                                                   : left.number < accumulator.number;
+                --stackPointer;
+                accumulator = ESValue::boolean(result);
+            } else {
+                binarySlow(op);
+            }
             ++pc;
             break;
         }
-        case ESOp::IDENTITY: case ESOp::NOTIDENTITY: {
-            scratch = stack[--stackPointer];
-            const bool same = identical(*this, scratch, accumulator);
-            accumulator = ESValue::boolean(code_ == ESOp::IDENTITY ? same : !same);
+        case ESOp::EQ: case ESOp::NE: case ESOp::IDENTITY: case ESOp::NOTIDENTITY: {
+            const ESValue &left = stack[stackPointer - 1];
+            if (left.tag == ESTag::Number && accumulator.tag == ESTag::Number) {
+                const bool equal = left.number == accumulator.number;   // false for NaN
+                --stackPointer;
+                accumulator = ESValue::boolean(op == ESOp::EQ || op == ESOp::IDENTITY ? equal : !equal);
+            } else {
+                binarySlow(op);
+            }
             ++pc;
             break;
         }
@@ -817,16 +1056,14 @@ void ESContext::run(const ESCode &code)
             ++pc;
             break;
         case ESOp::LOGAND:
-        case ESOp::LOGOR: {
-            const bool truth = toBoolean(accumulator);
-            if (truth == (code_ == ESOp::LOGOR)) {
+        case ESOp::LOGOR:
+            if (toBoolean(accumulator) == (op == ESOp::LOGOR)) {
                 pc = int(operand(pc + 1));
             } else {
-                pop(*this);
+                pop();
                 pc += 3;
             }
             break;
-        }
         case ESOp::J:
             pc = int(operand(pc + 1));
             break;
@@ -834,36 +1071,41 @@ void ESContext::run(const ESCode &code)
         case ESOp::JF: {
             const bool truth = accumulator.tag == ESTag::Boolean ? accumulator.number != 0.0
                                                                  : toBoolean(accumulator);
-            pop(*this);
-            jumpOrNext(truth == (code_ == ESOp::JT), 3);
+            pop();
+            jumpOrNext(truth == (op == ESOp::JT));
             break;
         }
         case ESOp::JT_DROP:
             if (toBoolean(accumulator)) {
-                pop(*this);
-                pop(*this);
+                pop();
+                pop();
                 pc = int(operand(pc + 1));
             } else {
-                pop(*this);
+                pop();
                 pc += 3;
             }
             break;
         case ESOp::JLT: {
-            const ESValue right = accumulator;
-            const ESValue left = stack[--stackPointer];
-            pop(*this);
+            const ESValue &left = stack[stackPointer - 1];
             bool less = false;
-            if (left.tag == ESTag::Number && right.tag == ESTag::Number)
-                less = left.number < right.number;
-            else
-                less = compare(*this, left, right, false).isTrue();
-            jumpOrNext(less, 3);
+            if (left.tag == ESTag::Number && accumulator.tag == ESTag::Number) {
+                less = left.number < accumulator.number;
+                --stackPointer;
+                pop();
+            } else {
+                const ESValue right = std::move(accumulator);
+                pop();
+                const ESValue leftValue = std::move(accumulator);
+                pop();
+                less = compare(*this, leftValue, right, false).isTrue();
+            }
+            jumpOrNext(less);
             break;
         }
         case ESOp::RET:
             return;
         case ESOp::RETU:
-            push(*this, ESValue::undefined(), limit);
+            push(ESValue::undefined());
             return;
         default:
             illegalInstruction(code, pc);

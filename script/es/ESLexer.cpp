@@ -1,7 +1,6 @@
-// The lexer half of ESParser: one token of look-ahead over the 16-bit source text.
-#include "script/es/ESParser.h"
-#include "script/es/ESAtom.h"
-#include "script/es/ESContext.h"
+#include "script/es/ESLexer.h"
+#include "script/es/ESCompilerContext.h"
+#include "script/es/ESNode.h"
 #include <array>
 #include <charconv>
 #include <iterator>
@@ -95,7 +94,7 @@ int hexValue(QChar c)
 
 } // namespace
 
-QString ESParser::tokenName(int token)
+QString ESLexer::tokenName(int token)
 {
     if (token >= 0 && token < ESToken::End)
         return QString(QChar(char16_t(token)));
@@ -108,13 +107,13 @@ QString ESParser::tokenName(int token)
     return QStringLiteral("token<%1>").arg(token);
 }
 
-ESParser::ESParser(ESContext &context) : m_context(context)
+ESLexer::ESLexer(ESCompilerContext &compiler) : m_compiler(compiler)
 {
     for (int i = ESToken::firstKeyword; i <= ESToken::lastKeyword; ++i)
         m_keywords.insert(QString::fromLatin1(keywordNames[i - ESToken::firstKeyword]), i);
 }
 
-void ESParser::setSource(const QString &text)
+void ESLexer::setSource(const QString &text)
 {
     m_text = text;
     m_pos = 0;
@@ -122,7 +121,7 @@ void ESParser::setSource(const QString &text)
     m_hasPeek = false;
 }
 
-int ESParser::next()
+int ESLexer::next()
 {
     if (m_hasPeek) {
         m_hasPeek = false;
@@ -133,7 +132,7 @@ int ESParser::next()
     return m_current.type;
 }
 
-int ESParser::peek()
+int ESLexer::peek()
 {
     if (!m_hasPeek) {
         lex(m_peek);
@@ -143,7 +142,7 @@ int ESParser::peek()
 }
 
 // Skips white space and comments; false when the text ends first.
-bool ESParser::skipBlanksAndComments(Token &token)
+bool ESLexer::skipBlanksAndComments(Token &token)
 {
     const qsizetype size = m_text.size();
     while (m_pos < size) {
@@ -182,7 +181,7 @@ bool ESParser::skipBlanksAndComments(Token &token)
     return false;
 }
 
-void ESParser::lex(Token &token)
+void ESLexer::lex(Token &token)
 {
     token = Token{};
     if (!skipBlanksAndComments(token)) {
@@ -207,7 +206,7 @@ void ESParser::lex(Token &token)
     }
 }
 
-bool ESParser::lexOperator(Token &token, QChar c)
+bool ESLexer::lexOperator(Token &token, QChar c)
 {
     if (c.unicode() >= 128 || singleOperators.find(char(c.unicode())) == std::string_view::npos)
         return false;
@@ -224,7 +223,7 @@ bool ESParser::lexOperator(Token &token, QChar c)
     return true;
 }
 
-void ESParser::lexIdentifier(Token &token)
+void ESLexer::lexIdentifier(Token &token)
 {
     const qsizetype start = m_pos;
     while (m_pos < m_text.size()
@@ -238,10 +237,10 @@ void ESParser::lexIdentifier(Token &token)
         return;
     }
     token.type = ESToken::Identifier;
-    token.atom = m_context.intern(text);
+    token.atom = m_compiler.intern(text);
 }
 
-void ESParser::lexString(Token &token, QChar quote)
+void ESLexer::lexString(Token &token, QChar quote)
 {
     const qsizetype size = m_text.size();
     QString text;
@@ -301,10 +300,10 @@ void ESParser::lexString(Token &token, QChar quote)
         }
     }
     token.type = ESToken::String;
-    token.atom = m_context.intern(text);
+    token.atom = m_compiler.intern(text);
 }
 
-void ESParser::lexNumber(Token &token)
+void ESLexer::lexNumber(Token &token)
 {
     const qsizetype size = m_text.size();
     const auto at = [&](qsizetype i) { return i < size ? m_text.at(i) : QChar(); };
@@ -355,7 +354,12 @@ void ESParser::lexNumber(Token &token)
     token.number = value;
 }
 
-bool ESParser::colonFollows() const
+void ESLexer::syntaxError(const QString &message)
+{
+    m_compiler.syntaxError(m_line, message);
+}
+
+bool ESLexer::colonFollows() const
 {
     qsizetype pos = m_pos;
     while (pos < m_text.size()) {

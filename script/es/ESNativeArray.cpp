@@ -16,42 +16,14 @@ struct ESNativeArray::SlotIndex {
 
 namespace {
 
-// Whole-array walks (join, sort, reverse, concat, ...) stop with a RangeError beyond this many
-// elements, so that a length such as 4294967295 on a nearly empty array never hangs.
-constexpr double maxWalkLength = double(1 << 22);
 // The atoms of the indices up to this count are remembered once made.
 constexpr std::uint32_t maxCachedIndexAtoms = 1 << 22;
-
-// The index a key names, or -1: the key must be the canonical decimal text of the number (so
-// "01" is no index), which is the same as being the atom of that number.
-qint64 arrayIndex(const ESAtom *key)
-{
-    const QString &text = key->text;
-    const qsizetype size = text.size();
-    if (size == 0 || size > 10 || (size > 1 && text.at(0) == QLatin1Char('0')))
-        return -1;
-    qint64 index = 0;
-    for (const QChar c : text) {
-        if (c < QLatin1Char('0') || c > QLatin1Char('9'))
-            return -1;
-        index = index * 10 + (c.unicode() - '0');
-    }
-    return index < 0x7fffffff ? index : -1;
-}
 
 } // namespace
 
 qint64 ESNativeArray::elementIndex(const ESAtom *key)
 {
-    const std::size_t atom = std::size_t(key->index);
-    if (atom >= m_elementOfAtom.size())
-        m_elementOfAtom.resize(std::max(atom + 1, 2 * m_elementOfAtom.size()), 0);
-    std::uint32_t &known = m_elementOfAtom[atom];
-    if (known == 0) {
-        const qint64 element = arrayIndex(key);
-        known = element < 0 ? 1 : std::uint32_t(element + 2);
-    }
-    return known == 1 ? -1 : qint64(known) - 2;
+    return key->element;
 }
 
 void ESNativeArray::record(SlotIndex &index, std::size_t propertyCount, std::uint32_t position,
@@ -111,12 +83,29 @@ ESProperty *ESNativeArray::findElement(ESObject *object, std::uint32_t index, co
     return table.sparse || index >= 0x7fffffff ? findIndexed(table, object, atom) : nullptr;
 }
 
+ESProperty *ESNativeArray::ownElement(ESObject *object, std::uint32_t index)
+{
+    SlotIndex &table = slotIndex(object);
+    if (index >= table.positions.size())
+        return nullptr;
+    const std::uint32_t slot = table.positions[index];
+    // A position names the slot of its own index's key; a deleted slot has lost its key.
+    if (slot && object->properties[slot - 1].key)
+        return &object->properties[slot - 1];
+    return nullptr;
+}
+
 ESNativeArray::~ESNativeArray() = default;
 
 ESNativeArray::SlotIndex &ESNativeArray::slotIndex(ESObject *object)
 {
-    if (object->reserved > 0 && std::size_t(object->reserved) <= m_indices.size())
+    if (object->reserved > 0 && std::size_t(object->reserved) <= m_indices.size()) [[likely]]
         return *m_indices[std::size_t(object->reserved - 1)];
+    return newSlotIndex(object);
+}
+
+ESNativeArray::SlotIndex &ESNativeArray::newSlotIndex(ESObject *object)
+{
     auto index = std::make_unique<SlotIndex>();
     const std::vector<ESProperty> &properties = object->properties;
     for (std::size_t i = 0; i < properties.size(); ++i) {
@@ -247,7 +236,18 @@ public:
         context.put(object, context.names().length, ESValue::fromNumber(length));
     }
     ESValue get(ESAtom *key) const { return context.get(object, key); }
-    ESValue get(double index) const { return get(atom(index)); }
+    ESValue get(double index) const
+    {
+        if (const ESProperty *own = ownElement(index))
+            return own->value;
+        return get(atom(index));
+    }
+    // An Array's own element found by its index alone, or null (see ESNativeArray::ownElement).
+    ESProperty *ownElement(double index) const
+    {
+        return array && index < 4294967295.0 ? array->ownElement(object, std::uint32_t(index))
+                                              : nullptr;
+    }
     void put(ESAtom *key, ESValue value) const { context.put(object, key, value); }
     void put(double index, ESValue value) const { put(atom(index), value); }
     bool has(ESAtom *key) const
@@ -289,7 +289,9 @@ public:
     }
     void checkWalk(double length, const char *method) const
     {
-        if (length > maxWalkLength) {
+        // Whole-array walks (join, sort, reverse, concat, ...) stop with a RangeError beyond
+        // the context's limit, so that a length such as 4294967295 never hangs.
+        if (length > context.limits.walkLength) {
             context.throwRangeError(QStringLiteral("array too long for Array.prototype.")
                                     + QLatin1String(method));
         }
@@ -337,16 +339,18 @@ QString joinElements(const Elements &elements, const QString &separator)
     context.checkNativeStack();   // an array that holds itself recurses through toString
     const double length = elements.length();
     elements.checkWalk(length, "join");
-    if (length > 1 && (length - 1) * double(separator.size()) > double(ESNativeMaxTextLength))
+    if (length > 1 && (length - 1) * double(separator.size()) > double(context.limits.textLength))
         context.throwRangeError(QStringLiteral("string too long"));
     QString text;
     for (double i = 0; i < length; ++i) {
         if (i > 0)
             text += separator;
         const ESValue value = elements.get(i);
-        if (value.tag != ESTag::Undefined && value.tag != ESTag::Null)
+        if (value.isString())
+            text += ESContext::textView(value);
+        else if (value.tag != ESTag::Undefined && value.tag != ESTag::Null)
             text += context.toESString(value);
-        if (text.size() > ESNativeMaxTextLength)
+        if (text.size() > context.limits.textLength)
             context.throwRangeError(QStringLiteral("string too long"));
     }
     return text;
@@ -354,7 +358,7 @@ QString joinElements(const Elements &elements, const QString &separator)
 
 void setText(ESNativeCall &call, const QString &text)
 {
-    call.setResult(ESValue::fromAtom(call.context.intern(text)));
+    call.setResult(ESContext::newString(text));
 }
 
 void toString(ESNativeCall &call)
@@ -523,32 +527,25 @@ private:
 
     ESAtom *atom(std::uint32_t index) const { return m_elements.atom(double(index)); }
     // An Array's own elements are read and overwritten in place, the rest through get and put.
-    ESProperty *ownElement(std::uint32_t index, const ESAtom *key) const
-    {
-        ESNativeArray *const array = m_elements.array;
-        return array ? array->findElement(m_elements.object, index, key) : nullptr;
-    }
     Slot read(std::uint32_t index) const
     {
-        ESAtom *const key = atom(index);
-        if (const ESProperty *own = ownElement(index, key))
+        if (const ESProperty *own = m_elements.ownElement(index))
             return Slot{true, own->value};
         Slot slot;
-        slot.present = m_elements.read(key, slot.value);
+        slot.present = m_elements.read(atom(index), slot.value);
         return slot;
     }
     void write(std::uint32_t index, const Slot &slot) const
     {
-        ESAtom *const key = atom(index);
         if (!slot.present) {
-            m_elements.remove(key);
+            m_elements.remove(atom(index));
             return;
         }
-        ESProperty *own = ownElement(index, key);
+        ESProperty *own = m_elements.ownElement(index);
         if (own && !(own->flags & ESPropertyFlag::ReadOnly) && double(index) < m_elements.length())
             own->value = slot.value;
         else
-            m_elements.put(key, slot.value);
+            m_elements.put(atom(index), slot.value);
     }
 
     // Whether `left` belongs after `right`: absent elements go to the end.

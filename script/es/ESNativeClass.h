@@ -98,10 +98,6 @@ public:
     QStringList searchDirectories;   // tried in order by `load`
 };
 
-// The longest text a native function builds; longer results raise RangeError "string too long"
-// before anything is allocated.
-constexpr qsizetype ESNativeMaxTextLength = qsizetype(1) << 27;
-
 class ESNativeArray : public ESNativeClass {
 public:
     ESNativeArray();
@@ -115,6 +111,9 @@ public:
     ESProperty *findOwn(ESObject *object, const ESAtom *atom);
     // The same for an element whose index is known: `atom` must be the atom of `index`.
     ESProperty *findElement(ESObject *object, std::uint32_t index, const ESAtom *atom);
+    // An element's own slot found by its index alone, or null when the index does not tell
+    // (no such element, or a sparse array): then the caller takes the general path.
+    ESProperty *ownElement(ESObject *object, std::uint32_t index);
     // The atom of an element index, remembered for the indices the library walks over.
     ESAtom *indexAtom(ESContext &context, double index);
     // A new Array of the values, built without searching for slots.
@@ -123,18 +122,18 @@ public:
     struct SlotIndex;
 
 private:
-    // The element index a key names, or -1; remembered per atom.
-    qint64 elementIndex(const ESAtom *key);
+    // The element index a key names, or -1.
+    static qint64 elementIndex(const ESAtom *key);
     void record(SlotIndex &index, std::size_t propertyCount, std::uint32_t position,
                 const ESAtom *key);
     ESProperty *findIndexed(SlotIndex &index, ESObject *object, const ESAtom *atom);
     SlotIndex &slotIndex(ESObject *object);
+    SlotIndex &newSlotIndex(ESObject *object);
     void append(ESObject *object, SlotIndex &index, ESAtom *atom, ESValue value);
     void truncate(ESObject *object, SlotIndex &index, double oldLength, double newLength);
 
     std::vector<std::unique_ptr<SlotIndex>> m_indices;   // ESObject::reserved - 1 indexes this
     std::vector<ESAtom *> m_indexAtoms;
-    std::vector<std::uint32_t> m_elementOfAtom;   // by atom index: 0 unknown, 1 none, else index + 2
 };
 
 class ESNativeString : public ESNativeClass {

@@ -210,7 +210,7 @@ ESObject *dateConstruct(ESNativeCall &call)
 void dateCall(ESNativeCall &call)
 {
     const QString text = textOf(wallClockNow(), TextForm::DateTime);
-    call.setResult(ESValue::fromAtom(call.context.intern(text)));
+    call.setResult(ESContext::newString(text));
 }
 
 ESObject *thisDate(const ESNativeCall &call)
@@ -236,7 +236,7 @@ double thisTime(const ESNativeCall &call)
 template <TextForm form>
 void toText(ESNativeCall &call)
 {
-    call.setResult(ESValue::fromAtom(call.context.intern(textOf(thisTime(call), form))));
+    call.setResult(ESContext::newString(textOf(thisTime(call), form)));
 }
 
 void getTime(ESNativeCall &call)

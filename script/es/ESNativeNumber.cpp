@@ -47,7 +47,7 @@ void toString(ESNativeCall &call)
         context.throwRangeError(
             QStringLiteral("Number.prototype.toString: radix %1 is not from 2 to 36").arg(radix));
     }
-    call.setResult(ESValue::fromAtom(context.intern(ESContext::numberToString(value, radix))));
+    call.setResult(ESContext::newString(ESContext::numberToString(value, radix)));
 }
 
 // The C library's fixed notation, right-aligned in 40 columns and then trimmed: so NaN and the
@@ -62,7 +62,7 @@ void toFixed(ESNativeCall &call)
     // The widest result: 309 integer digits, sign, point and 20 fraction digits.
     char text[400];
     std::snprintf(text, sizeof text, "%40.*f", int(digits), value);
-    call.setResult(ESValue::fromAtom(context.intern(QString::fromLatin1(text).trimmed())));
+    call.setResult(ESContext::newString(QString::fromLatin1(text).trimmed()));
 }
 
 void valueOf(ESNativeCall &call)

@@ -10,16 +10,17 @@
 namespace {
 
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-// A split into more parts fails: every part is an element of 32 bytes plus its atom.
-constexpr qsizetype maxSplitParts = qsizetype(1) << 22;
 
-// The text a prototype method works on: `this` through toObject, then its text.
+// The text a prototype method works on: a string `this` as it is (the interpreter calls the
+// library on a string without wrapping it), anything else through toObject, then its text.
 QString thisText(ESNativeCall &call)
 {
     ESContext &context = call.context;
+    if (call.thisValue.isString())
+        return context.toESString(call.thisValue);
     ESObject *object = context.toObject(call.thisValue);
     if (context.isString(object))
-        return object->primitive.tag == ESTag::Atom ? object->primitive.atom->text : QString();
+        return object->primitive.isString() ? context.toESString(object->primitive) : QString();
     return context.toESString(ESValue::fromObject(object));
 }
 
@@ -43,9 +44,9 @@ qsizetype clampedArgument(ESNativeCall &call, int index, qsizetype length, qsize
 
 void setText(ESNativeCall &call, const QString &text)
 {
-    if (text.size() > ESNativeMaxTextLength)
+    if (text.size() > call.context.limits.textLength)
         call.context.throwRangeError(QStringLiteral("string too long"));
-    call.setResult(ESValue::fromAtom(call.context.intern(text)));
+    call.setResult(ESContext::newString(text));
 }
 
 void setNumber(ESNativeCall &call, double number)
@@ -56,15 +57,17 @@ void setNumber(ESNativeCall &call, double number)
 void stringCall(ESNativeCall &call)
 {
     ESContext &context = call.context;
-    call.setResult(ESValue::fromAtom(context.intern(context.toESString(call.arguments[0]))));
+    const ESValue &value = call.arguments[0];
+    call.setResult(value.isString() ? value : ESContext::newString(context.toESString(value)));
 }
 
 ESObject *stringConstruct(ESNativeCall &call)
 {
     ESContext &context = call.context;
-    ESAtom *text = context.intern(context.toESString(call.argument(0)));
+    const ESValue value = call.argument(0);
     return context.newObject(context.stringPrototype, context.stringClass.get(),
-                             ESValue::fromAtom(text));
+                             value.isString() ? value
+                                              : ESContext::newString(context.toESString(value)));
 }
 
 void fromCharCode(ESNativeCall &call)
@@ -81,7 +84,7 @@ void wrappedText(ESNativeCall &call, const QString &message)
     ESContext &context = call.context;
     const ESValue self = call.thisValue;
     if (self.isString()) {
-        call.setResult(ESValue::fromAtom(context.valueToAtom(self)));
+        call.setResult(self);
         return;
     }
     if (!self.isObject() || !self.object || !context.isString(self.object))
@@ -124,7 +127,7 @@ void concat(ESNativeCall &call)
     QString text = thisText(call);
     for (int i = 0; i < call.argumentCount; ++i) {
         const QString part = call.context.toESString(call.arguments[i]);
-        if (text.size() + part.size() > ESNativeMaxTextLength)
+        if (text.size() + part.size() > call.context.limits.textLength)
             call.context.throwRangeError(QStringLiteral("string too long"));
         text += part;
     }
@@ -173,7 +176,7 @@ void replace(ESNativeCall &call)
     if (before.isEmpty()) {
         // Empty text matches before every character and at the end.
         const double size = double(text.size()) + double(text.size() + 1) * double(after.size());
-        if (size > double(ESNativeMaxTextLength))
+        if (size > double(call.context.limits.textLength))
             call.context.throwRangeError(QStringLiteral("string too long"));
         QString result = after;
         for (const QChar c : text)
@@ -183,7 +186,7 @@ void replace(ESNativeCall &call)
     }
     const qsizetype count = text.count(before);
     const double size = double(text.size()) + double(count) * double(after.size() - before.size());
-    if (size > double(ESNativeMaxTextLength))
+    if (size > double(call.context.limits.textLength))
         call.context.throwRangeError(QStringLiteral("string too long"));
     QString result;
     result.reserve(qsizetype(size));
@@ -253,7 +256,7 @@ void split(ESNativeCall &call)
     PartAtoms atoms(context);
     std::vector<ESValue> parts;
     const auto add = [&](QStringView part) {
-        if (parts.size() >= std::size_t(maxSplitParts))
+        if (parts.size() >= std::size_t(context.limits.splitParts))
             context.throwRangeError(QStringLiteral("too many parts in String.prototype.split"));
         parts.push_back(ESValue::fromAtom(atoms.atom(part)));
     };
@@ -344,9 +347,8 @@ void ESNativeString::initialise(ESContext &context)
 // their "length" is the argument count stored in the vector.
 ESValue ESNativeString::get(ESContext &context, ESObject *object, ESAtom *atom)
 {
-    if (atom == context.names().length && object->primitive.tag == ESTag::Atom
-        && !object->functionInfo)
-        return ESValue::fromNumber(double(object->primitive.atom->text.size()));
+    if (atom == context.names().length && object->primitive.isString() && !object->functionInfo)
+        return ESValue::fromNumber(double(ESContext::textView(object->primitive).size()));
     return defaultGet(object, atom);
 }
 

@@ -1,9 +1,8 @@
-// The parser half of ESParser: statements and expressions into a tree of ESNode.
 #include "script/es/ESParser.h"
 #include "script/es/ESAtom.h"
 #include "script/es/ESCode.h"
-#include "script/es/ESContext.h"
-#include "script/es/ESNativeClass.h"
+#include "script/es/ESCodeGenerator.h"
+#include "script/es/ESObject.h"
 #include <iterator>
 
 namespace {
@@ -55,20 +54,70 @@ struct Chain {
 
 } // namespace
 
+ESParser::ESParser(ESContext &context) : m_compiler(context), m_lexer(m_compiler) {}
+
 ESParser::~ESParser() = default;
+
+std::unique_ptr<ESCode> ESParser::compileProgram()
+{
+    auto code = std::make_unique<ESCode>();
+    m_script = node(ESToken::Function);
+    m_script->code = code.get();
+    m_function = m_script;
+    m_script->children[0] = parseStatementList(ESToken::End);
+    if (peek() != ESToken::End)
+        expect(ESToken::End);
+    generatePending();
+    ESCodeGenerator(m_compiler, m_listing).generateScript(m_script);
+    return code;
+}
+
+ESObject *ESParser::compileFunction(const QString &parameterText, const QString &bodyText)
+{
+    ESCode scriptCode;
+    m_script = node(ESToken::Function);
+    m_script->code = &scriptCode;
+    ESNode *function = node(ESToken::Function);
+    function->parentFunction = m_script;
+    auto code = std::make_unique<ESCode>();
+    function->code = code.get();
+    function->functionIndex = m_compiler.addCode(std::move(code));
+    m_function = function;
+
+    setSource(parameterText);
+    parseParameters(ESToken::End);
+    expect(ESToken::End);
+    setSource(bodyText);
+    function->children[0] = parseStatementList(ESToken::End);
+    expect(ESToken::End);
+    m_pending.push_back(function);
+    generatePending();
+
+    ESObject *result = m_compiler.globalClosure(function->functionIndex);
+    result->primitive = ESValue::fromAtom(m_compiler.intern(QStringLiteral("anonymous")));
+    return result;
+}
+
+// Functions are generated once their whole body is read, innermost first.
+void ESParser::generatePending()
+{
+    ESCodeGenerator generator(m_compiler, m_listing);
+    for (ESNode *function : m_pending)
+        generator.generateFunction(function);
+    m_pending.clear();
+}
 
 void ESParser::syntaxError(const QString &message, int line)
 {
-    m_context.currentLine = std::uint32_t(line > 0 ? line : m_line);
-    m_context.throwError(m_context.syntaxErrorClass->constructorObject, message);
+    m_compiler.syntaxError(line > 0 ? line : m_lexer.line(), message);
 }
 
 void ESParser::expect(int token)
 {
     const int found = next();
     if (found != token)
-        syntaxError(QStringLiteral("expected ") + tokenName(token) + QStringLiteral(" found ")
-                    + tokenName(found));
+        syntaxError(QStringLiteral("expected ") + ESLexer::tokenName(token) + QStringLiteral(" found ")
+                    + ESLexer::tokenName(found));
 }
 
 void ESParser::semicolon()
@@ -78,14 +127,14 @@ void ESParser::semicolon()
         next();
         return;
     }
-    if (token == '}' || token == ESToken::End || m_peek.newlineBefore)
+    if (token == '}' || token == ESToken::End || m_lexer.peeked().newlineBefore)
         return;
     expect(';');
 }
 
 void ESParser::enterNesting()
 {
-    if (++m_depth > maxNesting || m_context.nativeStackLow())
+    if (++m_depth > maxNesting || m_compiler.nativeStackLow())
         syntaxError(QStringLiteral("expression or statement nested too deeply"));
 }
 
@@ -98,7 +147,7 @@ ESNode *ESParser::node(int kind, ESNode *a, ESNode *b, ESNode *c, ESNode *d)
     made->children[1] = b;
     made->children[2] = c;
     made->children[3] = d;
-    made->line = m_current.line;
+    made->line = m_lexer.current().line;
     return made;
 }
 
@@ -160,25 +209,13 @@ ESNode *ESParser::parseStatement()
     case ESToken::If:
         result = parseIf();
         break;
-    case ESToken::While: {
-        next();
-        result = node(ESToken::While);
-        expect('(');
-        result->children[0] = parseExpression();
-        expect(')');
-        result->children[1] = parseStatement();
+    case ESToken::While:
+    case ESToken::With:
+        result = parseGoverned(peek());
         break;
-    }
-    case ESToken::Do: {
-        next();
-        result = node(ESToken::Do);
-        result->children[1] = parseStatement();
-        expect(ESToken::While);
-        expect('(');
-        result->children[0] = parseExpression();
-        expect(')');
+    case ESToken::Do:
+        result = parseDo();
         break;
-    }
     case ESToken::For:
         result = parseFor();
         break;
@@ -186,26 +223,9 @@ ESNode *ESParser::parseStatement()
     case ESToken::Continue:
         result = parseJump(peek());
         break;
-    case ESToken::Return: {
-        next();
-        if (m_function == m_script)
-            syntaxError(tokenName(ESToken::Return) + QStringLiteral(" not in a function"));
-        result = node(ESToken::Return);
-        const int token = peek();
-        if (token != ';' && token != '}' && !m_peek.newlineBefore)
-            result->children[0] = parseExpression();
-        semicolon();
+    case ESToken::Return:
+        result = parseReturn();
         break;
-    }
-    case ESToken::With: {
-        next();
-        result = node(ESToken::With);
-        expect('(');
-        result->children[0] = parseExpression();
-        expect(')');
-        result->children[1] = parseStatement();
-        break;
-    }
     case ESToken::Switch:
         result = parseSwitch();
         break;
@@ -218,23 +238,72 @@ ESNode *ESParser::parseStatement()
     case ESToken::Try:
         result = parseTry();
         break;
-    case ESToken::Identifier:
-        peek();
-        if (colonFollows()) {
-            next();
-            result = node(ESToken::Label);
-            result->atom = m_current.atom;
-            expect(':');
-            result->children[0] = parseStatement();
-            break;
-        }
-        [[fallthrough]];
     default:
-        result = node(ESToken::ExpressionStatement, parseExpression());
-        semicolon();
+        result = parseLabelOrExpression();
         break;
     }
     leaveNesting();
+    return result;
+}
+
+// A keyword and an expression in parentheses (`if`, `while`, `with`, `switch`): the node of
+// the keyword with the expression as its first child.
+ESNode *ESParser::parseHead(int kind)
+{
+    next();
+    ESNode *result = node(kind);
+    expect('(');
+    result->children[0] = parseExpression();
+    expect(')');
+    return result;
+}
+
+// `while (test) body` and `with (object) body`: the head and the statement it governs.
+ESNode *ESParser::parseGoverned(int kind)
+{
+    ESNode *result = parseHead(kind);
+    result->children[1] = parseStatement();
+    return result;
+}
+
+ESNode *ESParser::parseDo()
+{
+    next();
+    ESNode *result = node(ESToken::Do);
+    result->children[1] = parseStatement();
+    expect(ESToken::While);
+    expect('(');
+    result->children[0] = parseExpression();
+    expect(')');
+    return result;
+}
+
+ESNode *ESParser::parseReturn()
+{
+    next();
+    if (m_function == m_script)
+        syntaxError(ESLexer::tokenName(ESToken::Return) + QStringLiteral(" not in a function"));
+    ESNode *result = node(ESToken::Return);
+    const int token = peek();
+    if (token != ';' && token != '}' && !m_lexer.peeked().newlineBefore)
+        result->children[0] = parseExpression();
+    semicolon();
+    return result;
+}
+
+// `name:` labels the statement after it; anything else is an expression statement.
+ESNode *ESParser::parseLabelOrExpression()
+{
+    if (peek() == ESToken::Identifier && m_lexer.colonFollows()) {
+        next();
+        ESNode *result = node(ESToken::Label);
+        result->atom = m_lexer.current().atom;
+        expect(':');
+        result->children[0] = parseStatement();
+        return result;
+    }
+    ESNode *result = node(ESToken::ExpressionStatement, parseExpression());
+    semicolon();
     return result;
 }
 
@@ -246,7 +315,7 @@ ESNode *ESParser::parseVarList(int *count)
     for (;;) {
         expect(ESToken::Identifier);
         ESNode *name = node(ESToken::Identifier);
-        name->atom = m_current.atom;
+        name->atom = m_lexer.current().atom;
         declareVariable(name->atom, ESPropertyFlag::DontEnum | ESPropertyFlag::DontDelete);
         ESNode *item = name;
         if (peek() == '=') {
@@ -265,12 +334,7 @@ ESNode *ESParser::parseVarList(int *count)
 
 ESNode *ESParser::parseIf()
 {
-    next();
-    ESNode *result = node(ESToken::If);
-    expect('(');
-    result->children[0] = parseExpression();
-    expect(')');
-    result->children[1] = parseStatement();
+    ESNode *result = parseGoverned(ESToken::If);
     if (peek() == ESToken::Else) {
         next();
         result->children[2] = parseStatement();
@@ -317,11 +381,7 @@ ESNode *ESParser::parseFor()
 
 ESNode *ESParser::parseSwitch()
 {
-    next();
-    ESNode *result = node(ESToken::Switch);
-    expect('(');
-    result->children[0] = parseExpression();
-    expect(')');
+    ESNode *result = parseHead(ESToken::Switch);
     expect('{');
     Chain clauses;
     bool hasDefault = false;
@@ -336,7 +396,7 @@ ESNode *ESParser::parseSwitch()
             hasDefault = true;
             clause = node(ESToken::Default);
         } else {
-            syntaxError(QStringLiteral("expected 'case' or 'default' but found '") + tokenName(token)
+            syntaxError(QStringLiteral("expected 'case' or 'default' but found '") + ESLexer::tokenName(token)
                         + QStringLiteral("'"));
         }
         expect(':');
@@ -396,7 +456,7 @@ ESNode *ESParser::parseJump(int kind)
     ESNode *result = node(kind);
     if (peek() == ESToken::Identifier) {
         next();
-        result->atom = m_current.atom;
+        result->atom = m_lexer.current().atom;
     }
     semicolon();
     return result;
@@ -408,34 +468,25 @@ ESNode *ESParser::parseJump(int kind)
 ESNode *ESParser::parseFunction(bool declaration)
 {
     next();
-    const int line = m_current.line;
+    const int line = m_lexer.current().line;
     ESAtom *name = nullptr;
     if (declaration || peek() == ESToken::Identifier) {
         expect(ESToken::Identifier);
-        name = m_current.atom;
+        name = m_lexer.current().atom;
     }
     ESNode *function = node(ESToken::Function);
     function->line = line;
     function->parentFunction = m_function;
     auto code = std::make_unique<ESCode>();
     function->code = code.get();
-    function->functionIndex = int(m_context.codeObjects.size());
-    m_context.codeObjects.push_back(std::move(code));
+    function->functionIndex = m_compiler.addCode(std::move(code));
     if (name)
         declareVariable(name, 0);
 
     ESNode *const outer = m_function;
     m_function = function;
     expect('(');
-    if (peek() != ')') {
-        for (;;) {
-            expect(ESToken::Identifier);
-            declareParameter(m_current.atom);
-            if (peek() != ',')
-                break;
-            next();
-        }
-    }
+    parseParameters(')');
     expect(')');
     expect('{');
     function->children[0] = parseStatementList('}');
@@ -452,29 +503,18 @@ ESNode *ESParser::parseFunction(bool declaration)
     return assignment;
 }
 
-void ESParser::declareParameter(ESAtom *atom)
+// Names separated by commas up to `terminator`, each a parameter of the function being read.
+void ESParser::parseParameters(int terminator)
 {
-    ESCode *code = m_function->code;
-    code->variables.insert(code->variables.begin() + code->parameterCount,
-                           ESProperty{atom, ESPropertyFlag::Parameter | ESPropertyFlag::DontDelete,
-                                      0, ESValue::undefined()});
-    ++code->parameterCount;
-}
-
-// Declares a name in the function being parsed; a name of the script is a global slot.
-void ESParser::declareVariable(ESAtom *atom, std::uint32_t flags)
-{
-    if (m_function == m_script) {
-        globalSlot(atom);
+    if (peek() == terminator)
         return;
+    for (;;) {
+        expect(ESToken::Identifier);
+        m_compiler.declareParameter(m_function, m_lexer.current().atom);
+        if (peek() != ',')
+            break;
+        next();
     }
-    ESCode *code = m_function->code;
-    for (const ESProperty &variable : code->variables) {
-        if (variable.key == atom)
-            return;
-    }
-    code->variables.push_back(ESProperty{atom, flags, 0, ESValue::undefined()});
-    code->localCount = std::int32_t(code->variables.size()) - code->parameterCount;
 }
 
 ESNode *ESParser::parseExpression()
@@ -567,7 +607,7 @@ ESNode *ESParser::parsePostfix()
 {
     ESNode *operand = parseMemberChain(true);
     const int token = peek();
-    if ((token == ESToken::Inc || token == ESToken::Dec) && !m_peek.newlineBefore) {
+    if ((token == ESToken::Inc || token == ESToken::Dec) && !m_lexer.peeked().newlineBefore) {
         next();
         return node(token == ESToken::Inc ? ESToken::PostInc : ESToken::PostDec, operand);
     }
@@ -601,7 +641,7 @@ ESNode *ESParser::parseMemberChain(bool allowCalls)
             enterNesting();
             expect(ESToken::Identifier);
             object = node(ESToken::Member, object);
-            object->atom = m_current.atom;
+            object->atom = m_lexer.current().atom;
         } else if (token == '[') {
             next();
             enterNesting();
@@ -611,7 +651,7 @@ ESNode *ESParser::parseMemberChain(bool allowCalls)
             if (key->kind == ESToken::String || key->kind == ESToken::Number) {
                 ESAtom *atom = key->atom;
                 if (key->kind == ESToken::Number)
-                    atom = m_context.valueToAtom(ESValue::fromNumber(m_function->code->numbers[std::size_t(key->number)]));
+                    atom = m_compiler.numberAtom(m_function->code->numbers[std::size_t(key->number)]);
                 object = node(ESToken::Member, object);
                 object->atom = atom;
             } else {
@@ -661,12 +701,12 @@ ESNode *ESParser::parsePrimary()
     case ESToken::String: {
         next();
         ESNode *result = node(token);
-        result->atom = m_current.atom;
+        result->atom = m_lexer.current().atom;
         return result;
     }
     case ESToken::Number:
         next();
-        return numberNode(m_current.number);
+        return numberNode(m_lexer.current().number);
     case ESToken::This:
     case ESToken::True:
     case ESToken::False:
@@ -687,7 +727,7 @@ ESNode *ESParser::parsePrimary()
         return parseFunction(false);
     default:
         next();
-        syntaxError(QStringLiteral("expected an expression, found ") + tokenName(token));
+        syntaxError(QStringLiteral("expected an expression, found ") + ESLexer::tokenName(token));
     }
 }
 
@@ -708,7 +748,7 @@ ESNode *ESParser::parseArrayLiteral()
         if (after == ']')
             break;
         if (after != ',')
-            syntaxError(QStringLiteral("']' or ',' expected, found ") + tokenName(after));
+            syntaxError(QStringLiteral("']' or ',' expected, found ") + ESLexer::tokenName(after));
     }
     result->children[0] = elements.head;
     result->number = elements.count;
@@ -724,9 +764,9 @@ ESNode *ESParser::parseObjectLiteral()
         const int token = next();
         ESAtom *key = nullptr;
         if (token == ESToken::Identifier || token == ESToken::String)
-            key = m_current.atom;
+            key = m_lexer.current().atom;
         else if (token == ESToken::Number)
-            key = m_context.valueToAtom(ESValue::fromNumber(m_current.number));
+            key = m_compiler.numberAtom(m_lexer.current().number);
         else
             syntaxError(QStringLiteral("number, string, or identifier expected in object initialiser"));
         expect(':');

@@ -1,6 +1,7 @@
 #pragma once
+#include "script/es/ESCompilerContext.h"
+#include "script/es/ESLexer.h"
 #include "script/es/ESNode.h"
-#include <QHash>
 #include <QString>
 #include <memory>
 #include <vector>
@@ -10,10 +11,10 @@ class ESCode;
 class ESContext;
 struct ESObject;
 
-// Turns source text into bytecode: a hand-written lexer, a recursive-descent parser that
-// builds a tree of ESNode, and a generator that walks the tree in up to two passes per
-// function. Syntax errors are thrown as SyntaxError objects; a code size beyond what a jump
-// operand can hold is a fatal error. Lives for one compilation.
+// Turns source text into bytecode: reads it through an ESLexer into a tree of ESNode by
+// recursive descent, then hands every function and the script to an ESCodeGenerator. Syntax
+// errors are thrown as SyntaxError objects; a code size beyond what a jump operand can hold is
+// a fatal error. Lives for one compilation.
 class ESParser {
 public:
     explicit ESParser(ESContext &context);
@@ -21,7 +22,7 @@ public:
     ESParser(const ESParser &) = delete;
     ESParser &operator=(const ESParser &) = delete;
 
-    void setSource(const QString &text);
+    void setSource(const QString &text) { m_lexer.setSource(text); }
     // When set, every finished code object is appended here in the listing format.
     void setListing(QString *listing) { m_listing = listing; }
     // The script's code; its global variables and functions are defined on the way.
@@ -29,37 +30,9 @@ public:
     // For the Function constructor: a function object named "anonymous".
     [[nodiscard]] ESObject *compileFunction(const QString &parameterText, const QString &bodyText);
 
-    static QString tokenName(int token);
-
 private:
-    struct Token {
-        int type = ESToken::End;
-        ESAtom *atom = nullptr;
-        double number = 0;
-        int line = 1;
-        bool newlineBefore = false;
-    };
-    enum class NameCase { Global, Argument, Local, Dynamic };
-    struct Resolution {
-        NameCase nameCase;
-        int index;
-    };
-    struct StatementEntry {
-        ESNode *node;
-    };
-
-    // Lexer (ESLexer.cpp).
-    int next();
-    int peek();
-    void lex(Token &token);
-    bool skipBlanksAndComments(Token &token);
-    void lexString(Token &token, QChar quote);
-    void lexNumber(Token &token);
-    void lexIdentifier(Token &token);
-    bool lexOperator(Token &token, QChar c);
-    bool colonFollows() const;
-
-    // Parser (ESParser.cpp).
+    int next() { return m_lexer.next(); }
+    int peek() { return m_lexer.peek(); }
     [[noreturn]] void syntaxError(const QString &message, int line = 0);
     void expect(int token);
     void semicolon();
@@ -67,6 +40,11 @@ private:
                  ESNode *d = nullptr);
     ESNode *parseStatementList(int terminator);
     ESNode *parseStatement();
+    ESNode *parseHead(int kind);
+    ESNode *parseGoverned(int kind);
+    ESNode *parseDo();
+    ESNode *parseReturn();
+    ESNode *parseLabelOrExpression();
     ESNode *parseVarList(int *count);
     ESNode *parseIf();
     ESNode *parseFor();
@@ -74,6 +52,7 @@ private:
     ESNode *parseTry();
     ESNode *parseJump(int kind);
     ESNode *parseFunction(bool declaration);
+    void parseParameters(int terminator);
     ESNode *parseExpression();
     ESNode *parseAssignment();
     ESNode *parseConditional();
@@ -87,63 +66,20 @@ private:
     ESNode *parseArrayLiteral();
     ESNode *parseObjectLiteral();
     ESNode *numberNode(double value);
-    void declareVariable(ESAtom *atom, std::uint32_t flags);
-    void declareParameter(ESAtom *atom);
+    void declareVariable(ESAtom *atom, std::uint32_t flags)
+    {
+        m_compiler.declareVariable(m_function, atom, flags);
+    }
     void enterNesting();
     void leaveNesting() { --m_depth; }
+    void generatePending();
 
-    // Generator (ESCodeGenerator.cpp).
-    void generateFunction(ESNode *function);
-    void generateBody(ESNode *function);
-    void generateStatement(ESNode *statement);
-    void generateList(ESNode *list, bool lastWanted = false);
-    void generateLoop(ESNode *statement);
-    void generateFor(ESNode *statement);
-    void generateForIn(ESNode *statement);
-    void generateSwitch(ESNode *statement);
-    void generateJump(ESNode *statement);
-    void generateExpression(ESNode *expression, bool wanted);
-    void generateCall(ESNode *call, bool wanted);
-    void generateAssignment(ESNode *assignment, bool wanted);
-    void generateIncrement(ESNode *expression, bool wanted);
-    void generateDelete(ESNode *expression, bool wanted);
-    void generateGet(ESAtom *atom);
-    void generatePut(ESAtom *atom);
-    void generateStore(ESNode *target, bool lhsMessage = true);
-    bool hasSideEffects(const ESNode *expression);
-    Resolution resolve(ESAtom *atom);
-    void noteName(ESAtom *atom);
-    int globalSlot(ESAtom *atom);
-    void markActivation(ESNode *function);
-    ESAtom *hiddenVariable();
-    void emitCode(int op);
-    void emitCode(int op, unsigned operand);
-    void emitCode(int op, unsigned operand, unsigned count);
-    void emitOperand(unsigned operand);
-    void emitJump(int op, int &chain);
-    void emitJumpTo(int op, int target);
-    void patch(int chain, int target);
-    void appendListing(const ESCode &code, const QString &title);
-
-    ESContext &m_context;
-    QString m_text;
-    qsizetype m_pos = 0;
-    int m_line = 1;
-    Token m_current;
-    Token m_peek;
-    bool m_hasPeek = false;
-    QHash<QString, int> m_keywords;
-
+    ESCompilerContext m_compiler;
+    ESLexer m_lexer;
     std::vector<std::unique_ptr<ESNode>> m_nodes;
     std::vector<ESNode *> m_pending;   // finished functions, innermost first
     ESNode *m_script = nullptr;        // the top-level "function"
-    ESNode *m_function = nullptr;      // the function being parsed or generated
+    ESNode *m_function = nullptr;      // the function being parsed
     int m_depth = 0;
-
-    ESCode *m_code = nullptr;          // the code being generated
-    int m_generateLine = 0;
-    int m_withDepth = 0;
-    std::vector<StatementEntry> m_statements;
-    QHash<ESAtom *, int> m_globalSlots;
     QString *m_listing = nullptr;
 };

@@ -1,32 +1,72 @@
 #pragma once
+#include "script/es/ESString.h"
 #include <cstdint>
 
 class ESAtom;
 struct ESObject;
-class QString;
 
-// The kind of a value. Tags 4 and 7 are one script type (string); nearly every string is an
-// interned atom (7), a plain text (4) is made only for the global object's default value.
+// The kind of a value. Tags 4 and 7 are one script type (string): literals, names and every
+// text used as a key are interned atoms (7); texts computed at run time (concatenations and
+// the library's results) are plain strings (4) until something needs their atom.
 enum class ESTag : std::uint32_t {
     Undefined = 0,
     Null = 1,
     Boolean = 2,   // payload is the double 1.0 or 0.0
     Number = 3,
-    String = 4,    // payload points to a QString owned by the context
+    String = 4,    // payload points to an ESString, counted by the values that hold it
     Object = 5,    // a null pointer means "no object" in internal results
     NotAValue = 6, // never produced; every conversion treats it as an unknown type
     Atom = 7,
 };
 
-// A script value: a tag and a 64-bit payload, copied in two machine words and never boxed.
+// A script value: a tag and a 64-bit payload, two machine words and never boxed. Only a plain
+// string is counted: copying and destroying any other value is copying two words.
 struct ESValue {
     ESTag tag = ESTag::Undefined;
     union {
         double number = 0.0;
         ESAtom *atom;
         ESObject *object;
-        const QString *string;
+        ESString *string;
+        std::uint64_t bits;
     };
+
+    constexpr ESValue() = default;
+    constexpr ESValue(const ESValue &other) noexcept : tag(other.tag), bits(other.bits)
+    {
+        if (tag == ESTag::String)
+            string->retain();
+    }
+    constexpr ESValue(ESValue &&other) noexcept : tag(other.tag), bits(other.bits)
+    {
+        other.tag = ESTag::Undefined;
+    }
+    constexpr ESValue &operator=(const ESValue &other) noexcept
+    {
+        if (other.tag == ESTag::String)
+            other.string->retain();
+        if (tag == ESTag::String)
+            string->release();
+        tag = other.tag;
+        bits = other.bits;
+        return *this;
+    }
+    constexpr ESValue &operator=(ESValue &&other) noexcept
+    {
+        if (this != &other) {
+            if (tag == ESTag::String)
+                string->release();
+            tag = other.tag;
+            bits = other.bits;
+            other.tag = ESTag::Undefined;
+        }
+        return *this;
+    }
+    constexpr ~ESValue()
+    {
+        if (tag == ESTag::String)
+            string->release();
+    }
 
     static constexpr ESValue undefined() { return {}; }
     static constexpr ESValue null()
@@ -61,6 +101,15 @@ struct ESValue {
         ESValue v;
         v.tag = ESTag::Object;
         v.object = o;
+        return v;
+    }
+    // Takes a count of `s`, which may be a new string.
+    static ESValue fromString(ESString *s)
+    {
+        s->retain();
+        ESValue v;
+        v.tag = ESTag::String;
+        v.string = s;
         return v;
     }
 

@@ -5,15 +5,12 @@
 
 CellText::CellText(const QString &value) : d(new Data{1, value}) {}
 
-CellText &CellText::operator=(const CellText &other)
+void CellText::assign(Data *other)
 {
-    if (d != other.d) {
-        if (other.d)
-            ++other.d->refs;
-        reset();
-        d = other.d;
-    }
-    return *this;
+    if (other)
+        ++other->refs;
+    reset();
+    d = other;
 }
 
 CellText &CellText::operator=(CellText &&other) noexcept
@@ -119,6 +116,18 @@ PMemory *Cell::toRegion() const
     if (type != CellType::DataAddress || !memory)
         forthThrow(-9, QStringLiteral("not a data address"));
     return memory;
+}
+
+unsigned Cell::digitValue(QChar c)
+{
+    const char16_t u = c.unicode();
+    if (u >= '0' && u <= '9')
+        return u - '0';
+    if (u >= 'A' && u <= 'Z')
+        return u - 'A' + 10;
+    if (u >= 'a' && u <= 'z')
+        return u - 'a' + 10;
+    return 99;
 }
 
 QString Cell::integerText(qint64 value, int base)

@@ -22,7 +22,13 @@ public:
     explicit CellText(const QString &value);
     CellText(const CellText &other) : d(other.d) { if (d) ++d->refs; }
     CellText(CellText &&other) noexcept : d(std::exchange(other.d, nullptr)) {}
-    CellText &operator=(const CellText &other);
+    // Copying between cells without text, the common case, is one comparison.
+    CellText &operator=(const CellText &other)
+    {
+        if (d != other.d)
+            assign(other.d);
+        return *this;
+    }
     CellText &operator=(CellText &&other) noexcept;
     ~CellText() { if (d) release(); }
 
@@ -36,6 +42,7 @@ private:
         QString value;
     };
     void release();
+    void assign(Data *other);
     Data *d = nullptr;
 };
 
@@ -69,6 +76,9 @@ public:
     // Text form as `.` shows it, integers in `base`.
     QString toText(int base) const;
     static QString integerText(qint64 value, int base);
+    // The value of a digit in bases up to 36 (0-9, then A-Z or a-z); 99 for anything else, so
+    // a comparison with the base tells whether the character is a digit of it.
+    static unsigned digitValue(QChar c);
 };
 
 static_assert(sizeof(Cell) == 48, "a cell is one 48-byte record");

@@ -14,6 +14,8 @@ void FSConsole::showBanner()
 
 void FSConsole::process(const QString &line)
 {
-    if (!m_engine.interpretLine(line))
+    if (m_engine.interpretLine(line))
+        ++m_failedLines;
+    else
         m_messages.type(QStringLiteral("OK\n"));
 }

@@ -14,6 +14,8 @@ public:
     FSConsole(ScriptEngine &engine, ForthScriptMessageInterface &messages,
               QObject *parent = nullptr);
     void showBanner();
+    // Lines that ended in an uncaught throw since the console was made.
+    int failedLines() const { return m_failedLines; }
 
 signals:
     void inputReady(const QString &line);
@@ -24,4 +26,5 @@ public slots:
 private:
     ScriptEngine &m_engine;
     ForthScriptMessageInterface &m_messages;
+    int m_failedLines = 0;
 };

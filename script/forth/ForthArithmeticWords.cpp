@@ -145,9 +145,9 @@ void PMin::run(ScriptEngine &engine)
     stack.drop(1);
 }
 
-void PAnd::run(ScriptEngine &engine) { integers(engine, [](qint64 a, qint64 b) { return a & b; }); }
-void POr::run(ScriptEngine &engine) { integers(engine, [](qint64 a, qint64 b) { return a | b; }); }
-void PXor::run(ScriptEngine &engine) { integers(engine, [](qint64 a, qint64 b) { return a ^ b; }); }
+void PAnd::run(ScriptEngine &engine) { engine.opAnd(); }
+void POr::run(ScriptEngine &engine) { engine.opOr(); }
+void PXor::run(ScriptEngine &engine) { engine.opXor(); }
 void PInvert::run(ScriptEngine &engine) { integer(engine, [](qint64 a) { return ~a; }); }
 
 void PLShift::run(ScriptEngine &engine)

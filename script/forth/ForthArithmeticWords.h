@@ -23,9 +23,9 @@ class PAbs final : public PNative { public: void run(ScriptEngine &engine) overr
 class PNegate final : public PNative { public: void run(ScriptEngine &engine) override; };
 class PMax final : public PNative { public: void run(ScriptEngine &engine) override; };
 class PMin final : public PNative { public: void run(ScriptEngine &engine) override; };
-class PAnd final : public PNative { public: void run(ScriptEngine &engine) override; };
-class POr final : public PNative { public: void run(ScriptEngine &engine) override; };
-class PXor final : public PNative { public: void run(ScriptEngine &engine) override; };
+class PAnd final : public PNative { public: PAnd() : PNative(Op::And) {} void run(ScriptEngine &engine) override; };
+class POr final : public PNative { public: POr() : PNative(Op::Or) {} void run(ScriptEngine &engine) override; };
+class PXor final : public PNative { public: PXor() : PNative(Op::Xor) {} void run(ScriptEngine &engine) override; };
 class PInvert final : public PNative { public: void run(ScriptEngine &engine) override; };
 class PLShift final : public PNative { public: void run(ScriptEngine &engine) override; };
 class PRShift final : public PNative { public: void run(ScriptEngine &engine) override; };

@@ -27,14 +27,7 @@ qsizetype accumulate(ScriptEngine &engine, const QString &text, quint64 &lo, qui
     const unsigned radix = unsigned(engine.base());
     qsizetype pos = 0;
     for (; pos < text.size(); ++pos) {
-        const char16_t c = text.at(pos).unicode();
-        unsigned digit = 99;
-        if (c >= '0' && c <= '9')
-            digit = c - '0';
-        else if (c >= 'A' && c <= 'Z')
-            digit = c - 'A' + 10;
-        else if (c >= 'a' && c <= 'z')
-            digit = c - 'a' + 10;
+        const unsigned digit = Cell::digitValue(text.at(pos));
         if (digit >= radix)
             break;
         const unsigned __int128 value =

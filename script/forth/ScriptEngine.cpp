@@ -118,6 +118,7 @@ void ScriptEngine::resetAfterError()
     m_loops.clear();
     m_locals.clear();
     m_localsBase = 0;
+    m_returns.clear();
     m_control.clear();
     m_sources.clear();
     m_localScope.clear();
@@ -136,11 +137,27 @@ void ScriptEngine::stepLimit()
 
 // ---- inner interpreter -------------------------------------------------------------------
 
+// A call of a colon definition without locals is entered in place: its return is kept in
+// `m_returns` rather than on the native stack, and the end of its chain (or EXIT) resumes the
+// caller. Words with locals, and every word that runs through `run`, still recurse.
 void ScriptEngine::nest(pcode *first)
 {
     NestScope scope(*this);
+    const std::size_t base = m_returns.size();
+    struct Returns {
+        std::vector<pcode *> &returns;
+        const std::size_t base;
+        ~Returns() { returns.resize(base); }
+    } returns{m_returns, base};
     pcode *next = first;
-    while (next) {
+    for (;;) {
+        if (!next) {
+            if (m_returns.size() == base)
+                break;
+            next = m_returns.back();
+            m_returns.pop_back();
+            continue;
+        }
         pcode *const instruction = next;
         next = instruction->next;
         switch (instruction->op) {
@@ -148,6 +165,30 @@ void ScriptEngine::nest(pcode *first)
             break;
         case Op::Literal:
             dataStack.push(static_cast<PLiteralChild *>(instruction)->value);
+            break;
+        case Op::LiteralInteger:
+            dataStack.pushInteger(static_cast<PLiteralChild *>(instruction)->value.integer);
+            break;
+        case Op::CallConstant:
+            dataStack.push(static_cast<PConstantChild *>(static_cast<PCall *>(instruction)->target)->value);
+            break;
+        case Op::CallCreate: {
+            auto *const word = static_cast<PCreateChild *>(static_cast<PCall *>(instruction)->target);
+            dataStack.push(word->value);
+            if (word->does)
+                callColon(word->does);
+            break;
+        }
+        case Op::CreateFetch:
+            createFetch(static_cast<PCreateChild *>(static_cast<PCall *>(instruction)->target));
+            break;
+        case Op::CreateStore:
+            createStore(static_cast<PCreateChild *>(static_cast<PCall *>(instruction)->target));
+            break;
+        case Op::LiteralPlus: case Op::LiteralMinus: case Op::LiteralStar: case Op::LiteralAnd:
+        case Op::LiteralOr: case Op::LiteralXor: case Op::LiteralLess: case Op::LiteralGreater:
+        case Op::LiteralEquals:
+            literalArithmetic(instruction->op, static_cast<PLiteralChild *>(instruction)->value.integer);
             break;
         case Op::Branch:
             tick();
@@ -161,9 +202,19 @@ void ScriptEngine::nest(pcode *first)
             }
             break;
         }
-        case Op::CallNest:
-            callColon(static_cast<PCFA *>(static_cast<PCall *>(instruction)->target));
+        case Op::CallNest: {
+            auto *const word = static_cast<PCFA *>(static_cast<PCall *>(instruction)->target);
+            if (word->localCount != 0) {
+                callColon(word);
+                break;
+            }
+            tick();
+            if (m_nestDepth + qint32(m_returns.size() - base) >= m_limits.nestDepth)
+                forthThrow(-5);
+            m_returns.push_back(next);
+            next = word->bodyStart;
             break;
+        }
         case Op::Nest:
             callColon(static_cast<PCFA *>(instruction));
             break;
@@ -219,6 +270,9 @@ void ScriptEngine::nest(pcode *first)
         case Op::Equals: opEquals(); break;
         case Op::NotEquals: opNotEquals(); break;
         case Op::ZeroEquals: opZeroEquals(); break;
+        case Op::And: opAnd(); break;
+        case Op::Or: opOr(); break;
+        case Op::Xor: opXor(); break;
         case Op::Fetch: opFetch(); break;
         case Op::Store: opStore(); break;
         case Op::ToR: opToR(); break;
@@ -431,7 +485,7 @@ bool ScriptEngine::parseNumber(const QString &token, Cell &number) const
             return true;
         }
     }
-    const int radix = base();
+    const unsigned radix = unsigned(base());
     qsizetype pos = 0;
     const bool negative = token.startsWith(QLatin1Char('-'));
     if (negative || token.startsWith(QLatin1Char('+')))
@@ -440,14 +494,7 @@ bool ScriptEngine::parseNumber(const QString &token, Cell &number) const
         return false;
     quint64 value = 0;
     for (; pos < token.size(); ++pos) {
-        const ushort c = token.at(pos).unicode();
-        int digit = 99;
-        if (c >= '0' && c <= '9')
-            digit = c - '0';
-        else if (c >= 'A' && c <= 'Z')
-            digit = c - 'A' + 10;
-        else if (c >= 'a' && c <= 'z')
-            digit = c - 'a' + 10;
+        const unsigned digit = Cell::digitValue(token.at(pos));
         if (digit >= radix)
             return false;
         value = value * quint64(radix) + quint64(digit);

@@ -212,12 +212,19 @@ public:
     void opEquals();
     void opNotEquals();
     void opZeroEquals();
+    void opAnd();
+    void opOr();
+    void opXor();
     void opFetch();
     void opStore();
     void opToR();
     void opRFrom();
     void opRFetch();
     void opLoop(pcode *&next);
+    // The joined pairs (see PCFA::seal): in place on integers, else both halves in turn.
+    void literalArithmetic(Op op, qint64 literal);
+    void createFetch(PCreateChild *word);
+    void createStore(PCreateChild *word);
     void opPlusLoop(pcode *&next);
 
 private:
@@ -232,6 +239,9 @@ private:
     ForthLimits m_limits;
     qint64 m_steps = std::numeric_limits<qint64>::max();   // left of the step limit
     qint32 m_nestDepth = 0;
+    // Where each colon definition that `nest` entered in place returns to; every running `nest`
+    // owns the entries above the size it found.
+    std::vector<pcode *> m_returns;
     quintptr m_stackBase = 0;
 
     std::vector<std::unique_ptr<pcode>> m_dictionary;   // owns every word, linked or not

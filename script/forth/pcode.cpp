@@ -64,6 +64,44 @@ void PCFA::seal()
         if (auto *const branch = dynamic_cast<PBranch *>(instruction.get()))
             branch->target = skipLabels(branch->target);
     }
+    joinPairs();
+}
+
+// An integer literal followed by an arithmetic word, and a CREATE word followed by @ or !,
+// become one instruction that skips the second. The second stays in the chain, so a branch
+// that lands on it still finds it.
+void PCFA::joinPairs()
+{
+    struct Pair {
+        Op first;
+        Op second;
+        Op joined;
+    };
+    static constexpr Pair pairs[] = {
+        {Op::CallCreate, Op::Fetch, Op::CreateFetch},
+        {Op::CallCreate, Op::Store, Op::CreateStore},
+        {Op::LiteralInteger, Op::Plus, Op::LiteralPlus},
+        {Op::LiteralInteger, Op::Minus, Op::LiteralMinus},
+        {Op::LiteralInteger, Op::Star, Op::LiteralStar},
+        {Op::LiteralInteger, Op::And, Op::LiteralAnd},
+        {Op::LiteralInteger, Op::Or, Op::LiteralOr},
+        {Op::LiteralInteger, Op::Xor, Op::LiteralXor},
+        {Op::LiteralInteger, Op::Less, Op::LiteralLess},
+        {Op::LiteralInteger, Op::Greater, Op::LiteralGreater},
+        {Op::LiteralInteger, Op::Equals, Op::LiteralEquals},
+    };
+    for (const std::unique_ptr<pcode> &instruction : m_code) {
+        pcode *const second = instruction->next;
+        if (!second)
+            continue;
+        for (const Pair &pair : pairs) {
+            if (instruction->op == pair.first && second->op == pair.second) {
+                instruction->op = pair.joined;
+                instruction->next = second->next;
+                break;
+            }
+        }
+    }
 }
 
 pcode *PCFA::keep(std::unique_ptr<pcode> object)
@@ -158,6 +196,10 @@ PCall::PCall(pcode *target) : pcode(Op::CallRun), target(target)
         op = Op::CallNest;
     else if (isInlinePrimitive(target->op))
         op = target->op;
+    else if (dynamic_cast<PCreateChild *>(target))
+        op = Op::CallCreate;
+    else if (dynamic_cast<PConstantChild *>(target))
+        op = Op::CallConstant;
 }
 
 void PCall::run(ScriptEngine &engine)

@@ -16,6 +16,21 @@ enum class Op : quint8 {
     Nest,          // a PCFA whose run is nest(bodyStart)
     Label,
     Literal,
+    LiteralInteger,   // a PLiteralChild whose cell is an integer
+    CallConstant,     // PCall of a constant or value: pushes its cell
+    CallCreate,       // PCall of a CREATE word: pushes its address, then runs its DOES> part
+    // Pairs joined when a definition is sealed; each does what its two instructions did.
+    CreateFetch,      // a CREATE word and @
+    CreateStore,      // a CREATE word and !
+    LiteralPlus,      // an integer literal and +, and so on
+    LiteralMinus,
+    LiteralStar,
+    LiteralAnd,
+    LiteralOr,
+    LiteralXor,
+    LiteralLess,
+    LiteralGreater,
+    LiteralEquals,
     Branch,
     ZBranch,
     CallNest,      // PCall of a Nest word
@@ -44,6 +59,9 @@ enum class Op : quint8 {
     Equals,
     NotEquals,
     ZeroEquals,
+    And,
+    Or,
+    Xor,
     Fetch,
     Store,
     ToR,
@@ -94,7 +112,8 @@ public:
 
     // Appends to the chain; a sealed chain throws -270 with the word's name.
     pcode *append(std::unique_ptr<pcode> instruction);
-    // Closes the chain. Branches and links then bypass labels, which only mark places.
+    // Closes the chain. Branches and links then bypass labels, which only mark places, and
+    // pairs of instructions that loops are made of become one.
     void seal();
     // Keeps an object the chain refers to without linking it (locals, hidden store words).
     pcode *keep(std::unique_ptr<pcode> object);
@@ -110,6 +129,8 @@ public:
     qint32 localCount = 0;      // cells of locals per activation
 
 private:
+    void joinPairs();
+
     std::vector<std::unique_ptr<pcode>> m_code;
     pcode *m_tail = nullptr;
 };
@@ -202,9 +223,13 @@ public:
 
 class PLiteralChild : public pcode {
 public:
-    explicit PLiteralChild(Cell value) : pcode(Op::Literal), value(std::move(value)) {}
+    explicit PLiteralChild(Cell value)
+        : pcode(value.type == CellType::Integer ? Op::LiteralInteger : Op::Literal),
+          value(std::move(value))
+    {
+    }
     void run(ScriptEngine &engine) override;
-    Cell value;
+    const Cell value;
 };
 
 // Runs `target` as a chain of its own: target->next is empty, so the word's run is all.

@@ -132,7 +132,11 @@ INSTANTIATE_TEST_SUITE_P(Function, Library, ::testing::Values(
     LibraryCase{"noArgumentIsEmpty", "var f = Function(); typeof f + ' ' + typeof f()",
                 "function undefined"},
     LibraryCase{"lengthOfCompiled", R"(var f = Function("a", "b", ""); f.length)", "2"},
-    LibraryCase{"badBody", "Function('return (')", "SyntaxError: expected an expression, found end of input"}),
+    LibraryCase{"badBody", "Function('return (')", "SyntaxError: expected an expression, found end of input"},
+    LibraryCase{"trailingComma", R"(Function("a,", ""))", "SyntaxError: expected an identifier found end of input"},
+    LibraryCase{"parametersWithoutComma", R"(Function("a b", ""))",
+                "SyntaxError: expected end of input found an identifier"},
+    LibraryCase{"declaredTrailingComma", "function g(a,) {}", "SyntaxError: expected an identifier found )"}),
     caseName);
 
 INSTANTIATE_TEST_SUITE_P(Array, Library, ::testing::Values(

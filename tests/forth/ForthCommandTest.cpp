@@ -59,7 +59,7 @@ TEST(TessForthCommand, ReadsTheProgramFromStandardInput)
 TEST(TessForthCommand, ConsoleSaysOkAndResetsAfterAnError)
 {
     const auto run = forth({"-i"}, "1 2 + .\n: x 5\n;\n7 nope\n.S\nx .\n");
-    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.out, "Dorrin ForthScript Interpreter v1.0.0\n3 OK\nOK\nOK\n<0> OK\n5 OK\n");
     EXPECT_EQ(run.err, "console:1: nope: undefined word (throw -13)\n");
 }
@@ -71,6 +71,41 @@ TEST(TessForthCommand, WarnsOfRedefinitionOnStandardError)
     EXPECT_EQ(run.err, "redefining x in vocabulary FORTH previously defined here (-e:1)\n"
                        "redefining built-in DUP\n");
 }
+
+// Every way in ends with status 1 after an uncaught throw, and 0 without one.
+struct StatusCase {
+    const char *name;
+    QStringList arguments;
+    QByteArray input;
+    int exitCode;
+};
+
+class TessForthStatus : public ::testing::TestWithParam<StatusCase> {};
+
+TEST_P(TessForthStatus, IsOneAfterAnUncaughtThrow)
+{
+    QTemporaryDir dir;
+    TestSupport::writeFile(dir.filePath("throws.fs"), "1 .\n: t 7 THROW ;\nt\n");
+    TestSupport::writeFile(dir.filePath("fine.fs"), "1 .\n");
+    const auto run = forth(GetParam().arguments, GetParam().input, dir.path());
+    EXPECT_EQ(run.exitCode, GetParam().exitCode) << run.err.toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(Paths, TessForthStatus, ::testing::Values(
+    StatusCase{"textThrows", {"-e", "1 THROW"}, {}, 1},
+    StatusCase{"textAborts", {"-e", "ABORT"}, {}, 1},
+    StatusCase{"textFine", {"-e", "1 ."}, {}, 0},
+    StatusCase{"fileThrows", {"throws.fs"}, {}, 1},
+    StatusCase{"fileThenFine", {"throws.fs", "fine.fs"}, {}, 1},
+    StatusCase{"fileFine", {"fine.fs"}, {}, 0},
+    StatusCase{"standardInputThrows", {}, "1 .\n-3 THROW\n", 1},
+    StatusCase{"standardInputFine", {}, "1 .\n", 0},
+    StatusCase{"consoleLineThrows", {"-i"}, "1 THROW\n", 1},
+    StatusCase{"consoleThrowThenFine", {"-i"}, "1 THROW\n2 .\n", 1},
+    StatusCase{"consoleFine", {"-i"}, "2 .\n", 0},
+    StatusCase{"fileThenConsole", {"fine.fs", "-i"}, "nope\n", 1},
+    StatusCase{"caughtThrowIsFine", {"-e", ": t 5 THROW ; ' t CATCH ."}, {}, 0}),
+    [](const auto &info) { return std::string(info.param.name); });
 
 struct BadInputCase {
     const char *name;

@@ -209,4 +209,27 @@ INSTANTIATE_TEST_SUITE_P(SearchOrder, ForthWords, ::testing::Values(
     ForthCase{"anonymousList", "WORDLIST DUP SET-CURRENT : z 5 . ; 1 SET-ORDER z", "5 "}),
     caseName);
 
+// A literal and an arithmetic word, and a variable and @ or !, run as one instruction; calls of
+// colon definitions run in place. Each must behave as the separate words do, at the stack's
+// limits and on other cell types too.
+INSTANTIATE_TEST_SUITE_P(JoinedInstructions, ForthWords, ::testing::Values(
+    ForthCase{"literalPlus", ": t 3 + ; 4 t .", "7 "},
+    ForthCase{"literalPlusOnFloat", ": t 3 + ; 1.5E0 t .", "", -12, "invalid operand combination"},
+    ForthCase{"literalPlusOnEmpty", ": t 3 + ; t", "", -3},
+    ForthCase{"literalChain", ": t 5 - 7 * 12 AND 3 OR 6 XOR ; 10 t .", "5 "},
+    ForthCase{"literalComparisons", ": t 5 < SWAP 5 > ROT 5 = ; 4 6 5 t . . .", "0 -1 0 "},
+    ForthCase{"variableFetchStore", "VARIABLE v 5 v ! : t v @ 1+ v ! v @ ; t . v @ .", "6 6 "},
+    ForthCase{"createWithDoes", ": keep CREATE 0 , DOES> ; keep k : t 7 k ! k @ ; t .", "7 "},
+    ForthCase{"branchIntoSecondHalf", ": t IF 3 ELSE 4 THEN + ; 10 1 t . 10 0 t .", "13 14 "},
+    ForthCase{"literalOnFullStack", ": f 512 0 DO I LOOP 1 + ; f", "", -4},
+    ForthCase{"literalBelowFullStack", ": f 511 0 DO I LOOP 1 + ; f . DEPTH .", "511 510 "},
+    ForthCase{"fetchOnFullStack", "VARIABLE w : f 512 0 DO I LOOP w @ ; f", "", -4},
+    ForthCase{"storeBelowFullStack", "VARIABLE w : f 511 0 DO I LOOP w ! ; f DEPTH . w @ .", "510 510 "},
+    ForthCase{"exitFromCalledWord", ": a 1+ ; : b a a ; : c b EXIT b ; 0 c .", "2 "},
+    ForthCase{"deepRecursion", ": down DUP 0= IF EXIT THEN 1- RECURSE ; 99990 down .", "0 "},
+    ForthCase{"recursionBeyondTheLimit", ": down DUP 0= IF EXIT THEN 1- RECURSE ; 100000 down .", "", -5},
+    ForthCase{"throwInsideCalls", ": inner 99 THROW ; : outer inner 1 ; ' outer CATCH . DEPTH .", "99 0 "},
+    ForthCase{"callsWithLocals", ": l LOCALS| x | x 1+ ; : m 4 l 5 l + ; m .", "11 "}),
+    caseName);
+
 } // namespace

@@ -21,6 +21,17 @@ ProgramRun runProgram(const QString &program, const QStringList &arguments,
                       const QByteArray &input = {}, const QString &workingDirectory = {},
                       const QStringList &environment = {});
 
+// A finished child with the peak resident memory the kernel kept for it.
+struct MeasuredRun {
+    int exitCode = -1;   // -1: the program could not be started or crashed
+    QByteArray output;   // standard output and error together
+    long peakKilobytes = 0;
+};
+
+// Runs a program to completion with empty input and reads its peak resident set size from
+// wait4's resource usage, so nothing else in the test process counts.
+MeasuredRun runProgramMeasured(const QString &program, const QStringList &arguments);
+
 QByteArray readFile(const QString &path);
 void writeFile(const QString &path, const QByteArray &bytes);
 

@@ -1,5 +1,7 @@
 // `tess forth [-i] [-e TEXT | FILE]...`: runs Forth texts and files in order, then the console
-// when asked (or when standard input is a terminal and nothing else was given).
+// when asked (or when standard input is a terminal and nothing else was given). The status is 1
+// when any of them ended in an uncaught throw: a text or file stops the run there, a console
+// line does not.
 #include "script/forth/FSConsole.h"
 #include "script/forth/ScriptEngine.h"
 #include "tool/tess/Commands.h"
@@ -39,7 +41,8 @@ bool readLine(std::string &line)
     return c != EOF || !line.empty();
 }
 
-void runConsole(ScriptEngine &engine, StdioMessages &messages)
+// The console on standard input; false when a line ended in an uncaught throw.
+bool runConsole(ScriptEngine &engine, StdioMessages &messages)
 {
     FSConsole console(engine, messages);
     console.showBanner();
@@ -49,6 +52,7 @@ void runConsole(ScriptEngine &engine, StdioMessages &messages)
         emit console.inputReady(QString::fromUtf8(line.data(), qsizetype(line.size())));
         std::fflush(stdout);
     }
+    return console.failedLines() == 0;
 }
 
 int forthCommand(const CommandArguments &arguments)
@@ -71,7 +75,8 @@ int forthCommand(const CommandArguments &arguments)
         }
     }
     if (interactive || (steps.empty() && isatty(STDIN_FILENO))) {
-        runConsole(engine, messages);
+        if (!runConsole(engine, messages))
+            return 1;
     } else if (steps.empty()) {
         QFile input;
         if (!input.open(stdin, QIODevice::ReadOnly))
