@@ -199,8 +199,10 @@ TEST_P(DebugCommandUsage, ExitsTwoWithAMessage)
     EXPECT_EQ(run.exitCode, 2) << run.err.constData();
     EXPECT_TRUE(run.err.contains(GetParam().errContains)) << run.err.constData();
     EXPECT_TRUE(run.out.isEmpty());
-    if (QByteArray(GetParam().errContains).contains("not an ELF file"))
-        EXPECT_TRUE(run.err.startsWith("tess debug: " + QFile::encodeName(path("")))) << run.err.constData();
+    if (QByteArray(GetParam().errContains).contains("not an ELF file")) {
+        EXPECT_TRUE(run.err.startsWith("tess debug: " + QFile::encodeName(path(""))))
+            << run.err.constData();
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, DebugCommandUsage, ::testing::Values(
