@@ -1,9 +1,10 @@
 #!/bin/sh
-# The build engine (`tess build` through bin/cc) against ninja running the same front end with
-# the same arguments: full build with two jobs, null build, and one file touched.
+# The build engine (`tess build` through bin/cc) against ninja and make running the same front
+# end with the same command lines: full build with two jobs, null build, and one file touched.
 # Each tool works in its own copy of the generated tree, so that each null build reads what
-# its own full build left (ninja keeps dependencies in its log and deletes the .d files; the
-# engine reads the .d files on every build).
+# its own full build left (ninja keeps dependencies in its log and deletes the .d files; make
+# and the engine read the .d files on every build). The three are timed in one hyperfine run
+# per case, so that a machine busy with other work weighs on all of them alike.
 # Usage: bench/build/run.sh BIN_DIR [COUNT...]   (default counts: 2000 10000)
 #        FULL_RUNS=N runs each full build N times (default 1).
 set -e
@@ -14,35 +15,63 @@ here=$(cd "$(dirname "$0")" && pwd)
 data="$(dirname "$bin")/bench/data/build"
 results="$(dirname "$bin")/bench/results"
 mkdir -p "$data" "$results"
-command -v ninja >/dev/null || { echo "ninja is not installed"; exit 1; }
+for tool in ninja make hyperfine; do
+    command -v $tool >/dev/null || { echo "$tool is not installed"; exit 1; }
+done
 
-median() { python3 -c "import json,sys; r=json.load(open(sys.argv[1]))['results']; print(' '.join('%.3f' % x['median'] for x in r))" "$1"; }
+medians() { python3 -c "import json,sys; r=json.load(open(sys.argv[1]))['results']; print(' '.join('%.3f' % x['median'] for x in r))" "$1"; }
+ratio() { python3 -c "import sys; print('%.2f' % (float(sys.argv[1]) / float(sys.argv[2])))" "$1" "$2"; }
+
+# The first compile and the link of each tool, with the tree's own path taken out: the three
+# must run the same commands or the comparison says nothing.
+key_commands() {
+    sed "s|$1|TREE|g" > "$1/commands.txt"
+    grep -m 1 -e ' -c -xc ' "$1/commands.txt"
+    grep -m 1 -e ' -inputfiles ' "$1/commands.txt"
+}
+check_same_commands() {
+    t=$(cd "$1" && "$bin/tess" build bench.qvProject --export commands.sh >/dev/null && key_commands "$1" < commands.sh)
+    n=$(cd "$2" && ninja -t commands | key_commands "$2")
+    m=$(cd "$3" && make -n | key_commands "$3")
+    if [ "$t" != "$n" ] || [ "$t" != "$m" ]; then
+        printf 'command lines differ:\n tess:\n%s\n ninja:\n%s\n make:\n%s\n' "$t" "$n" "$m"
+        exit 1
+    fi
+}
 
 for count in $counts; do
     ours="$data/c$count/tess"
     theirs="$data/c$count/ninja"
-    python3 "$here/generate.py" "$count" "$ours" "$bin"
-    python3 "$here/generate.py" "$count" "$theirs" "$bin"
+    makes="$data/c$count/make"
+    for tree in "$ours" "$theirs" "$makes"; do
+        python3 "$here/generate.py" "$count" "$tree" "$bin"
+    done
+    check_same_commands "$ours" "$theirs" "$makes"
     tess="cd '$ours' && '$bin/tess' build bench.qvProject -j 2"
     ninja="cd '$theirs' && ninja -j 2"
+    make="cd '$makes' && make -j 2"
     runs=${FULL_RUNS:-1}
     echo "== $count files: full build, -j 2 ($runs run(s) each)"
     hyperfine --runs "$runs" --export-json "$results/build-full-$count.json" \
         -n tess --prepare "rm -rf '$ours/Output'" "$tess > /dev/null" \
         -n ninja --prepare "rm -rf '$theirs/Output' '$theirs/.ninja_log' '$theirs/.ninja_deps'" \
-        "$ninja > /dev/null"
+        "$ninja > /dev/null" \
+        -n make --prepare "rm -rf '$makes/Output'" "$make > /dev/null"
     (cd "$ours" && "$bin/tess" build bench.qvProject -j 2 | tail -n 1)
     (cd "$theirs" && ninja -j 2 | tail -n 1)
+    (cd "$makes" && make -j 2 | tail -n 1)
     echo "== $count files: null build"
     hyperfine --warmup 1 --runs 10 --export-json "$results/build-null-$count.json" \
-        -n tess "$tess" -n ninja "$ninja"
+        -n tess "$tess" -n ninja "$ninja" -n make "$make"
     echo "== $count files: one file touched"
     # Time stamps count in whole seconds: the touch must land in a later second than the object.
     hyperfine --runs 5 --export-json "$results/build-touch-$count.json" \
         -n tess --prepare "sleep 1; touch '$ours/src/d000/f00007.c'" "$tess" \
-        -n ninja --prepare "sleep 1; touch '$theirs/src/d000/f00007.c'" "$ninja"
+        -n ninja --prepare "sleep 1; touch '$theirs/src/d000/f00007.c'" "$ninja" \
+        -n make --prepare "sleep 1; touch '$makes/src/d000/f00007.c'" "$make"
     for kind in full null touch; do
-        set -- $(median "$results/build-$kind-$count.json")
-        echo "RESULT $count $kind tess=${1}s ninja=${2}s ratio=$(python3 -c "print('%.2f' % ($1/$2))")"
+        set -- $(medians "$results/build-$kind-$count.json")
+        echo "RESULT $count $kind tess=${1}s ninja=${2}s make=${3}s" \
+             "tess/ninja=$(ratio "$1" "$2") tess/make=$(ratio "$1" "$3")"
     done
 done
