@@ -13,6 +13,7 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <algorithm>
 #include <memory>
 #include <utime.h>
 
@@ -445,6 +446,41 @@ TEST_F(BuildEngineTest, FreedSlotStartsItsNextToolWhileTheOtherRuns)
     EXPECT_EQ(build(BuildFlag::Quiet, 2), BuildEngine::Built) << m_log.toStdString();
     const QString log = QString::fromUtf8(TestSupport::readFile(path("install/overlap.log")));
     EXPECT_TRUE(log.startsWith(QLatin1String("begin\nbegin\nend\nbegin\n"))) << log.toStdString();
+}
+
+TEST_F(BuildEngineTest, NextToolStartsAsSoonAsThePreviousEnds)
+{
+    // Fifty tools one after another, each writing down when it began and when it was about to
+    // end. A loop that waited for its timer between tools would leave close to a timer period
+    // between one end and the next start; one woken by the tool's end leaves the time it takes
+    // to plan and start a tool, which a loaded machine stretches but nowhere near a period.
+    write("install/bin/cc", "#!/bin/bash\n"
+                            "start=$EPOCHREALTIME\n"
+                            "while [ $# -gt 0 ]; do [ \"$1\" = -o ] && out=$2; shift; done\n"
+                            ": > \"$out\"\n"
+                            "echo \"$start $EPOCHREALTIME\" >> \"$(dirname \"$0\")/../times.log\"\n");
+    constexpr int toolCount = 50;
+    QByteArray files;
+    for (int i = 0; i < toolCount - 1; ++i) {
+        const QByteArray name = "f" + QByteArray::number(i) + ".c";
+        write(QString::fromLatin1(name), "int x;\n");
+        files += "<file file_name=\"" + name + "\"/>";
+    }
+    load("<project Name=\"lib\" project_type=\"Library\">" + files + "</project>");
+    ASSERT_EQ(build(BuildFlag::Quiet, 1), BuildEngine::Built) << m_log.toStdString();
+    std::vector<std::pair<double, double>> runs;
+    for (QByteArray line : TestSupport::readFile(path("install/times.log")).split('\n')) {
+        const QList<QByteArray> times = line.replace(',', '.').split(' ');
+        if (times.size() == 2)
+            runs.emplace_back(times[0].toDouble(), times[1].toDouble());
+    }
+    ASSERT_EQ(runs.size(), size_t(toolCount));   // the compiles and the archive
+    std::sort(runs.begin(), runs.end());
+    std::vector<double> gaps;
+    for (size_t i = 1; i < runs.size(); ++i)
+        gaps.push_back((runs[i].first - runs[i - 1].second) * 1000.0);
+    std::nth_element(gaps.begin(), gaps.begin() + gaps.size() / 2, gaps.end());
+    EXPECT_LT(gaps[gaps.size() / 2], VarnelIdler::timerMilliseconds / 2.0);
 }
 
 TEST(BuildOperations, TableAndFlags)
