@@ -37,7 +37,7 @@ bool BuildEngine::buildElement(ProjectElement *element, const QString &configura
     bool forced = (flags & BuildFlag::Force)
                   || isYes(value(element, ProjectProperty::BuildAlwaysRebuild, configuration));
     bool built = false;
-    if (isUnityFolder(m_system, element, configuration, flags & BuildFlag::DisableUnity))
+    if (isUnityFolder(m_values, element, configuration, flags & BuildFlag::DisableUnity))
         built = buildUnityFolder(element, configuration, builder, idler, flags, forced);
     else if (!(flags & BuildFlag::SelfOnly) && kind != BuildKind::ExternalStep)
         built = buildChildren(element, configuration, builder, idler, flags, forced);
@@ -199,7 +199,7 @@ bool BuildEngine::buildCompile(StepContext &step)
         input = preOutput;
     if (m_state.failed || m_state.stopped)
         return true;
-    if (isExternallyBuilt(m_system, StandardProjectSystem::projectOf(step.element),
+    if (isExternallyBuilt(m_values, StandardProjectSystem::projectOf(step.element),
                           step.configuration)) {
         static constexpr ProjectProperty commands[] = {ProjectProperty::ExternalCCompileCommand,
                                                        ProjectProperty::ExternalCppCompileCommand,

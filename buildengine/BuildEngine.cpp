@@ -39,8 +39,8 @@ QStringList projectNames(const ProjectElement *solution)
 } // namespace
 
 BuildEngine::BuildEngine(StandardProjectSystem &system)
-    : m_system(system), m_generic(std::make_unique<GenericOptions>(system)),
-      m_tools(std::make_unique<ToolCommandLines>(system, *m_generic))
+    : m_system(system), m_values(system), m_generic(std::make_unique<GenericOptions>(system)),
+      m_tools(std::make_unique<ToolCommandLines>(system, *m_generic, &m_values))
 {
 }
 
@@ -48,11 +48,11 @@ BuildEngine::~BuildEngine() = default;
 
 BuildKind BuildEngine::kindOf(const ProjectElement *element, const QString &configuration) const
 {
-    const QPair<const ProjectElement *, QString> key(element, configuration);
-    if (const auto it = m_kinds.constFind(key); it != m_kinds.constEnd())
+    QHash<const ProjectElement *, BuildKind> &kinds = m_kinds.of(configuration);
+    if (const auto it = kinds.constFind(element); it != kinds.constEnd())
         return it.value();
-    const BuildKind kind = buildKind(m_system, element, configuration);
-    m_kinds.insert(key, kind);
+    const BuildKind kind = buildKind(m_values, element, configuration);
+    kinds.insert(element, kind);
     return kind;
 }
 
@@ -88,7 +88,7 @@ int BuildEngine::buildTop(ProjectElement *element, const QString &configuration,
                                      .isEmpty();
         const bool atomic = threads == 1
                             || (flags & (BuildFlag::SelfOnly | BuildFlag::ProjectLevelParallel))
-                            || isUnityFolder(m_system, element, configuration, false) || staging;
+                            || isUnityFolder(m_values, element, configuration, false) || staging;
         collectProjectItems(element, configuration, flags, batch, followDependencies, atomic,
                             builder, idler, items);
         break;
@@ -305,7 +305,7 @@ void BuildEngine::collectFiles(ProjectElement *element, const QString &configura
         if (child->kind() == ProjectElement::Kind::File) {
             items.push_back({child, configuration, itemFlags, {}});
         } else if (child->kind() == ProjectElement::Kind::Folder) {
-            if (isUnityFolder(m_system, child, configuration, flags & BuildFlag::DisableUnity))
+            if (isUnityFolder(m_values, child, configuration, flags & BuildFlag::DisableUnity))
                 items.push_back({child, configuration, itemFlags, {}});
             else
                 collectFiles(child, configuration, flags, items);
@@ -320,7 +320,7 @@ int BuildEngine::countSteps(const ProjectElement *element, const QString &config
     if (kind == BuildKind::Excluded || kind == BuildKind::ExternalStep
         || (flags & BuildFlag::SelfOnly))
         return 0;
-    if (isUnityFolder(m_system, element, configuration, flags & BuildFlag::DisableUnity))
+    if (isUnityFolder(m_values, element, configuration, flags & BuildFlag::DisableUnity))
         return 1;
     int count = kind == BuildKind::NoBuild ? 0 : 1;
     for (const ProjectElement *child : element->children()) {

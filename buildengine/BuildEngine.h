@@ -1,7 +1,9 @@
 #pragma once
 #include "buildengine/BuildFlags.h"
 #include "buildengine/BuildKind.h"
+#include "buildengine/ConfigurationMap.h"
 #include "buildengine/Builder.h"
+#include "buildengine/PropertyValues.h"
 #include "foundation/Macros.h"
 #include "projects/ProjectCatalogue.h"
 #include <QDateTime>
@@ -160,6 +162,7 @@ private:
                                const QString &configuration) const;
 
     StandardProjectSystem &m_system;
+    PropertyValues m_values;
     std::unique_ptr<GenericOptions> m_generic;
     std::unique_ptr<ToolCommandLines> m_tools;
     // The project whose generic options are loaded, for the length of one build.
@@ -168,8 +171,8 @@ private:
     BuildState m_state;
     // Kinds and output names, per element and configuration, for the length of one build: the
     // walker asks for them several times per element and the tree does not change meanwhile.
-    mutable QHash<QPair<const ProjectElement *, QString>, BuildKind> m_kinds;
-    mutable QHash<QPair<const ProjectElement *, QString>, QString> m_outputs;
+    mutable ConfigurationMap<const ProjectElement *, BuildKind> m_kinds;
+    mutable ConfigurationMap<const ProjectElement *, QString> m_outputs;
     // Projects whose dependencies are being collected, outermost first: a project met again
     // while on this chain closes a cycle.
     std::vector<std::pair<const ProjectElement *, QString>> m_collecting;

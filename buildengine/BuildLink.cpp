@@ -65,7 +65,7 @@ QStringList BuildEngine::collectObjects(const ProjectElement *first, const QStri
         const BuildKind kind = kindOf(child, configuration);
         if (kind == BuildKind::Excluded)
             continue;
-        if (isUnityFolder(m_system, child, configuration, flags & BuildFlag::DisableUnity)) {
+        if (isUnityFolder(m_values, child, configuration, flags & BuildFlag::DisableUnity)) {
             objects.append(outputName(child, configuration, true));
             // Files kept out of the unity file build objects of their own.
             const QStringList filters =
@@ -254,9 +254,9 @@ bool BuildEngine::runProjectTool(StepContext &step, const CompileRequest &reques
     ProjectProperty command =
         archive ? ProjectProperty::ExternalArchiveCommand : ProjectProperty::ExternalLinkCommand;
     if (!archive && expanded(project, command, configuration).isEmpty()
-        && projectHasCpp(m_system, project, configuration))
+        && projectHasCpp(m_values, project, configuration))
         command = ProjectProperty::ExternalCppLinkCommand;
-    if (isExternallyBuilt(m_system, project, configuration)
+    if (isExternallyBuilt(m_values, project, configuration)
         && !expanded(project, command, configuration).isEmpty())
         return runExternalTool(step, request, command,
                                archive ? QStringLiteral("&&") : QString());

@@ -148,6 +148,9 @@ public:
                                            const QString &configuration,
                                            const MacroTable &extra = {}) const;
     void invalidateCaches();
+    // Counts the calls of invalidateCaches(): a cache kept outside the system is good while
+    // this has not changed.
+    [[nodiscard]] quint64 cacheGeneration() const { return m_cacheGeneration; }
 
     // ---- Values
     // The value object the grid and scripts edit a property through.
@@ -221,4 +224,5 @@ private:
     // The last lookup of m_macroCache: the files of a folder ask for the same entry in a row.
     mutable std::pair<const ProjectElement *, const MacroCacheEntry *> m_lastMacros{};
     mutable QString m_lastConfiguration;
+    quint64 m_cacheGeneration = 0;
 };

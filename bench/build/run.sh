@@ -5,8 +5,12 @@
 # its own full build left (ninja keeps dependencies in its log and deletes the .d files; make
 # and the engine read the .d files on every build). The three are timed in one hyperfine run
 # per case, so that a machine busy with other work weighs on all of them alike.
+# A full build takes long enough for the load of a shared machine to drift between the first
+# tool's runs and the last's: it is timed in rounds, each one hyperfine run of the three in a
+# rotated order, and each tool's median over the rounds is reported with the median of the
+# ratios within a round.
 # Usage: bench/build/run.sh BIN_DIR [COUNT...]   (default counts: 2000 10000)
-#        FULL_RUNS=N runs each full build N times (default 1).
+#        FULL_ROUNDS=N sets the rounds of full builds (default 3).
 set -e
 bin=$(cd "${1:?usage: run.sh BIN_DIR [COUNT...]}" && pwd)
 shift
@@ -32,7 +36,8 @@ key_commands() {
 check_same_commands() {
     t=$(cd "$1" && "$bin/tess" build bench.qvProject --export commands.sh >/dev/null && key_commands "$1" < commands.sh)
     n=$(cd "$2" && ninja -t commands | key_commands "$2")
-    m=$(cd "$3" && make -n | key_commands "$3")
+    # make writes the link list while it expands the recipe, -n or not: its folder must exist.
+    m=$(cd "$3" && mkdir -p Output/Debug/Obj/app && make -n | key_commands "$3")
     if [ "$t" != "$n" ] || [ "$t" != "$m" ]; then
         printf 'command lines differ:\n tess:\n%s\n ninja:\n%s\n make:\n%s\n' "$t" "$n" "$m"
         exit 1
@@ -50,18 +55,17 @@ for count in $counts; do
     tess="cd '$ours' && '$bin/tess' build bench.qvProject -j 2"
     ninja="cd '$theirs' && ninja -j 2"
     make="cd '$makes' && make -j 2"
-    runs=${FULL_RUNS:-1}
-    echo "== $count files: full build, -j 2 ($runs run(s) each)"
-    hyperfine --runs "$runs" --export-json "$results/build-full-$count.json" \
-        -n tess --prepare "rm -rf '$ours/Output'" "$tess > /dev/null" \
-        -n ninja --prepare "rm -rf '$theirs/Output' '$theirs/.ninja_log' '$theirs/.ninja_deps'" \
-        "$ninja > /dev/null" \
-        -n make --prepare "rm -rf '$makes/Output'" "$make > /dev/null"
+    rounds=${FULL_ROUNDS:-3}
+    echo "== $count files: full build, -j 2 ($rounds rounds)"
+    python3 "$here/rounds.py" "$results/build-full-$count.json" "$rounds" \
+        tess "rm -rf '$ours/Output'" "$tess > /dev/null" \
+        ninja "rm -rf '$theirs/Output' '$theirs/.ninja_log' '$theirs/.ninja_deps'" "$ninja > /dev/null" \
+        make "rm -rf '$makes/Output'" "$make > /dev/null"
     (cd "$ours" && "$bin/tess" build bench.qvProject -j 2 | tail -n 1)
     (cd "$theirs" && ninja -j 2 | tail -n 1)
     (cd "$makes" && make -j 2 | tail -n 1)
     echo "== $count files: null build"
-    hyperfine --warmup 1 --runs 10 --export-json "$results/build-null-$count.json" \
+    hyperfine --warmup 2 --runs 20 --export-json "$results/build-null-$count.json" \
         -n tess "$tess" -n ninja "$ninja" -n make "$make"
     echo "== $count files: one file touched"
     # Time stamps count in whole seconds: the touch must land in a later second than the object.

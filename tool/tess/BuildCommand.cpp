@@ -14,6 +14,7 @@
 #include <QSaveFile>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 namespace {
@@ -225,11 +226,16 @@ int buildCommand(const CommandArguments &arguments)
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
     std::printf("%s\n", status.toUtf8().constData());
-    switch (result) {
-    case BuildEngine::Failed: return exitFailure;
-    case BuildEngine::Stopped: return exitStopped;
-    default: return result < 0 ? exitFailure : exitSuccess;
-    }
+    int code = result < 0 ? exitFailure : exitSuccess;
+    if (result == BuildEngine::Failed)
+        code = exitFailure;
+    else if (result == BuildEngine::Stopped)
+        code = exitStopped;
+    // The process ends here: taking apart the tree of a large solution costs more than a null
+    // build spends checking it, and nothing is left to write.
+    std::fflush(stdout);
+    std::fflush(stderr);
+    std::_Exit(code);
 }
 
 constexpr TessCommand buildRows[] = {
