@@ -9,6 +9,10 @@
 # tool's runs and the last's: it is timed in rounds, each one hyperfine run of the three in a
 # rotated order, and each tool's median over the rounds is reported with the median of the
 # ratios within a round.
+# A second full build runs a stand-in that sleeps 25 ms instead of the compiler (standin.c),
+# in an installation of its own: with the compiles' own time fixed, what differs is what each
+# tool spends between one tool ending and the next starting, which a loaded machine blurs in
+# the real build.
 # Usage: bench/build/run.sh BIN_DIR [COUNT...]   (default counts: 2000 10000)
 #        FULL_ROUNDS=N sets the rounds of full builds (default 3).
 set -e
@@ -44,6 +48,20 @@ check_same_commands() {
     fi
 }
 
+standin="$data/standin/bin"
+mkdir -p "$standin"
+cp "$bin/tess" "$standin/tess"
+gcc -O2 -o "$standin/cc" "$here/standin.c"
+
+# Full builds in rounds: NAME OUTPUT_JSON TESS_TREE NINJA_TREE MAKE_TREE BIN.
+full_builds() {
+    echo "== $1: full build, -j 2 (${FULL_ROUNDS:-3} rounds)"
+    python3 "$here/rounds.py" "$2" "${FULL_ROUNDS:-3}" \
+        tess "rm -rf '$3/Output'" "cd '$3' && '$6/tess' build bench.qvProject -j 2 > /dev/null" \
+        ninja "rm -rf '$4/Output' '$4/.ninja_log' '$4/.ninja_deps'" "cd '$4' && ninja -j 2 > /dev/null" \
+        make "rm -rf '$5/Output'" "cd '$5' && make -j 2 > /dev/null"
+}
+
 for count in $counts; do
     ours="$data/c$count/tess"
     theirs="$data/c$count/ninja"
@@ -55,12 +73,7 @@ for count in $counts; do
     tess="cd '$ours' && '$bin/tess' build bench.qvProject -j 2"
     ninja="cd '$theirs' && ninja -j 2"
     make="cd '$makes' && make -j 2"
-    rounds=${FULL_ROUNDS:-3}
-    echo "== $count files: full build, -j 2 ($rounds rounds)"
-    python3 "$here/rounds.py" "$results/build-full-$count.json" "$rounds" \
-        tess "rm -rf '$ours/Output'" "$tess > /dev/null" \
-        ninja "rm -rf '$theirs/Output' '$theirs/.ninja_log' '$theirs/.ninja_deps'" "$ninja > /dev/null" \
-        make "rm -rf '$makes/Output'" "$make > /dev/null"
+    full_builds "$count files" "$results/build-full-$count.json" "$ours" "$theirs" "$makes" "$bin"
     (cd "$ours" && "$bin/tess" build bench.qvProject -j 2 | tail -n 1)
     (cd "$theirs" && ninja -j 2 | tail -n 1)
     (cd "$makes" && make -j 2 | tail -n 1)
@@ -73,7 +86,13 @@ for count in $counts; do
         -n tess --prepare "sleep 1; touch '$ours/src/d000/f00007.c'" "$tess" \
         -n ninja --prepare "sleep 1; touch '$theirs/src/d000/f00007.c'" "$ninja" \
         -n make --prepare "sleep 1; touch '$makes/src/d000/f00007.c'" "$make"
-    for kind in full null touch; do
+    for tree in tess ninja make; do
+        python3 "$here/generate.py" "$count" "$data/s$count/$tree" "$standin"
+    done
+    full_builds "$count files, 25 ms stand-in compiler" "$results/build-standin-$count.json" \
+        "$data/s$count/tess" "$data/s$count/ninja" "$data/s$count/make" "$standin"
+    echo "(with no time between tools: $(( (count + 1) / 2 * 25 + 25 )) ms)"
+    for kind in full standin null touch; do
         set -- $(medians "$results/build-$kind-$count.json")
         echo "RESULT $count $kind tess=${1}s ninja=${2}s make=${3}s" \
              "tess/ninja=$(ratio "$1" "$2") tess/make=$(ratio "$1" "$3")"
