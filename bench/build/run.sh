@@ -15,6 +15,8 @@
 # the real build.
 # Usage: bench/build/run.sh BIN_DIR [COUNT...]   (default counts: 2000 10000)
 #        FULL_ROUNDS=N sets the rounds of full builds (default 3).
+#        COMPILER=standin times every case with the stand-in alone, results named
+#        build-*-standin-COUNT.json: a run that fits a busy machine's hour for the larger trees.
 set -e
 bin=$(cd "${1:?usage: run.sh BIN_DIR [COUNT...]}" && pwd)
 shift
@@ -28,7 +30,7 @@ for tool in ninja make hyperfine; do
 done
 
 medians() { python3 -c "import json,sys; r=json.load(open(sys.argv[1]))['results']; print(' '.join('%.3f' % x['median'] for x in r))" "$1"; }
-ratio() { python3 -c "import sys; print('%.2f' % (float(sys.argv[1]) / float(sys.argv[2])))" "$1" "$2"; }
+ratio() { python3 -c "import sys; a, b = map(float, sys.argv[1:]); print('%.2f' % (a / b) if b else 'n/a')" "$1" "$2"; }
 
 # The first compile and the link of each tool, with the tree's own path taken out: the three
 # must run the same commands or the comparison says nothing.
@@ -38,7 +40,7 @@ key_commands() {
     grep -m 1 -e ' -inputfiles ' "$1/commands.txt"
 }
 check_same_commands() {
-    t=$(cd "$1" && "$bin/tess" build bench.qvProject --export commands.sh >/dev/null && key_commands "$1" < commands.sh)
+    t=$(cd "$1" && "$4/tess" build bench.qvProject --export commands.sh >/dev/null && key_commands "$1" < commands.sh)
     n=$(cd "$2" && ninja -t commands | key_commands "$2")
     # make writes the link list while it expands the recipe, -n or not: its folder must exist.
     m=$(cd "$3" && mkdir -p Output/Debug/Obj/app && make -n | key_commands "$3")
@@ -63,38 +65,50 @@ full_builds() {
 }
 
 for count in $counts; do
-    ours="$data/c$count/tess"
-    theirs="$data/c$count/ninja"
-    makes="$data/c$count/make"
+    tools="$bin"
+    case_="$count"
+    if [ "${COMPILER:-gcc}" = standin ]; then
+        tools="$standin"
+        case_="standin-$count"
+    fi
+    ours="$data/c$case_/tess"
+    theirs="$data/c$case_/ninja"
+    makes="$data/c$case_/make"
     for tree in "$ours" "$theirs" "$makes"; do
-        python3 "$here/generate.py" "$count" "$tree" "$bin"
+        python3 "$here/generate.py" "$count" "$tree" "$tools"
     done
-    check_same_commands "$ours" "$theirs" "$makes"
-    tess="cd '$ours' && '$bin/tess' build bench.qvProject -j 2"
+    check_same_commands "$ours" "$theirs" "$makes" "$tools"
+    tess="cd '$ours' && '$tools/tess' build bench.qvProject -j 2"
     ninja="cd '$theirs' && ninja -j 2"
     make="cd '$makes' && make -j 2"
-    full_builds "$count files" "$results/build-full-$count.json" "$ours" "$theirs" "$makes" "$bin"
-    (cd "$ours" && "$bin/tess" build bench.qvProject -j 2 | tail -n 1)
+    full_builds "$case_ files" "$results/build-full-$case_.json" "$ours" "$theirs" "$makes" "$tools"
+    (cd "$ours" && "$tools/tess" build bench.qvProject -j 2 | tail -n 1)
     (cd "$theirs" && ninja -j 2 | tail -n 1)
     (cd "$makes" && make -j 2 | tail -n 1)
-    echo "== $count files: null build"
-    hyperfine --warmup 2 --runs 20 --export-json "$results/build-null-$count.json" \
+    echo "== $case_ files: null build"
+    hyperfine --warmup 2 --runs 20 --export-json "$results/build-null-$case_.json" \
         -n tess "$tess" -n ninja "$ninja" -n make "$make"
-    echo "== $count files: one file touched"
+    echo "== $case_ files: one file touched"
     # Time stamps count in whole seconds: the touch must land in a later second than the object.
-    hyperfine --runs 5 --export-json "$results/build-touch-$count.json" \
+    hyperfine --runs 5 --export-json "$results/build-touch-$case_.json" \
         -n tess --prepare "sleep 1; touch '$ours/src/d000/f00007.c'" "$tess" \
         -n ninja --prepare "sleep 1; touch '$theirs/src/d000/f00007.c'" "$ninja" \
         -n make --prepare "sleep 1; touch '$makes/src/d000/f00007.c'" "$make"
-    for tree in tess ninja make; do
-        python3 "$here/generate.py" "$count" "$data/s$count/$tree" "$standin"
-    done
-    full_builds "$count files, 25 ms stand-in compiler" "$results/build-standin-$count.json" \
-        "$data/s$count/tess" "$data/s$count/ninja" "$data/s$count/make" "$standin"
+    kinds="full null touch"
+    if [ "$tools" = "$bin" ]; then
+        for tree in tess ninja make; do
+            python3 "$here/generate.py" "$count" "$data/s$count/$tree" "$standin"
+        done
+        full_builds "$count files, 25 ms stand-in compiler" "$results/build-standin-$count.json" \
+            "$data/s$count/tess" "$data/s$count/ninja" "$data/s$count/make" "$standin"
+        kinds="full standin null touch"
+    fi
     echo "(with no time between tools: $(( (count + 1) / 2 * 25 + 25 )) ms)"
-    for kind in full standin null touch; do
-        set -- $(medians "$results/build-$kind-$count.json")
-        echo "RESULT $count $kind tess=${1}s ninja=${2}s make=${3}s" \
+    for kind in $kinds; do
+        json="$results/build-$kind-$case_.json"
+        [ "$kind" = standin ] && json="$results/build-standin-$count.json"
+        set -- $(medians "$json")
+        echo "RESULT $case_ $kind tess=${1}s ninja=${2}s make=${3}s" \
              "tess/ninja=$(ratio "$1" "$2") tess/make=$(ratio "$1" "$3")"
     done
 done
