@@ -163,7 +163,7 @@ BuildKind buildKind(const PropertyValues &values, const ProjectElement *element,
     }
     if (isYes(resolved(values, element, ProjectProperty::BuildExcludeFromBuild, configuration)))
         return BuildKind::Excluded;
-    const ProjectElement *project = StandardProjectSystem::projectOf(element);
+    const ProjectElement *project = element->project();
     if (!project)
         return BuildKind::NoBuild;
     const QString projectType =

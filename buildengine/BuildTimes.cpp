@@ -184,7 +184,7 @@ QString BuildEngine::expanded(const ProjectElement *element, ProjectProperty pro
 QString BuildEngine::projectDirectory(const ProjectElement *element,
                                       const QString &configuration) const
 {
-    const ProjectElement *project = StandardProjectSystem::projectOf(element);
+    const ProjectElement *project = element->project();
     if (!project)
         return {};
     return m_system.macroTable(project, configuration).value(QStringLiteral("ProjectDir"));

@@ -104,7 +104,7 @@ QString ToolCommandLines::projectDirectory(const ProjectElement *element,
                                            const QString &configuration) const
 {
     // The project's own table: a file's would be put together for it on every call.
-    const ProjectElement *project = StandardProjectSystem::projectOf(element);
+    const ProjectElement *project = element->project();
     return m_system.macroTable(project ? project : element, configuration)
         .value(QStringLiteral("ProjectDir"));
 }

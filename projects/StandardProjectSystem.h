@@ -108,8 +108,15 @@ public:
     }
 
     // ---- The tree
-    [[nodiscard]] static ProjectElement *projectOf(const ProjectElement *element);
-    [[nodiscard]] static ProjectElement *solutionOf(const ProjectElement *element);
+    // ProjectElement::project() and solution(), for an element that may be null.
+    [[nodiscard]] static ProjectElement *projectOf(const ProjectElement *element)
+    {
+        return element ? element->project() : nullptr;
+    }
+    [[nodiscard]] static ProjectElement *solutionOf(const ProjectElement *element)
+    {
+        return element ? element->solution() : nullptr;
+    }
     // The element at a path of names below the solution ("Blinky/Source Files/main.c"); the
     // empty path is the solution. A file matches by its name or by its file_name. Null if none.
     [[nodiscard]] ProjectElement *findElement(const QString &path) const;
