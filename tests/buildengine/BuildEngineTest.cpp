@@ -461,6 +461,22 @@ TEST_F(BuildEngineTest, FreedSlotStartsItsNextToolWhileTheOtherRuns)
     EXPECT_TRUE(log.startsWith(QLatin1String("begin\nbegin\nend\nbegin\n"))) << log.toStdString();
 }
 
+TEST_F(BuildEngineTest, RequestWithoutElementOrBuilderIsRefused)
+{
+    load(libraryAndProgram);
+    NullBuilder builder;
+    BuildRequest request;
+    request.configuration = QStringLiteral("Debug");
+    request.builders = {&builder};
+    EXPECT_EQ(m_engine->build(request), BuildEngine::Refused);
+    request.element = m_system->solution();
+    request.builders.clear();
+    EXPECT_EQ(m_engine->build(request), BuildEngine::Refused);
+    request.builders = {&builder};
+    request.flags = BuildFlag::NoExecute | BuildFlag::Quiet;
+    EXPECT_EQ(m_engine->build(request), BuildEngine::Built);   // would build: nothing is there
+}
+
 TEST_F(BuildEngineTest, NextToolStartsAsSoonAsThePreviousEnds)
 {
     // Fifty tools one after another, each writing down when it began and when it was about to
