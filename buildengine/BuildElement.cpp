@@ -37,7 +37,7 @@ bool BuildEngine::buildElement(ProjectElement *element, const QString &configura
     bool forced = (flags & BuildFlag::Force)
                   || isYes(value(element, ProjectProperty::BuildAlwaysRebuild, configuration));
     bool built = false;
-    if (isUnityFolder(m_system, element, configuration, flags & BuildFlag::DisableUnity))
+    if (isUnityFolder(m_values, element, configuration, flags & BuildFlag::DisableUnity))
         built = buildUnityFolder(element, configuration, builder, idler, flags, forced);
     else if (!(flags & BuildFlag::SelfOnly) && kind != BuildKind::ExternalStep)
         built = buildChildren(element, configuration, builder, idler, flags, forced);
@@ -176,18 +176,13 @@ bool BuildEngine::buildCompile(StepContext &step)
     const bool unity = step.element->kind() == ProjectElement::Kind::Folder;
     QString input = unity ? unityFileName(step.element, step.configuration)
                           : step.element->filePath().text();
-    if (!step.forced && compileUpToDate(step, output)) {
-        if (!step.quiet())
-            step.builder.addDetail(QStringLiteral("'%1' is up to date").arg(output));
-        return false;
-    }
-    const QString dependencyFile = dependencyFileName(step.element, step.configuration, true);
-    if (step.has(BuildFlag::RemoveOutputs)) {
-        removeFile(output, step.builder, step.quiet());
-        removeFile(dependencyFile, step.builder, step.quiet());
-    }
-    if (step.has(BuildFlag::NoExecute))
-        return true;
+    const bool current = !step.forced && compileUpToDate(step, output);
+    // The dependency file goes with the object; its name is only needed when the step goes on.
+    const QStringList others =
+        current ? QStringList()
+                : QStringList{dependencyFileName(step.element, step.configuration, true)};
+    if (const std::optional<bool> ended = openStep(step, current, output, others))
+        return *ended;
     const QString preOutput = inDirectory(
         step.directory,
         expanded(step.element, ProjectProperty::CompilePreBuildCommandOutputFileName,
@@ -199,7 +194,7 @@ bool BuildEngine::buildCompile(StepContext &step)
         input = preOutput;
     if (m_state.failed || m_state.stopped)
         return true;
-    if (isExternallyBuilt(m_system, StandardProjectSystem::projectOf(step.element),
+    if (isExternallyBuilt(m_values, step.element->project(),
                           step.configuration)) {
         static constexpr ProjectProperty commands[] = {ProjectProperty::ExternalCCompileCommand,
                                                        ProjectProperty::ExternalCppCompileCommand,
@@ -266,7 +261,7 @@ bool BuildEngine::loadGenericOptions(ProjectElement *element, const QString &con
                                      Builder &builder)
 {
     // A tool chain is a project's choice: its file is looked up once per project walked.
-    ProjectElement *project = StandardProjectSystem::projectOf(element);
+    ProjectElement *project = element->project();
     if (!project || (project == m_genericProject && configuration == m_genericConfiguration))
         return true;
     QString error;

@@ -1,7 +1,9 @@
 #pragma once
 #include "buildengine/BuildFlags.h"
 #include "buildengine/BuildKind.h"
+#include "buildengine/ConfigurationMap.h"
 #include "buildengine/Builder.h"
+#include "buildengine/PropertyValues.h"
 #include "foundation/Macros.h"
 #include "projects/ProjectCatalogue.h"
 #include <QDateTime>
@@ -11,9 +13,11 @@
 #include <QStringList>
 #include <ctime>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class GenericOptions;
+struct BuildRequest;
 class ProjectElement;
 class StandardProjectSystem;
 class ToolCommandLines;
@@ -22,10 +26,12 @@ struct ToolStep;
 
 // The build walker over the open solution: which items a build consists of, in which order and
 // how many at once, and for each element whether it is out of date and what runs to bring it
-// up to date. One build at a time; its shared state is the stopped and failed flags.
+// up to date. Every front end starts a build the one way, build(BuildRequest); BuildPlan makes
+// its items and BuildSchedule runs them, asking this class for each element's steps. One build
+// at a time; its shared state is the stopped and failed flags.
 class BuildEngine {
 public:
-    // Results of buildTop.
+    // Results of build.
     static constexpr int UpToDate = 0;
     static constexpr int Built = 1;
     static constexpr int Failed = 2;
@@ -40,22 +46,15 @@ public:
     [[nodiscard]] ToolCommandLines &toolCommands() const { return *m_tools; }
     [[nodiscard]] BuildState &state() { return m_state; }
 
-    int buildTop(ProjectElement *element, const QString &configuration, int threads,
-                 const std::vector<Builder *> &builders, Idler &idler, uint flags,
-                 bool followDependencies, bool batch);
-    // Forgets what was learnt of the tree; buildTop does so on entry.
+    // Plans and runs `request`: one of the results above, or Refused when it names no element
+    // or no builder. Forgets what was learnt of the tree first.
+    int build(const BuildRequest &request);
+    static constexpr int Refused = -1;
+    // Forgets what was learnt of the tree.
     void clearCaches();
     // Sets the stopped flag; the caller terminates its builders' tools.
     void cancelBuild(const std::vector<Builder *> &builders);
 
-    void collectSolutionItems(ProjectElement *solution, const QString &configuration, uint flags,
-                              bool batch, bool atomic, Builder &builder, Idler &idler,
-                              std::vector<BuildItem> &items);
-    void collectProjectItems(ProjectElement *project, const QString &configuration, uint flags,
-                             bool batch, bool dependencies, bool atomic, Builder &builder,
-                             Idler &idler, std::vector<BuildItem> &items);
-    int scheduleBuild(std::vector<BuildItem> &items, int threads,
-                      const std::vector<Builder *> &builders, Idler &idler);
     // Brings one element up to date; true when it built (under NoExecute: would build).
     bool buildElement(ProjectElement *element, const QString &configuration, Builder &builder,
                       Idler &idler, uint flags);
@@ -108,13 +107,27 @@ public:
                                    const MacroTable &extra = {}) const;
 
 private:
+    friend class BuildPlan;
+    friend class BuildSchedule;
     struct StepContext;
     bool buildChildren(ProjectElement *element, const QString &configuration, Builder &builder,
                        Idler &idler, uint flags, bool &forced);
     bool buildUnityFolder(ProjectElement *folder, const QString &configuration, Builder &builder,
                           Idler &idler, uint flags, bool &forced);
+    struct LinkInputs;
+    // The opening every step kind shares, once it knows whether its output is `current`: a
+    // current step ends, false, with `upToDateText` (%1: the output) unless quiet; a rebuild or
+    // clean removes the output and `others`; under NoExecute the step ends, true, as it would
+    // build. Empty when the step goes on to run its tools.
+    [[nodiscard]] std::optional<bool> openStep(StepContext &step, bool current,
+                                               const QString &output,
+                                               const QStringList &others = {},
+                                               const char *upToDateText = "'%1' is up to date");
     bool buildCompile(StepContext &step);
     bool buildLink(StepContext &step);
+    bool readLinkInputs(StepContext &step, LinkInputs &link);
+    [[nodiscard]] bool linkUpToDate(StepContext &step, const LinkInputs &link);
+    void runLink(StepContext &step, const LinkInputs &link);
     bool buildArchive(StepContext &step);
     bool buildExternalProject(StepContext &step);
     bool buildStage(StepContext &step);
@@ -150,16 +163,11 @@ private:
                          QStringList &libraries) const;
     void runProjectCommand(ProjectElement *project, const QString &configuration,
                            Builder &builder, Idler &idler, bool post, bool forced, bool built);
-    void collectFiles(ProjectElement *element, const QString &configuration, uint flags,
-                      std::vector<BuildItem> &items) const;
     void collectInputs(const ProjectElement *element, const QString &configuration,
                        QStringList &inputs) const;
-    [[nodiscard]] bool canBuildInParallel(const ProjectElement *project,
-                                          const QString &configuration) const;
-    [[nodiscard]] bool hasItem(const std::vector<BuildItem> &items, const ProjectElement *element,
-                               const QString &configuration) const;
 
     StandardProjectSystem &m_system;
+    PropertyValues m_values;
     std::unique_ptr<GenericOptions> m_generic;
     std::unique_ptr<ToolCommandLines> m_tools;
     // The project whose generic options are loaded, for the length of one build.
@@ -168,9 +176,6 @@ private:
     BuildState m_state;
     // Kinds and output names, per element and configuration, for the length of one build: the
     // walker asks for them several times per element and the tree does not change meanwhile.
-    mutable QHash<QPair<const ProjectElement *, QString>, BuildKind> m_kinds;
-    mutable QHash<QPair<const ProjectElement *, QString>, QString> m_outputs;
-    // Projects whose dependencies are being collected, outermost first: a project met again
-    // while on this chain closes a cycle.
-    std::vector<std::pair<const ProjectElement *, QString>> m_collecting;
+    mutable ConfigurationMap<const ProjectElement *, BuildKind> m_kinds;
+    mutable ConfigurationMap<const ProjectElement *, QString> m_outputs;
 };

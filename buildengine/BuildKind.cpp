@@ -1,6 +1,6 @@
 #include "buildengine/BuildKind.h"
+#include "buildengine/PropertyValues.h"
 #include "projects/StandardProjectSystem.h"
-#include <QFileInfo>
 
 namespace {
 
@@ -16,23 +16,23 @@ constexpr ExtensionType extensionTypes[] = {
     {"exe", "Executable"}, {"h", "Header"},    {"hpp", "Header"},    {"hh", "Header"},
 };
 
-QString resolved(const StandardProjectSystem &system, const ProjectElement *element,
+QString resolved(const PropertyValues &values, const ProjectElement *element,
                  ProjectProperty property, const QString &configuration)
 {
-    return system.resolveProperty(element, system.propertyClass(property), configuration);
+    return values.value(element, values.system().propertyClass(property), configuration);
 }
 
-bool hasValue(const StandardProjectSystem &system, const ProjectElement *element,
+bool hasValue(const PropertyValues &values, const ProjectElement *element,
               ProjectProperty property, const QString &configuration)
 {
-    return !system.expandedProperty(element, system.propertyClass(property), configuration)
+    return !values.expanded(element, values.system().propertyClass(property), configuration)
                 .isEmpty();
 }
 
-BuildKind projectKind(const StandardProjectSystem &system, const ProjectElement *project,
+BuildKind projectKind(const PropertyValues &values, const ProjectElement *project,
                       const QString &configuration)
 {
-    const QString type = resolved(system, project, ProjectProperty::ProjectType, configuration);
+    const QString type = resolved(values, project, ProjectProperty::ProjectType, configuration);
     if (type == QLatin1String("Executable"))
         return BuildKind::Link;
     if (type == QLatin1String("Library"))
@@ -42,16 +42,16 @@ BuildKind projectKind(const StandardProjectSystem &system, const ProjectElement 
     if (type == QLatin1String("Combining"))
         return BuildKind::Combine;
     if (type == QLatin1String("Externally Built Executable")) {
-        bool linked = hasValue(system, project, ProjectProperty::ExternalLinkCommand, configuration);
-        if (!linked && projectHasCpp(system, project, configuration))
-            linked = hasValue(system, project, ProjectProperty::ExternalCppLinkCommand,
+        bool linked = hasValue(values, project, ProjectProperty::ExternalLinkCommand, configuration);
+        if (!linked && projectHasCpp(values, project, configuration))
+            linked = hasValue(values, project, ProjectProperty::ExternalCppLinkCommand,
                               configuration);
         const bool ownFile =
-            hasValue(system, project, ProjectProperty::ExternalBuildFileName, configuration);
+            hasValue(values, project, ProjectProperty::ExternalBuildFileName, configuration);
         return linked && !ownFile ? BuildKind::Link : BuildKind::ExternalStep;
     }
     if (type == QLatin1String("Externally Built Library"))
-        return hasValue(system, project, ProjectProperty::ExternalArchiveCommand, configuration)
+        return hasValue(values, project, ProjectProperty::ExternalArchiveCommand, configuration)
                    ? BuildKind::Archive
                    : BuildKind::ExternalStep;
     return BuildKind::NoBuild;
@@ -72,7 +72,7 @@ BuildKind kindOfCodeType(const QString &type)
 }
 
 // In an externally built project a source counts only when its tool has a command.
-BuildKind externalSourceKind(const StandardProjectSystem &system, const ProjectElement *element,
+BuildKind externalSourceKind(const PropertyValues &values, const ProjectElement *element,
                              const QString &configuration, BuildKind kind)
 {
     ProjectProperty command;
@@ -82,15 +82,18 @@ BuildKind externalSourceKind(const StandardProjectSystem &system, const ProjectE
     case BuildKind::Assemble: command = ProjectProperty::ExternalAssembleCommand; break;
     default: return kind;
     }
-    return hasValue(system, element, command, configuration) ? kind : BuildKind::NoBuild;
+    return hasValue(values, element, command, configuration) ? kind : BuildKind::NoBuild;
 }
 
 QString typeOfPath(const QString &path)
 {
-    const QString suffix = QFileInfo(path).suffix();
+    // The suffix as QFileInfo gives it: what follows the last '.' of the file name.
+    const QStringView name = QStringView(path).mid(path.lastIndexOf(u'/') + 1);
+    const qsizetype dot = name.lastIndexOf(u'.');
+    const QStringView suffix = dot < 0 ? QStringView() : name.mid(dot + 1);
     if (suffix == QLatin1String("S"))
         return QStringLiteral("Assembly");
-    const QString lower = suffix.toLower();
+    const QString lower = suffix.toString().toLower();
     for (const ExtensionType &entry : extensionTypes) {
         if (lower == QLatin1String(entry.extension))
             return QLatin1String(entry.type);
@@ -100,57 +103,57 @@ QString typeOfPath(const QString &path)
 
 } // namespace
 
-QString codeType(const StandardProjectSystem &system, const ProjectElement *file,
+QString codeType(const PropertyValues &values, const ProjectElement *file,
                  const QString &configuration)
 {
-    QString type = resolved(system, file, ProjectProperty::FileType, configuration);
+    QString type = resolved(values, file, ProjectProperty::FileType, configuration);
     if (type.isEmpty())
         type = typeOfPath(file->filePath().text());
     if (type == QLatin1String("C")
-        && isYes(resolved(system, file, ProjectProperty::CFilesAreCpp, configuration)))
+        && isYes(resolved(values, file, ProjectProperty::CFilesAreCpp, configuration)))
         type = QStringLiteral("C++");
     return type;
 }
 
-bool projectHasCpp(const StandardProjectSystem &system, const ProjectElement *project,
+bool projectHasCpp(const PropertyValues &values, const ProjectElement *project,
                    const QString &configuration)
 {
     for (const ProjectElement *child : project->children()) {
-        if (isYes(resolved(system, child, ProjectProperty::BuildExcludeFromBuild, configuration)))
+        if (isYes(resolved(values, child, ProjectProperty::BuildExcludeFromBuild, configuration)))
             continue;
         if (child->kind() == ProjectElement::Kind::Folder
-            && projectHasCpp(system, child, configuration))
+            && projectHasCpp(values, child, configuration))
             return true;
         if (child->kind() == ProjectElement::Kind::File
-            && codeType(system, child, configuration) == QLatin1String("C++"))
+            && codeType(values, child, configuration) == QLatin1String("C++"))
             return true;
     }
     return false;
 }
 
-bool isExternallyBuilt(const StandardProjectSystem &system, const ProjectElement *project,
+bool isExternallyBuilt(const PropertyValues &values, const ProjectElement *project,
                        const QString &configuration)
 {
     return project
-        && resolved(system, project, ProjectProperty::ProjectType, configuration)
+        && resolved(values, project, ProjectProperty::ProjectType, configuration)
                .startsWith(QLatin1String("Externally Built"));
 }
 
-bool isUnityFolder(const StandardProjectSystem &system, const ProjectElement *element,
+bool isUnityFolder(const PropertyValues &values, const ProjectElement *element,
                    const QString &configuration, bool disableUnity)
 {
     return element->kind() == ProjectElement::Kind::Folder && !disableUnity
-        && hasValue(system, element, ProjectProperty::UnityBuildFileName, configuration);
+        && hasValue(values, element, ProjectProperty::UnityBuildFileName, configuration);
 }
 
-BuildKind buildKind(const StandardProjectSystem &system, const ProjectElement *element,
+BuildKind buildKind(const PropertyValues &values, const ProjectElement *element,
                     const QString &configuration)
 {
     switch (element->kind()) {
     case ProjectElement::Kind::Project:
-        return projectKind(system, element, configuration);
+        return projectKind(values, element, configuration);
     case ProjectElement::Kind::Folder:
-        if (!isUnityFolder(system, element, configuration, false))
+        if (!isUnityFolder(values, element, configuration, false))
             return BuildKind::NoBuild;
         break;
     case ProjectElement::Kind::File:
@@ -158,13 +161,13 @@ BuildKind buildKind(const StandardProjectSystem &system, const ProjectElement *e
     default:
         return BuildKind::NoBuild;
     }
-    if (isYes(resolved(system, element, ProjectProperty::BuildExcludeFromBuild, configuration)))
+    if (isYes(resolved(values, element, ProjectProperty::BuildExcludeFromBuild, configuration)))
         return BuildKind::Excluded;
-    const ProjectElement *project = StandardProjectSystem::projectOf(element);
+    const ProjectElement *project = element->project();
     if (!project)
         return BuildKind::NoBuild;
     const QString projectType =
-        resolved(system, project, ProjectProperty::ProjectType, configuration);
+        resolved(values, project, ProjectProperty::ProjectType, configuration);
     if (projectType == QLatin1String("Staging"))
         return BuildKind::Stage;
     if (projectType == QLatin1String("Combining"))
@@ -172,12 +175,12 @@ BuildKind buildKind(const StandardProjectSystem &system, const ProjectElement *e
     // A unity folder compiles as the code type of its generated file.
     const QString type =
         element->kind() == ProjectElement::Kind::Folder
-            ? typeOfPath(system.expandedProperty(
-                  element, system.propertyClass(ProjectProperty::UnityBuildFileName),
+            ? typeOfPath(values.expanded(
+                  element, values.system().propertyClass(ProjectProperty::UnityBuildFileName),
                   configuration))
-            : codeType(system, element, configuration);
+            : codeType(values, element, configuration);
     BuildKind kind = kindOfCodeType(type);
     if (projectType.startsWith(QLatin1String("Externally Built")))
-        kind = externalSourceKind(system, element, configuration, kind);
+        kind = externalSourceKind(values, element, configuration, kind);
     return kind;
 }

@@ -2,7 +2,7 @@
 #include <QString>
 
 class ProjectElement;
-class StandardProjectSystem;
+class PropertyValues;
 
 // What an element is to the build walker. 6 is not used and must stay unused.
 enum class BuildKind : quint8 {
@@ -26,17 +26,17 @@ enum class BuildKind : quint8 {
 
 // The code type of a file: its file_type, or by its extension; "C" turns into "C++" when
 // c_files_are_cpp is "Yes". Empty for files no tool takes.
-[[nodiscard]] QString codeType(const StandardProjectSystem &system, const ProjectElement *file,
+[[nodiscard]] QString codeType(const PropertyValues &values, const ProjectElement *file,
                                const QString &configuration);
 // True when some file under the project is C++ and takes part in the build.
-[[nodiscard]] bool projectHasCpp(const StandardProjectSystem &system,
+[[nodiscard]] bool projectHasCpp(const PropertyValues &values,
                                  const ProjectElement *project, const QString &configuration);
-[[nodiscard]] bool isExternallyBuilt(const StandardProjectSystem &system,
+[[nodiscard]] bool isExternallyBuilt(const PropertyValues &values,
                                      const ProjectElement *project, const QString &configuration);
-[[nodiscard]] BuildKind buildKind(const StandardProjectSystem &system,
+[[nodiscard]] BuildKind buildKind(const PropertyValues &values,
                                   const ProjectElement *element, const QString &configuration);
 // A folder whose files are compiled through one generated file that includes them all.
-[[nodiscard]] bool isUnityFolder(const StandardProjectSystem &system,
+[[nodiscard]] bool isUnityFolder(const PropertyValues &values,
                                  const ProjectElement *element, const QString &configuration,
                                  bool disableUnity);
 // "Yes" in a yes/no property.

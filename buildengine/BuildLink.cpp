@@ -65,7 +65,7 @@ QStringList BuildEngine::collectObjects(const ProjectElement *first, const QStri
         const BuildKind kind = kindOf(child, configuration);
         if (kind == BuildKind::Excluded)
             continue;
-        if (isUnityFolder(m_system, child, configuration, flags & BuildFlag::DisableUnity)) {
+        if (isUnityFolder(m_values, child, configuration, flags & BuildFlag::DisableUnity)) {
             objects.append(outputName(child, configuration, true));
             // Files kept out of the unity file build objects of their own.
             const QStringList filters =
@@ -120,14 +120,54 @@ void BuildEngine::dependentInputs(const ProjectElement *project, const QString &
     }
 }
 
+// What a link reads and writes.
+struct BuildEngine::LinkInputs {
+    QString output;
+    QStringList objects;
+    QStringList libraries;    // the outputs of the projects it depends on
+    QStringList additional;   // the project's additional files, from the project directory
+    QStringList outputs;      // besides the output: map file and other formats
+};
+
+std::optional<bool> BuildEngine::openStep(StepContext &step, bool current, const QString &output,
+                                          const QStringList &others, const char *upToDateText)
+{
+    if (current) {
+        if (!step.quiet())
+            step.builder.addDetail(QString::fromLatin1(upToDateText).arg(output));
+        return false;
+    }
+    if (step.has(BuildFlag::RemoveOutputs)) {
+        removeFile(output, step.builder, step.quiet());
+        for (const QString &other : others)
+            removeFile(other, step.builder, step.quiet());
+    }
+    if (step.has(BuildFlag::NoExecute))
+        return true;
+    return std::nullopt;
+}
+
 bool BuildEngine::buildLink(StepContext &step)
+{
+    step.idler.step(step.element, step.configuration);
+    LinkInputs link;
+    if (!readLinkInputs(step, link))
+        return false;
+    const bool current = !step.forced && linkUpToDate(step, link);
+    if (const std::optional<bool> ended = openStep(step, current, link.output, link.outputs))
+        return *ended;
+    runLink(step, link);
+    return true;
+}
+
+// False (reported, the build failed) when an object is on the list twice.
+bool BuildEngine::readLinkInputs(StepContext &step, LinkInputs &link)
 {
     ProjectElement *project = step.element;
     const QString &configuration = step.configuration;
-    step.idler.step(project, configuration);
-    const QString output = outputName(project, configuration, true);
-    const QStringList objects = collectObjects(project, configuration, step.flags);
-    QStringList sorted = objects;
+    link.output = outputName(project, configuration, true);
+    link.objects = collectObjects(project, configuration, step.flags);
+    QStringList sorted = link.objects;
     std::sort(sorted.begin(), sorted.end());
     for (qsizetype i = 1; i < sorted.size(); ++i) {
         if (sorted.at(i) == sorted.at(i - 1)) {
@@ -137,78 +177,80 @@ bool BuildEngine::buildLink(StepContext &step)
             return false;
         }
     }
-    QStringList libraries;
-    dependentInputs(project, configuration, libraries);
-    QStringList additional;
+    dependentInputs(project, configuration, link.libraries);
     for (const QString &file :
          expanded(project, ProjectProperty::LinkerAdditionalFiles, configuration)
              .split(u';', Qt::SkipEmptyParts))
-        additional.append(inDirectory(step.directory, file));
-    const bool useScript =
-        isYes(value(project, ProjectProperty::LinkUseLinkerScriptFile, configuration));
-    const QString script =
-        inDirectory(step.directory,
-                    expanded(project, ProjectProperty::LinkLinkerScriptFile, configuration));
-    const QStringList outputs = outputsOfLink(project, configuration);
-    if (!step.forced) {
-        std::time_t time = 0;
-        QStringList inputs = objects + libraries + existing(additional);
-        if (useScript && !script.isEmpty())
-            inputs.append(script);
-        else
-            inputs += existing(
-                {inDirectory(step.directory, expanded(project, ProjectProperty::LinkerMemoryMapFile,
-                                                      configuration)),
-                 inDirectory(step.directory,
-                             expanded(project, ProjectProperty::LinkerSectionPlacementFile,
-                                      configuration))});
-        inputs.removeAll(QString());
-        if (fileTime(QString(), output, time, step.builder, step.quiet())
-            && newestCheck(QString(), inputs, time, output, step.builder, step.quiet())
-            && !propertiesChanged(project, configuration, time, step.kind, step.builder,
-                                  step.quiet())
-            && std::all_of(outputs.begin(), outputs.end(), [&](const QString &other) {
-                   std::time_t ignored = 0;
-                   return fileTime(QString(), other, ignored, step.builder, step.quiet());
-               })) {
-            if (!step.quiet())
-                step.builder.addDetail(QStringLiteral("'%1' is up to date").arg(output));
-            return false;
-        }
-    }
-    if (step.has(BuildFlag::RemoveOutputs)) {
-        removeFile(output, step.builder, step.quiet());
-        for (const QString &other : outputs)
-            removeFile(other, step.builder, step.quiet());
-    }
-    if (step.has(BuildFlag::NoExecute))
-        return true;
+        link.additional.append(inDirectory(step.directory, file));
+    link.outputs = outputsOfLink(project, configuration);
+    return true;
+}
+
+// The output and every other output exist and are newer than every input (the linker script,
+// or else the memory map and section placement files, count as inputs), and the properties
+// have not changed since.
+bool BuildEngine::linkUpToDate(StepContext &step, const LinkInputs &link)
+{
+    const ProjectElement *project = step.element;
+    const QString &configuration = step.configuration;
+    QStringList inputs = link.objects + link.libraries + existing(link.additional);
+    const QString script = inDirectory(
+        step.directory, expanded(project, ProjectProperty::LinkLinkerScriptFile, configuration));
+    if (isYes(value(project, ProjectProperty::LinkUseLinkerScriptFile, configuration))
+        && !script.isEmpty())
+        inputs.append(script);
+    else
+        inputs += existing(
+            {inDirectory(step.directory,
+                         expanded(project, ProjectProperty::LinkerMemoryMapFile, configuration)),
+             inDirectory(step.directory, expanded(project,
+                                                  ProjectProperty::LinkerSectionPlacementFile,
+                                                  configuration))});
+    inputs.removeAll(QString());
+    std::time_t time = 0;
+    return fileTime(QString(), link.output, time, step.builder, step.quiet())
+           && newestCheck(QString(), inputs, time, link.output, step.builder, step.quiet())
+           && !propertiesChanged(project, configuration, time, step.kind, step.builder,
+                                 step.quiet())
+           && std::all_of(link.outputs.begin(), link.outputs.end(), [&](const QString &other) {
+                  std::time_t ignored = 0;
+                  return fileTime(QString(), other, ignored, step.builder, step.quiet());
+              });
+}
+
+// The pre-link command, the link, and when the builder accepts the output, the post-link
+// command; a refused output is removed with the other outputs and fails the build.
+void BuildEngine::runLink(StepContext &step, const LinkInputs &link)
+{
+    ProjectElement *project = step.element;
+    const QString &configuration = step.configuration;
     runCommandSteps(step, ProjectProperty::LinkerPreBuildCommand,
                     ProjectProperty::LinkerPreBuildCommandWd, QStringLiteral("Pre-link command "),
                     QString(), {}, QString());
     const bool linkDependents =
         isYes(value(project, ProjectProperty::LinkDependentProjects, configuration));
-    if (!runProjectTool(step, projectRequest(project, configuration, ToolKind::Link, objects,
-                                             (linkDependents ? libraries : QStringList())
-                                                 + additional,
-                                             output)))
-        return true;
-    if (!step.builder.acceptOutput(output)) {
-        for (const QString &path : QStringList{output} + outputs)
+    if (!runProjectTool(step, projectRequest(project, configuration, ToolKind::Link,
+                                             link.objects,
+                                             (linkDependents ? link.libraries : QStringList())
+                                                 + link.additional,
+                                             link.output)))
+        return;
+    if (!step.builder.acceptOutput(link.output)) {
+        for (const QString &path : QStringList{link.output} + link.outputs)
             QFile::remove(path);
         m_state.failed = true;
-        return true;
+        return;
     }
     MacroTable macros;
-    macros.insert(QStringLiteral("TargetPath"), output);
-    macros.insert(QStringLiteral("RelTargetPath"), QDir(step.directory).relativeFilePath(output));
+    macros.insert(QStringLiteral("TargetPath"), link.output);
+    macros.insert(QStringLiteral("RelTargetPath"),
+                  QDir(step.directory).relativeFilePath(link.output));
     macros.insert(QStringLiteral("PostLinkOutputFilePath"),
                   expanded(project, ProjectProperty::LinkerPostBuildCommandOutputFile,
                            configuration));
     runCommandSteps(step, ProjectProperty::LinkerPostBuildCommand,
                     ProjectProperty::LinkerPostBuildCommandWd, QStringLiteral("Post-link command "),
                     QStringLiteral(" && "), macros, QString());
-    return true;
 }
 
 bool BuildEngine::buildArchive(StepContext &step)
@@ -218,19 +260,13 @@ bool BuildEngine::buildArchive(StepContext &step)
     step.idler.step(project, configuration);
     const QString output = outputName(project, configuration, true);
     const QStringList objects = collectObjects(project, configuration, step.flags);
-    if (!step.forced) {
-        std::time_t time = 0;
-        if (fileTime(QString(), output, time, step.builder, step.quiet())
-            && newestCheck(QString(), objects, time, output, step.builder, step.quiet())) {
-            if (!step.quiet())
-                step.builder.addDetail(QStringLiteral("'%1' is up to date").arg(output));
-            return false;
-        }
-    }
-    if (step.has(BuildFlag::RemoveOutputs))
-        removeFile(output, step.builder, step.quiet());
-    if (step.has(BuildFlag::NoExecute))
-        return true;
+    std::time_t time = 0;
+    const bool current = !step.forced
+                         && fileTime(QString(), output, time, step.builder, step.quiet())
+                         && newestCheck(QString(), objects, time, output, step.builder,
+                                        step.quiet());
+    if (const std::optional<bool> ended = openStep(step, current, output))
+        return *ended;
     if (!runProjectTool(step, projectRequest(project, configuration, ToolKind::Archive, objects,
                                              {}, output)))
         return true;
@@ -254,9 +290,9 @@ bool BuildEngine::runProjectTool(StepContext &step, const CompileRequest &reques
     ProjectProperty command =
         archive ? ProjectProperty::ExternalArchiveCommand : ProjectProperty::ExternalLinkCommand;
     if (!archive && expanded(project, command, configuration).isEmpty()
-        && projectHasCpp(m_system, project, configuration))
+        && projectHasCpp(m_values, project, configuration))
         command = ProjectProperty::ExternalCppLinkCommand;
-    if (isExternallyBuilt(m_system, project, configuration)
+    if (isExternallyBuilt(m_values, project, configuration)
         && !expanded(project, command, configuration).isEmpty())
         return runExternalTool(step, request, command,
                                archive ? QStringLiteral("&&") : QString());
@@ -378,15 +414,10 @@ bool BuildEngine::buildStage(StepContext &step)
         return false;
     step.idler.step(step.element, step.configuration);
     const QString output = outputName(step.element, step.configuration, true);
-    if (!step.forced && compileUpToDate(step, output)) {
-        if (!step.quiet())
-            step.builder.addDetail(QStringLiteral("'%1' is up to date.").arg(output));
-        return false;
-    }
-    if (step.has(BuildFlag::RemoveOutputs))
-        removeFile(output, step.builder, step.quiet());
-    if (step.has(BuildFlag::NoExecute))
-        return true;
+    const bool current = !step.forced && compileUpToDate(step, output);
+    if (const std::optional<bool> ended =
+            openStep(step, current, output, {}, "'%1' is up to date."))
+        return *ended;
     MacroTable macros;
     macros.insert(QStringLiteral("StageOutputFilePath"), output);
     return runCopyStep(step, {ProjectProperty::StageCommand, ProjectProperty::StageCommandWd,
@@ -415,21 +446,15 @@ bool BuildEngine::buildCombine(StepContext &step)
     const QString output = outputName(step.element, step.configuration, true);
     QStringList inputs;
     collectInputs(step.element, step.configuration, inputs);
-    if (!step.forced && !output.isEmpty()) {
-        std::time_t time = 0;
-        if (fileTime(QString(), output, time, step.builder, step.quiet())
-            && newestCheck(QString(), inputs, time, output, step.builder, step.quiet())
-            && !propertiesChanged(step.element, step.configuration, time, step.kind,
-                                  step.builder, step.quiet())) {
-            if (!step.quiet())
-                step.builder.addDetail(QStringLiteral("'%1' is up to date").arg(output));
-            return false;
-        }
-    }
-    if (step.has(BuildFlag::RemoveOutputs))
-        removeFile(output, step.builder, step.quiet());
-    if (step.has(BuildFlag::NoExecute))
-        return true;
+    std::time_t time = 0;
+    const bool current = !step.forced && !output.isEmpty()
+                         && fileTime(QString(), output, time, step.builder, step.quiet())
+                         && newestCheck(QString(), inputs, time, output, step.builder,
+                                        step.quiet())
+                         && !propertiesChanged(step.element, step.configuration, time,
+                                               step.kind, step.builder, step.quiet());
+    if (const std::optional<bool> ended = openStep(step, current, output))
+        return *ended;
     QStringList relative;
     const QDir directory(step.directory);
     for (const QString &input : std::as_const(inputs))

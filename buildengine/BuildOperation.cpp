@@ -1,6 +1,7 @@
 #include "buildengine/BuildOperation.h"
 #include "buildengine/BuildEngine.h"
 #include "buildengine/BuildFlags.h"
+#include "buildengine/BuildRequest.h"
 #include <QThread>
 #include <iterator>
 
@@ -11,33 +12,33 @@ using A = BuildAction;
 
 constexpr BuildOperationInfo operations[] = {
     {N::Solution, A::Build, false, false, false, false, false},              // 0
-    {N::Solution, A::Build, false, false, true, true, false},                // 1 rebuild
+    {N::Solution, A::Rebuild, false, false, true, true, false},              // 1
     {N::Solution, A::Clean, false, false, false, false, false},              // 2
-    {N::Solution, A::Build, true, true, false, false, false},                // 3 batch build
-    {N::Solution, A::Build, true, true, true, true, false},                  // 4 batch rebuild
+    {N::Solution, A::Build, true, true, false, false, false},                // 3 batch
+    {N::Solution, A::Rebuild, true, true, true, true, false},                // 4 batch
     {N::Solution, A::Clean, false, true, false, false, false},               // 5 batch clean
     {N::Solution, A::Export, true, true, false, false, false},               // 6
     {N::ActiveProject, A::Build, true, false, false, false, false},          // 7
-    {N::ActiveProject, A::Build, true, false, true, true, false},            // 8
+    {N::ActiveProject, A::Rebuild, true, false, true, true, false},          // 8
     {N::ActiveProject, A::Clean, true, false, false, false, false},          // 9
     {N::ActiveProject, A::Build, true, true, false, false, false},           // 10
-    {N::ActiveProject, A::Build, true, true, true, true, false},             // 11
+    {N::ActiveProject, A::Rebuild, true, true, true, true, false},           // 11
     {N::ActiveProject, A::Clean, true, true, false, false, false},           // 12
     {N::ActiveProject, A::Export, true, true, false, false, false},          // 13
-    {N::ActiveProject, A::Build, true, false, false, false, false},          // 14 then run
-    {N::Selection, A::Build, false, false, true, false, false},              // 15 compile
-    {N::Selection, A::Build, false, false, true, false, true},               // 16
+    {N::ActiveProject, A::Run, true, false, false, false, false},            // 14
+    {N::Selection, A::Compile, false, false, true, false, false},            // 15
+    {N::Selection, A::Link, false, false, true, false, true},                // 16
     {N::Selection, A::Build, true, false, false, false, false},              // 17
-    {N::Selection, A::Build, true, false, true, true, false},                // 18
+    {N::Selection, A::Rebuild, true, false, true, true, false},              // 18
     {N::Selection, A::Clean, true, false, false, false, false},              // 19
     {N::Selection, A::Export, true, false, false, false, false},             // 20
     {N::Selection, A::Build, true, true, false, false, false},               // 21
-    {N::Selection, A::Build, true, true, true, true, false},                 // 22
+    {N::Selection, A::Rebuild, true, true, true, true, false},               // 22
     {N::Selection, A::Clean, true, true, false, false, false},               // 23
     {N::Selection, A::Export, true, true, false, false, false},              // 24
     {N::Selection, A::Analyze, false, false, false, false, false},           // 25
     {N::Selection, A::Build, false, false, false, false, false},             // 26
-    {N::Selection, A::Build, false, false, true, true, false},               // 27
+    {N::Selection, A::Rebuild, false, false, true, true, false},             // 27
     {N::Selection, A::Clean, false, false, false, false, false},             // 28
     {N::Selection, A::Export, true, false, false, false, false},             // 29
     {N::Selection, A::DependencyListing, true, false, false, false, false},  // 30
@@ -53,6 +54,18 @@ const BuildOperationInfo *buildOperation(int operation)
     return &operations[operation];
 }
 
+int findBuildOperation(const BuildOperationQuery &query)
+{
+    for (int row = 0; row < buildOperationCount; ++row) {
+        const BuildOperationInfo &info = operations[row];
+        if (info.node == query.node && info.action == query.action && info.batch == query.batch
+            && info.selfOnly == query.selfOnly
+            && (!query.dependencies || info.dependencies == *query.dependencies))
+            return row;
+    }
+    return -1;
+}
+
 uint buildFlags(const BuildOperationInfo &info, const BuildSettings &settings)
 {
     const uint unity = settings.disableUnity ? BuildFlag::DisableUnity : 0;
@@ -66,6 +79,10 @@ uint buildFlags(const BuildOperationInfo &info, const BuildSettings &settings)
         return BuildFlag::AnalyzeOnly | BuildFlag::DisableUnity
                | (settings.showCommandLines ? BuildFlag::ShowCommandLines : 0);
     case BuildAction::Build:
+    case BuildAction::Rebuild:
+    case BuildAction::Compile:
+    case BuildAction::Link:
+    case BuildAction::Run:
         break;
     }
     uint flags = unity;
@@ -96,23 +113,14 @@ int runBuildOperation(BuildEngine &engine, int operation, const BuildTargets &ta
                       const BuildSettings &settings, const std::vector<Builder *> &builders,
                       Idler &idler, QString *status)
 {
-    const BuildOperationInfo *info = buildOperation(operation);
-    ProjectElement *node = !info                                  ? nullptr
-                           : info->node == BuildNode::Solution      ? targets.solution
-                           : info->node == BuildNode::ActiveProject ? targets.activeProject
-                                                                    : targets.selection;
-    if (!node || builders.empty())
+    const BuildRequest request = buildRequest(operation, targets, settings, builders, &idler);
+    if (!request.element || builders.empty())
         return -1;
     for (Builder *builder : builders)
         builder->reset();
-    const bool single = info->action == BuildAction::Clean || info->action == BuildAction::Export
-                        || info->action == BuildAction::DependencyListing;
-    const int threads = single ? 1 : buildThreads(settings);
-    const int result = engine.buildTop(node, targets.configuration, threads, builders, idler,
-                                       buildFlags(*info, settings), info->dependencies,
-                                       info->batch);
+    const int result = engine.build(request);
     if (status)
-        *status = buildStatusText(result, info->action == BuildAction::Clean);
+        *status = buildStatusText(result, request.operation.action == BuildAction::Clean);
     return result;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 #include <QString>
+#include <optional>
 #include <vector>
 
 class Builder;
@@ -9,8 +10,20 @@ class ProjectElement;
 
 // What a build operation acts on.
 enum class BuildNode : quint8 { Solution, ActiveProject, Selection };
-// What it does.
-enum class BuildAction : quint8 { Build, Clean, Export, Analyze, DependencyListing };
+// What it does. Rebuild cleans as it goes; Compile forces the selection without its
+// dependencies; Link forces the selection itself, not its children (for a project, its link);
+// Run builds the active project before it is run.
+enum class BuildAction : quint8 {
+    Build,
+    Rebuild,
+    Clean,
+    Compile,
+    Link,
+    Run,
+    Export,
+    Analyze,
+    DependencyListing,
+};
 
 // One row of the operation table behind the build commands.
 struct BuildOperationInfo {
@@ -25,6 +38,19 @@ struct BuildOperationInfo {
 
 constexpr int buildOperationCount = 31;
 [[nodiscard]] const BuildOperationInfo *buildOperation(int operation);
+
+// What a caller asks of the table.
+struct BuildOperationQuery {
+    BuildNode node = BuildNode::Solution;
+    BuildAction action = BuildAction::Build;
+    bool batch = false;
+    bool selfOnly = false;
+    // Unset: the first row that answers the rest, which follows dependencies wherever a row
+    // without them exists too.
+    std::optional<bool> dependencies = {};
+};
+// The number of the first row answering `query`, or -1.
+[[nodiscard]] int findBuildOperation(const BuildOperationQuery &query);
 
 // The environment settings a build reads.
 struct BuildSettings {
@@ -47,8 +73,8 @@ struct BuildTargets {
 [[nodiscard]] uint buildFlags(const BuildOperationInfo &info, const BuildSettings &settings);
 [[nodiscard]] int buildThreads(const BuildSettings &settings);
 
-// Runs operation `operation` headless: resets the builders, calls buildTop and returns its
-// value (-1 for an unknown operation or a missing node); `status` receives the status text.
+// Runs operation `operation` headless: resets the builders, builds buildRequest(...) and returns
+// the result (-1 for an unknown operation or a missing node); `status` receives the status text.
 // Exports and cleans use the first builder only.
 int runBuildOperation(BuildEngine &engine, int operation, const BuildTargets &targets,
                       const BuildSettings &settings, const std::vector<Builder *> &builders,

@@ -13,7 +13,8 @@ namespace {
 bool statTime(const QString &path, std::time_t &time)
 {
     struct stat info;
-    if (!DirectoryHandles::shared().stat(QFile::encodeName(path), info))
+    // File names are UTF-8 wherever Qt runs on Unix: what QFile::encodeName gives, faster.
+    if (!DirectoryHandles::shared().stat(path.toUtf8(), info))
         return false;
     time = info.st_mtime;
     return true;
@@ -121,7 +122,9 @@ bool BuildEngine::propertiesChanged(const ProjectElement *element, const QString
                                     std::time_t time, BuildKind kind, Builder &builder,
                                     bool quiet) const
 {
-    const QStringList inherited = m_system.inheritedConfigurations(element, configuration);
+    const QStringList inherited = m_system.changeLog().empty()
+                                      ? QStringList()
+                                      : m_system.inheritedConfigurations(element, configuration);
     for (const PropertyChange &change : m_system.changeLog()) {
         if (change.time.toSecsSinceEpoch() <= qint64(time) || !change.propertyClass)
             continue;
@@ -169,20 +172,19 @@ void BuildEngine::removeFile(const QString &path, Builder &builder, bool quiet)
 QString BuildEngine::value(const ProjectElement *element, ProjectProperty property,
                            const QString &configuration) const
 {
-    return m_system.resolveProperty(element, m_system.propertyClass(property), configuration);
+    return m_values.value(element, m_system.propertyClass(property), configuration);
 }
 
 QString BuildEngine::expanded(const ProjectElement *element, ProjectProperty property,
                               const QString &configuration, const MacroTable &extra) const
 {
-    return m_system.expandedProperty(element, m_system.propertyClass(property), configuration,
-                                     extra);
+    return m_values.expanded(element, m_system.propertyClass(property), configuration, extra);
 }
 
 QString BuildEngine::projectDirectory(const ProjectElement *element,
                                       const QString &configuration) const
 {
-    const ProjectElement *project = StandardProjectSystem::projectOf(element);
+    const ProjectElement *project = element->project();
     if (!project)
         return {};
     return m_system.macroTable(project, configuration).value(QStringLiteral("ProjectDir"));
@@ -191,9 +193,9 @@ QString BuildEngine::projectDirectory(const ProjectElement *element,
 QString BuildEngine::outputName(const ProjectElement *element, const QString &configuration,
                                 bool absolute) const
 {
-    const QPair<const ProjectElement *, QString> key(element, configuration);
     if (absolute) {
-        if (const auto it = m_outputs.constFind(key); it != m_outputs.constEnd())
+        const QHash<const ProjectElement *, QString> &outputs = m_outputs.of(configuration);
+        if (const auto it = outputs.constFind(element); it != outputs.constEnd())
             return it.value();
     }
     QString name;
@@ -211,7 +213,7 @@ QString BuildEngine::outputName(const ProjectElement *element, const QString &co
         const PropertyClass *row = m_system.classFor(QStringLiteral("build_output_file_name"),
                                                      element, configuration);
         name = m_system.expand(element, configuration,
-                               m_system.resolveProperty(element, row, configuration));
+                               m_values.value(element, row, configuration));
         break;
     }
     case BuildKind::ExternalStep:
@@ -232,7 +234,7 @@ QString BuildEngine::outputName(const ProjectElement *element, const QString &co
     if (absolute && !name.isEmpty() && !name.startsWith(u'/'))
         name = projectDirectory(element, configuration) + u'/' + name;
     if (absolute)
-        m_outputs.insert(key, name);
+        m_outputs.of(configuration).insert(element, name);
     return name;
 }
 
@@ -247,12 +249,17 @@ QString BuildEngine::dependencyFileName(const ProjectElement *element,
             QDir().mkpath(QFileInfo(name).absolutePath());
         return name;
     }
-    const QFileInfo object(outputName(element, configuration, true));
+    // The object's directory and complete base name, as QFileInfo would give them.
+    const QString object = outputName(element, configuration, true);
+    const qsizetype slash = object.lastIndexOf(u'/');
+    const QStringView fileName = QStringView(object).mid(slash + 1);
+    const qsizetype dot = fileName.lastIndexOf(u'.');
+    const QStringView baseName = dot < 0 ? fileName : fileName.left(dot);
     const QString folder =
-        forBuild ? object.path()
+        forBuild ? (slash < 0 ? QStringLiteral(".") : slash == 0 ? QStringLiteral("/") : object.left(slash))
                  : inDirectory(directory, expanded(element, ProjectProperty::BuildIntermediateDirectory,
                                                    configuration));
-    return folder + u'/' + object.completeBaseName() + QStringLiteral(".d");
+    return folder + u'/' + baseName.toString() + QStringLiteral(".d");
 }
 
 QStringList BuildEngine::outputsOfLink(const ProjectElement *project,

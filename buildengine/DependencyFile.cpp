@@ -101,24 +101,35 @@ QStringList parseDependencies(QByteArrayView text)
 
 QStringList readDependencyFile(const QString &path, QString *error)
 {
-    // Read once per compiled file on every build, so straight through the system calls.
-    const int descriptor = DirectoryHandles::shared().openForReading(QFile::encodeName(path));
+    // Read once per compiled file on every build, so straight through the system calls. Most
+    // files are a few hundred bytes: a first read into a buffer on the stack that comes back
+    // short has read it all (a regular file gives what it has), and spares asking for its size.
+    const int descriptor = DirectoryHandles::shared().openForReading(path.toUtf8());
     if (descriptor < 0)
         return {};
+    char first[8192];
+    ssize_t got;
+    while ((got = ::read(descriptor, first, sizeof first)) < 0 && errno == EINTR) {
+    }
+    if (got < qsizetype(sizeof first)) {
+        ::close(descriptor);
+        return got > 0 ? parseDependencies(QByteArrayView(first, got)) : QStringList();
+    }
     struct stat info {};
     QByteArray text;
     const bool stated = ::fstat(descriptor, &info) == 0;
     const bool fits = stated && info.st_size <= dependencyFileLimit;
     if (fits) {
-        text.resize(qsizetype(info.st_size));
-        qsizetype done = 0;
+        text.resize(qMax(qsizetype(info.st_size), qsizetype(sizeof first)));
+        std::memcpy(text.data(), first, sizeof first);
+        qsizetype done = sizeof first;
         while (done < text.size()) {
-            const ssize_t got = ::read(descriptor, text.data() + done, size_t(text.size() - done));
-            if (got < 0 && errno == EINTR)
+            const ssize_t more = ::read(descriptor, text.data() + done, size_t(text.size() - done));
+            if (more < 0 && errno == EINTR)
                 continue;
-            if (got <= 0)
+            if (more <= 0)
                 break;
-            done += got;
+            done += more;
         }
         text.truncate(done);
     }

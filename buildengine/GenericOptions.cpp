@@ -2,9 +2,10 @@
 #include "buildengine/CommandLine.h"
 #include "projects/GenericPropertyClass.h"
 #include "projects/StandardProjectSystem.h"
+#include "foundation/QXMLDocument.h"
 #include <QDir>
-#include <QDomDocument>
 #include <QFile>
+#include <cstring>
 
 namespace {
 
@@ -33,6 +34,22 @@ constexpr TypeWord typeWords[] = {
             return word.type;
     }
     return PropertyClass::Text;
+}
+
+// The attribute's text, or `fallback` when the element has none.
+QString attributeOf(const XMLElement *element, const char *name, const QString &fallback = {})
+{
+    const char *text = element->attribute(name);
+    return text ? QString::fromUtf8(text) : fallback;
+}
+
+// `node` if it is an element of that name, else null.
+const XMLElement *elementNamed(const XMLNode *node, const char *name)
+{
+    if (!node || node->kind() != XMLNode::Kind::Element)
+        return nullptr;
+    const auto *element = static_cast<const XMLElement *>(node);
+    return std::strcmp(element->name(), name) == 0 ? element : nullptr;
 }
 
 // The five properties whose values a change of tool chain may want back.
@@ -90,7 +107,7 @@ bool GenericOptions::load(ProjectElement *element, const QString &configuration,
     }
     if (!loadFile(name, error))
         return false;
-    if (ProjectElement *project = StandardProjectSystem::projectOf(element))
+    if (ProjectElement *project = element->project())
         backUpAdditionalOptions(m_system, project);
     return true;
 }
@@ -99,49 +116,64 @@ bool GenericOptions::loadFile(const QString &path, QString *error)
 {
     clear();
     QFile file(path);
-    QDomDocument document;
-    QString message;
-    int line = 0;
-    if (!file.open(QIODevice::ReadOnly) || file.size() > fileLimit
-        || !document.setContent(file.read(fileLimit), &message, &line)) {
+    QXMLDocument document;
+    if (!file.open(QIODevice::ReadOnly) || file.size() > fileLimit) {
         if (error)
-            *error = message.isEmpty() ? QStringLiteral("Cannot open file: %1").arg(path)
-                                       : QStringLiteral("%1:%2: %3").arg(path).arg(line).arg(message);
+            *error = QStringLiteral("Cannot open file: %1").arg(path);
         return false;
     }
-    const QDomNodeList properties = document.documentElement().elementsByTagName(QStringLiteral("property"));
-    for (int i = 0; i < properties.size(); ++i) {
-        const QDomElement property = properties.at(i).toElement();
-        const QString tools = property.attribute(QStringLiteral("tool"));
-        const QString name = property.attribute(QStringLiteral("name"));
-        if (tools.isEmpty() || name.isEmpty())
-            continue;
-        auto row = std::make_unique<GenericPropertyClass>(
-            name, property.attribute(QStringLiteral("title"), name),
-            typeOf(property.attribute(QStringLiteral("type"))),
-            property.attribute(QStringLiteral("default")),
-            property.attribute(QStringLiteral("description")));
-        row->tools = tools.split(u';', Qt::SkipEmptyParts);
-        row->optionPrefix = property.attribute(QStringLiteral("prefix"));
-        row->condition = property.attribute(QStringLiteral("condition"));
-        const QDomElement parent = property.parentNode().toElement();
-        if (parent.tagName() == QLatin1String("group"))
-            row->group = parent.attribute(QStringLiteral("name"));
-        for (QDomElement choice = property.firstChildElement(QStringLiteral("choice"));
-             !choice.isNull(); choice = choice.nextSiblingElement(QStringLiteral("choice"))) {
-            const QString value = choice.attribute(QStringLiteral("value"));
-            row->choices.append(choice.attribute(QStringLiteral("title"), value));
-            row->choiceValues.append(value);
-            row->choiceOptions.append(choice.attribute(QStringLiteral("option")));
-        }
-        const auto *kept = static_cast<const GenericPropertyClass *>(m_rows->append(std::move(row)));
-        for (size_t tool = 0; tool < genericToolWords.size(); ++tool) {
-            if (kept->tools.contains(QLatin1String(genericToolWords[tool])))
-                m_byTool[tool].push_back(kept);
-        }
+    const QByteArray bytes = file.read(fileLimit);
+    if (!document.parseBuffer(bytes.constData(), bytes.size()) || !document.root()) {
+        if (error)
+            *error = QStringLiteral("%1:%2: %3")
+                         .arg(path)
+                         .arg(document.errorLine())
+                         .arg(QString::fromUtf8(document.errorText()));
+        return false;
+    }
+    std::vector<XMLElement *> properties;
+    findElements(document.root()->firstChild(), "property", true, properties);
+    for (const XMLElement *property : properties) {
+        if (auto row = readRow(property))
+            keep(std::move(row));
     }
     m_loadedFile = path;
     return true;
+}
+
+std::unique_ptr<GenericPropertyClass> GenericOptions::readRow(const XMLElement *property)
+{
+    const QString tools = attributeOf(property, "tool");
+    const QString name = attributeOf(property, "name");
+    if (tools.isEmpty() || name.isEmpty())
+        return nullptr;
+    auto row = std::make_unique<GenericPropertyClass>(
+        name, attributeOf(property, "title", name), typeOf(attributeOf(property, "type")),
+        attributeOf(property, "default"), attributeOf(property, "description"));
+    row->tools = tools.split(u';', Qt::SkipEmptyParts);
+    row->optionPrefix = attributeOf(property, "prefix");
+    row->condition = attributeOf(property, "condition");
+    if (const XMLElement *group = elementNamed(property->parent(), "group"))
+        row->group = attributeOf(group, "name");
+    for (const XMLNode *node = property->firstChild(); node; node = node->nextSibling()) {
+        const XMLElement *choice = elementNamed(node, "choice");
+        if (!choice)
+            continue;
+        const QString value = attributeOf(choice, "value");
+        row->choices.append(attributeOf(choice, "title", value));
+        row->choiceValues.append(value);
+        row->choiceOptions.append(attributeOf(choice, "option"));
+    }
+    return row;
+}
+
+void GenericOptions::keep(std::unique_ptr<GenericPropertyClass> row)
+{
+    const auto *kept = static_cast<const GenericPropertyClass *>(m_rows->append(std::move(row)));
+    for (size_t tool = 0; tool < genericToolWords.size(); ++tool) {
+        if (kept->tools.contains(QLatin1String(genericToolWords[tool])))
+            m_byTool[tool].push_back(kept);
+    }
 }
 
 const PropertyClass *GenericOptions::findClass(const QString &name) const

@@ -7,6 +7,7 @@
 #include <vector>
 
 class GenericPropertyClass;
+class XMLElement;
 class ProjectElement;
 class StandardProjectSystem;
 
@@ -54,6 +55,9 @@ public:
 
 private:
     void clear();
+    // The row a `property` element describes; null when it names no tool or has no name.
+    [[nodiscard]] static std::unique_ptr<GenericPropertyClass> readRow(const XMLElement *property);
+    void keep(std::unique_ptr<GenericPropertyClass> row);
 
     StandardProjectSystem &m_system;
     std::unique_ptr<PropertyClassList> m_rows;

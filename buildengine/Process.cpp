@@ -7,12 +7,15 @@
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
+#include <spawn.h>
 #include <sys/ioctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
-// The POSIX side of Process: fork and exec with pipes, poll, the FIONREAD ioctl and waitpid.
+// The POSIX side of Process: spawn with pipes, poll, the FIONREAD ioctl and waitpid, and a
+// process descriptor (pidfd) that tells of the child's end.
 
 namespace {
 
@@ -55,48 +58,63 @@ struct StartDescriptors {
     int errFile = -1;
     int outPipe[2] = {-1, -1};
     int errPipe[2] = {-1, -1};
-    int failPipe[2] = {-1, -1};   // the child writes errno here if exec fails
 
     ~StartDescriptors()
     {
-        for (int *fd : {&outFile, &errFile, &outPipe[0], &outPipe[1], &errPipe[0], &errPipe[1],
-                        &failPipe[0], &failPipe[1]})
+        for (int *fd : {&outFile, &errFile, &outPipe[0], &outPipe[1], &errPipe[0], &errPipe[1]})
             closeDescriptor(*fd);
     }
 };
 
-// What a child that could not exec reports through the fail pipe.
-struct ChildFailure {
-    int stage;   // 0: exec, 1: changing to the working directory
-    int error;
+// The child's start: standard input from /dev/null, output to the pipes or files, the signal
+// mask and the dispositions this process changed put back. posix_spawn shares our memory until
+// the exec instead of copying the page tables of a large build.
+class SpawnSetup {
+public:
+    SpawnSetup(const char *directory, int stdoutFd, int stderrFd)
+    {
+        posix_spawn_file_actions_init(&m_actions);
+        posix_spawnattr_init(&m_attributes);
+        if (directory[0] != '\0')
+            posix_spawn_file_actions_addchdir_np(&m_actions, directory);
+        posix_spawn_file_actions_addopen(&m_actions, 0, "/dev/null", O_RDONLY, 0);
+        if (stdoutFd >= 0)
+            posix_spawn_file_actions_adddup2(&m_actions, stdoutFd, 1);
+        if (stderrFd >= 0)
+            posix_spawn_file_actions_adddup2(&m_actions, stderrFd, 2);
+        sigset_t none;
+        sigemptyset(&none);
+        posix_spawnattr_setsigmask(&m_attributes, &none);
+        sigset_t defaults;
+        sigemptyset(&defaults);
+        sigaddset(&defaults, SIGPIPE);
+        sigaddset(&defaults, SIGHUP);
+        posix_spawnattr_setsigdefault(&m_attributes, &defaults);
+        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    ~SpawnSetup()
+    {
+        posix_spawn_file_actions_destroy(&m_actions);
+        posix_spawnattr_destroy(&m_attributes);
+    }
+    SpawnSetup(const SpawnSetup &) = delete;
+    SpawnSetup &operator=(const SpawnSetup &) = delete;
+
+    // 0 and the pid, or the error number of the failed chdir, open or exec.
+    int spawn(char *const argv[], pid_t &pid) const
+    {
+        return posix_spawnp(&pid, argv[0], &m_actions, &m_attributes, argv, environ);
+    }
+
+private:
+    posix_spawn_file_actions_t m_actions;
+    posix_spawnattr_t m_attributes;
 };
 
-// Runs in the forked child: only async-signal-safe calls until exec.
-[[noreturn]] void execChild(char *const argv[], const char *directory, const StartDescriptors &fds,
-                            int stdoutFd, int stderrFd)
+int openProcessDescriptor(pid_t pid)
 {
-    sigset_t all;
-    sigemptyset(&all);
-    sigprocmask(SIG_SETMASK, &all, nullptr);
-    std::signal(SIGPIPE, SIG_DFL);
-    std::signal(SIGHUP, SIG_DFL);
-    ChildFailure failure{1, 0};
-    if (directory[0] == '\0' || ::chdir(directory) == 0) {
-        failure.stage = 0;
-        const int input = ::open("/dev/null", O_RDONLY);
-        if (input >= 0) {
-            ::dup2(input, 0);
-            if (stdoutFd >= 0)
-                ::dup2(stdoutFd, 1);
-            if (stderrFd >= 0)
-                ::dup2(stderrFd, 2);
-            ::execvp(argv[0], argv);
-        }
-    }
-    failure.error = errno;
-    const ssize_t written = ::write(fds.failPipe[1], &failure, sizeof failure);
-    (void)written;
-    ::_exit(127);
+    const int fd = int(::syscall(SYS_pidfd_open, pid, 0));
+    return fd >= 0 ? fd : -1;
 }
 
 int openRedirection(const QString &workingDirectory, const QByteArray &name, bool append)
@@ -166,10 +184,14 @@ int Process::start(const QList<QByteArray> &arguments, bool wait, const QString 
     const bool pipeOut = captureStdout && fds.outFile < 0;
     const bool pipeErr = captureStderr && fds.errFile < 0;
     if ((pipeOut && ::pipe2(fds.outPipe, O_CLOEXEC) != 0)
-        || (pipeErr && ::pipe2(fds.errPipe, O_CLOEXEC) != 0)
-        || ::pipe2(fds.failPipe, O_CLOEXEC) != 0)
+        || (pipeErr && ::pipe2(fds.errPipe, O_CLOEXEC) != 0))
         return failStart(startFailed, QStringLiteral("Cannot create pipes: %1")
                                           .arg(QString::fromLocal8Bit(std::strerror(errno))));
+    // Our ends never block: output is read as far as it has come.
+    for (const int fd : {fds.outPipe[0], fds.errPipe[0]}) {
+        if (fd >= 0)
+            ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
+    }
 
     std::vector<char *> argv;
     for (const QByteArray &argument : program)
@@ -179,31 +201,20 @@ int Process::start(const QList<QByteArray> &arguments, bool wait, const QString 
     const int childOut = fds.outFile >= 0 ? fds.outFile : fds.outPipe[1];
     const int childErr = fds.errFile >= 0 ? fds.errFile : fds.errPipe[1];
 
-    const pid_t pid = ::fork();
-    if (pid < 0)
-        return failStart(startFailed, QStringLiteral("Cannot fork: %1")
-                                          .arg(QString::fromLocal8Bit(std::strerror(errno))));
-    if (pid == 0)
-        execChild(argv.data(), directory.constData(), fds, childOut, childErr);
-
-    // The child's ends: while we hold them the pipes never report end of file.
-    for (int *fd : {&fds.failPipe[1], &fds.outPipe[1], &fds.errPipe[1], &fds.outFile, &fds.errFile})
-        closeDescriptor(*fd);
-    ChildFailure failure{};
-    ssize_t got;
-    while ((got = ::read(fds.failPipe[0], &failure, sizeof failure)) < 0 && errno == EINTR) {
-    }
-    if (got > 0) {
-        while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
-        }
-        const QString reason = QString::fromLocal8Bit(std::strerror(failure.error));
-        if (failure.stage == 1)
+    pid_t pid = -1;
+    const int error = SpawnSetup(directory.constData(), childOut, childErr).spawn(argv.data(), pid);
+    if (error != 0) {
+        const QString reason = QString::fromLocal8Bit(std::strerror(error));
+        // The same error numbers come from the chdir and the exec: the directory tells which.
+        if (!directory.isEmpty() && ::access(directory.constData(), X_OK) != 0)
             return failStart(startFailed, QStringLiteral("Cannot change to directory %1: %2")
-                                              .arg(workingDirectory, reason));
+                                              .arg(workingDirectory, QString::fromLocal8Bit(
+                                                                         std::strerror(errno))));
         return failStart(startFailed, QStringLiteral("Cannot start %1: %2")
                                           .arg(QFile::decodeName(program.first()), reason));
     }
     m_pid = pid;
+    m_exitDescriptor = openProcessDescriptor(pid);
     std::swap(m_stdout, fds.outPipe[0]);
     std::swap(m_stderr, fds.errPipe[0]);
     if (!wait)
@@ -246,6 +257,17 @@ bool Process::check(int *status)
     return step(status, false, 0);
 }
 
+bool Process::waitDescriptors(std::vector<pollfd> &descriptors) const
+{
+    if (m_pid <= 0 || (m_exitDescriptor < 0 && m_stdout < 0 && m_stderr < 0))
+        return false;
+    for (const int fd : {m_exitDescriptor, m_stdout, m_stderr}) {
+        if (fd >= 0)
+            descriptors.push_back({fd, POLLIN, 0});
+    }
+    return true;
+}
+
 bool Process::step(int *status, bool block, int waitMilliseconds)
 {
     if (m_pid <= 0) {
@@ -253,13 +275,17 @@ bool Process::step(int *status, bool block, int waitMilliseconds)
             *status = m_exitStatus;
         return false;
     }
-    pollfd fds[2];
+    // The process descriptor, last, only cuts a wait short when the child ends.
+    pollfd fds[3];
     int count = 0;
     for (const int fd : {m_stdout, m_stderr}) {
         if (fd >= 0)
             fds[count++] = {fd, POLLIN, 0};
     }
-    if (count > 0 && ::poll(fds, nfds_t(count), waitMilliseconds) > 0) {
+    const int waited = count + (m_exitDescriptor >= 0 && count > 0 ? 1 : 0);
+    if (waited > count)
+        fds[count] = {m_exitDescriptor, POLLIN, 0};
+    if (count > 0 && ::poll(fds, nfds_t(waited), waitMilliseconds) > 0) {
         for (int i = 0; i < count; ++i) {
             if (fds[i].revents == 0)
                 continue;
@@ -319,4 +345,5 @@ void Process::closePipes()
 {
     closeDescriptor(m_stdout);
     closeDescriptor(m_stderr);
+    closeDescriptor(m_exitDescriptor);
 }

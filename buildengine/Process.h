@@ -3,6 +3,9 @@
 #include <QList>
 #include <QString>
 #include <sys/types.h>
+#include <vector>
+
+struct pollfd;
 
 // The base of everything that starts a child process. The child runs without a shell, so the
 // redirection tokens ">", "1>", ">>", "1>>", "2>", "2>>", "&>" and "&>>" are taken out of the
@@ -32,8 +35,14 @@ public:
     // status as start() reports it.
     bool poll(int *status = nullptr);
     // As poll, but returns at once: reads only output that is already there. For callers that
-    // poll on a timer of their own and must never be held up.
+    // poll on a timer of their own or wait on waitDescriptors() themselves, and must never be
+    // held up.
     bool check(int *status = nullptr);
+    // Adds the descriptors that become readable when the child writes or ends: its pipes and,
+    // where the system has them, a process descriptor. False when they would not tell of the
+    // child's end (no child runs, or neither a process descriptor nor a pipe is open): a
+    // caller then has to look again after a while.
+    bool waitDescriptors(std::vector<pollfd> &descriptors) const;
 
     // Marks the process as terminated and sends it SIGHUP if it still runs.
     void kill();
@@ -60,6 +69,7 @@ private:
     pid_t m_pid = -1;
     int m_stdout = -1;   // read ends of the pipes; -1 when not captured or at end of file
     int m_stderr = -1;
+    int m_exitDescriptor = -1;   // readable once the child has ended; -1: none
     int m_exitStatus = -1;   // -1 until a child has ended
     bool m_terminated = false;
     QString m_errorString;

@@ -1,6 +1,7 @@
 #include "buildengine/ToolCommands.h"
 #include "buildengine/CommandLine.h"
 #include "buildengine/GenericOptions.h"
+#include "buildengine/PropertyValues.h"
 #include "foundation/PropertyClass.h"
 #include "projects/StandardProjectSystem.h"
 #include <QDir>
@@ -79,14 +80,19 @@ constexpr std::pair<P, const char *> sectionOptions[] = {
 
 } // namespace
 
-ToolCommandLines::ToolCommandLines(StandardProjectSystem &system, GenericOptions &generic)
-    : m_system(system), m_generic(generic)
+ToolCommandLines::ToolCommandLines(StandardProjectSystem &system, GenericOptions &generic,
+                                   const PropertyValues *values)
+    : m_system(system), m_generic(generic),
+      m_ownValues(values ? nullptr : std::make_unique<PropertyValues>(system)),
+      m_values(values ? *values : *m_ownValues)
 {
 }
 
+ToolCommandLines::~ToolCommandLines() = default;
+
 QString ToolCommandLines::text(const CompileRequest &request, const PropertyClass *row) const
 {
-    return m_system.resolveProperty(request.element, row, request.configuration);
+    return m_values.value(request.element, row, request.configuration);
 }
 
 bool ToolCommandLines::yes(const CompileRequest &request, const PropertyClass *row) const
@@ -97,7 +103,10 @@ bool ToolCommandLines::yes(const CompileRequest &request, const PropertyClass *r
 QString ToolCommandLines::projectDirectory(const ProjectElement *element,
                                            const QString &configuration) const
 {
-    return m_system.macroTable(element, configuration).value(QStringLiteral("ProjectDir"));
+    // The project's own table: a file's would be put together for it on every call.
+    const ProjectElement *project = element->project();
+    return m_system.macroTable(project ? project : element, configuration)
+        .value(QStringLiteral("ProjectDir"));
 }
 
 QString ToolCommandLines::mapFileOf(const QString &output) const
@@ -111,7 +120,7 @@ QStringList ToolCommandLines::includeDirectories(const CompileRequest &request) 
     QStringList directories;
     for (const P property : {P::CUserIncludeDirectories, P::CSystemIncludeDirectories}) {
         const PropertyClass *row = m_system.propertyClass(property);
-        directories += m_system.expandedProperty(request.element, row, request.configuration)
+        directories += m_values.expanded(request.element, row, request.configuration)
                            .split(u';', Qt::SkipEmptyParts);
     }
     return directories;
@@ -135,7 +144,7 @@ bool ToolCommandLines::standardStep(const CompileRequest &request, ToolStep &ste
     const bool listed = request.kind == ToolKind::Link || request.kind == ToolKind::Archive;
     if (listed) {
         const QString intermediate = QDir(directory).absoluteFilePath(
-            m_system.expandedProperty(request.element, row(P::BuildIntermediateDirectory),
+            m_values.expanded(request.element, row(P::BuildIntermediateDirectory),
                                       request.configuration));
         step.listFile = intermediate + u'/' + QFileInfo(request.output).completeBaseName()
             + QStringLiteral(".ind");
@@ -196,10 +205,10 @@ void ToolCommandLines::compileOptions(const CompileRequest &request, QStringList
                                                          ? GenericTool::CCompiler
                                                          : GenericTool::CppCompiler},
                              request.element, request.configuration, arguments);
-    for (const QString &definition : m_system.expandedProperty(request.element,
+    for (const QString &definition : m_values.expanded(request.element,
              row(P::CPreprocessorDefinitions), request.configuration).split(u';', Qt::SkipEmptyParts))
         arguments.append(QStringLiteral("-D") + definition);
-    for (const QString &name : m_system.expandedProperty(request.element,
+    for (const QString &name : m_values.expanded(request.element,
              row(P::CPreprocessorUndefinitions), request.configuration).split(u';', Qt::SkipEmptyParts))
         arguments.append(QStringLiteral("-U") + name);
     if (!request.dependencyFile.isEmpty())
@@ -215,7 +224,7 @@ bool ToolCommandLines::optionsFromFile(const CompileRequest &request, const Prop
                                        const QString &prefix, QStringList &arguments,
                                        QStringList &errors) const
 {
-    QString path = m_system.expandedProperty(request.element, row, request.configuration);
+    QString path = m_values.expanded(request.element, row, request.configuration);
     if (path.isEmpty())
         return true;
     path = QDir(projectDirectory(request.element, request.configuration)).absoluteFilePath(path);
@@ -251,7 +260,7 @@ bool ToolCommandLines::additionalOptions(const CompileRequest &request, QStringL
     for (const Source &source : sources) {
         const PropertyClass *row = m_system.propertyClass(source.plain);
         const QStringList parts = splitOptions(
-            m_system.expandedProperty(request.element, row, request.configuration));
+            m_values.expanded(request.element, row, request.configuration));
         for (const QString &part : parts)
             arguments.append(prefix + part);
     }
@@ -267,13 +276,13 @@ void ToolCommandLines::linkOptions(const CompileRequest &request, QStringList &a
     const auto row = [this](P property) { return m_system.propertyClass(property); };
     const QDir project(projectDirectory(request.element, request.configuration));
     const auto existing = [&](P property) {
-        const QString path = m_system.expandedProperty(request.element, row(property), request.configuration);
+        const QString path = m_values.expanded(request.element, row(property), request.configuration);
         return path.isEmpty() || !QFileInfo::exists(project.absoluteFilePath(path))
             ? QString()
             : project.relativeFilePath(project.absoluteFilePath(path));
     };
     const auto listText = [&](P property) {
-        return m_system.expandedProperty(request.element, row(property), request.configuration);
+        return m_values.expanded(request.element, row(property), request.configuration);
     };
     if (yes(request, row(P::LinkUseLinkerScriptFile))) {
         arguments.append(QStringLiteral("-T") + listText(P::LinkLinkerScriptFile));
@@ -325,13 +334,13 @@ bool ToolCommandLines::linkAdditionalOptions(const CompileRequest &request, QStr
 {
     const PropertyClass *options = m_system.propertyClass(P::LinkerAdditionalOptions);
     const QString prefix = QStringLiteral("-Wl,");
-    for (const QString &part : splitOptions(m_system.expandedProperty(request.element, options,
+    for (const QString &part : splitOptions(m_values.expanded(request.element, options,
                                                                       request.configuration)))
         arguments.append(prefix + part);
     if (!optionsFromFile(request, m_system.propertyClass(P::LinkerAdditionalOptionsFromFile),
                          prefix, arguments, errors))
         return false;
-    const QString patch = m_system.expandedProperty(
+    const QString patch = m_values.expanded(
         request.element, m_system.propertyClass(P::LinkerPatchBuildCommand), request.configuration);
     if (!patch.isEmpty())
         arguments << QStringLiteral("-patch") << patch;
@@ -343,14 +352,14 @@ QString ToolCommandLines::expandCommand(const ProjectElement *element,
                                         const QString &configuration,
                                         const MacroTable &macroMap) const
 {
-    return m_system.expandedProperty(element, property, configuration, macroMap);
+    return m_values.expanded(element, property, configuration, macroMap);
 }
 
 MacroTable ToolCommandLines::stepMacros(const CompileRequest &request) const
 {
     const auto row = [this](P property) { return m_system.propertyClass(property); };
     const auto expanded = [&](P property) {
-        return m_system.expandedProperty(request.element, row(property), request.configuration);
+        return m_values.expanded(request.element, row(property), request.configuration);
     };
     const QDir project(projectDirectory(request.element, request.configuration));
     MacroTable macros;

@@ -2,9 +2,11 @@
 #include "foundation/Macros.h"
 #include <QString>
 #include <QStringList>
+#include <memory>
 
 class GenericOptions;
 class ProjectElement;
+class PropertyValues;
 class PropertyClass;
 class StandardProjectSystem;
 
@@ -39,7 +41,11 @@ struct CompileRequest {
 // projects. Reads every option by property lookup and macro expansion.
 class ToolCommandLines {
 public:
-    ToolCommandLines(StandardProjectSystem &system, GenericOptions &generic);
+    // `values`, if given, are shared with the caller (the build walker); otherwise the lines
+    // keep their own.
+    ToolCommandLines(StandardProjectSystem &system, GenericOptions &generic,
+                     const PropertyValues *values = nullptr);
+    ~ToolCommandLines();
 
     // The front end's line for kinds 2, 3, 4, 7 and 8. False with messages in `errors` (the
     // first is the one to show as the error) when an options file can't be read.
@@ -83,6 +89,8 @@ private:
 
     StandardProjectSystem &m_system;
     GenericOptions &m_generic;
+    std::unique_ptr<PropertyValues> m_ownValues;
+    const PropertyValues &m_values;
 };
 
 // A step as one line of text: "<working directory>: <command line>".

@@ -10,17 +10,13 @@
 #include <QFileInfo>
 #include <cerrno>
 #include <poll.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace {
 
-// A tool that has not ended is read from this often, so that output beyond a pipe's buffer
-// does not stall it. Reading a silent tool waits up to 100 ms, during which the other slots are
-// not looked at, so this is rare: a typical compile ends well before and is read once, at its end.
-constexpr qint64 drainMilliseconds = 1000;
-// Longest wait for a tool to end before events are let in (cancel comes through them).
-constexpr int waitMilliseconds = 100;
+// Where the end of a tool can't be heard (no process descriptor, no pipe), it is looked for
+// this often.
+constexpr int fallbackMilliseconds = 5;
+// Longest time one idle spends on events.
 constexpr int idleMilliseconds = 100;
 // A walk over thousands of up-to-date files calls idle once per file: the event loop runs at
 // most this often, which keeps a cancel prompt without costing the walk its time.
@@ -44,11 +40,7 @@ VarnelBuilder::VarnelBuilder(BuildLog &log, VarnelIdler &idler, BuildState &stat
 {
 }
 
-VarnelBuilder::~VarnelBuilder()
-{
-    if (m_pidDescriptor >= 0)
-        ::close(m_pidDescriptor);
-}
+VarnelBuilder::~VarnelBuilder() = default;
 
 BuildLogItem *VarnelBuilder::group() const
 {
@@ -166,8 +158,6 @@ bool VarnelBuilder::startCommand(const QString &workingDirectory, const QStringL
         m_state.failed = true;
         return false;
     }
-    m_pidDescriptor = int(::syscall(SYS_pidfd_open, pid(), 0));
-    m_sincePoll.start();
     return true;
 }
 
@@ -175,14 +165,7 @@ bool VarnelBuilder::finishCommand(ProjectElement *element, const QString &output
 {
     if (!running())
         return true;
-    if (m_pidDescriptor >= 0 && m_sincePoll.elapsed() < drainMilliseconds) {
-        pollfd exited{m_pidDescriptor, POLLIN, 0};
-        if (::poll(&exited, 1, 0) == 0)
-            return false;
-    }
-    m_sincePoll.restart();
-    int status = 0;
-    if (Process::poll(&status))
+    if (Process::check())
         return false;
     commandEnded(outputPath);
     return true;
@@ -192,16 +175,13 @@ bool VarnelBuilder::pollIdle()
 {
     if (!running())
         return false;
-    if (!Process::poll())
+    if (!Process::check())
         commandEnded(m_runningOutput);
     return true;
 }
 
 void VarnelBuilder::commandEnded(const QString &outputPath)
 {
-    if (m_pidDescriptor >= 0)
-        ::close(m_pidDescriptor);
-    m_pidDescriptor = -1;
     for (const QString &line : m_stdoutLines.finish())
         outputLine(line);
     for (const QString &line : m_stderrLines.finish())
@@ -278,19 +258,21 @@ void VarnelIdler::idle(int busyCount)
 
 void VarnelIdler::idleWith(int busyCount, const std::vector<Builder *> &busyBuilders)
 {
+    // Sleeps until one of the running tools writes or ends, at most one timer period; never
+    // while a slot's tool is planned but not started, or the slots would take turns.
     std::vector<pollfd> descriptors;
-    bool allRunning = true;
+    bool allStarted = !busyBuilders.empty();
+    bool allHeard = true;
     for (Builder *builder : busyBuilders) {
         const auto *varnel = dynamic_cast<VarnelBuilder *>(builder);
-        if (varnel && varnel->exitDescriptor() >= 0)
-            descriptors.push_back({varnel->exitDescriptor(), POLLIN, 0});
-        else
-            allRunning = false;
+        if (!varnel || !varnel->busy())
+            allStarted = false;
+        else if (!varnel->waitDescriptors(descriptors))
+            allHeard = false;
     }
-    // Sleeps until one of the running tools ends, or the time to look at their output comes;
-    // never while a slot's tool is planned but not started, or the slots would take turns.
-    if (allRunning && !descriptors.empty())
-        ::poll(descriptors.data(), nfds_t(descriptors.size()), waitMilliseconds);
+    if (allStarted)
+        ::poll(descriptors.data(), nfds_t(descriptors.size()),
+               allHeard ? VarnelIdler::timerMilliseconds : fallbackMilliseconds);
     idle(busyCount);
 }
 

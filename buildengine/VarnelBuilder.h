@@ -3,8 +3,6 @@
 #include "buildengine/OutputLines.h"
 #include "buildengine/Process.h"
 #include <QElapsedTimer>
-#include <QHash>
-#include <QPair>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -57,8 +55,12 @@ public:
     // Marks the builder terminated and sends the running tool SIGHUP.
     void terminate();
     [[nodiscard]] bool busy() const { return running(); }
-    // Readable once the running tool has ended; -1 when none runs.
-    [[nodiscard]] int exitDescriptor() const { return m_pidDescriptor; }
+    // Adds what becomes readable when the running tool writes or ends; false when that would
+    // not tell (no tool runs yet, or the system offers no way to hear of its end).
+    bool waitDescriptors(std::vector<pollfd> &descriptors) const
+    {
+        return Process::waitDescriptors(descriptors);
+    }
 
 private:
     void processOutput(bool isError, const QByteArray &bytes) override;
@@ -79,8 +81,6 @@ private:
     QString m_workingDirectory;              // of the running tool, for relative diagnostics
     QString m_runningOutput;
     QString m_installation;
-    int m_pidDescriptor = -1;
-    QElapsedTimer m_sincePoll;
     bool m_showCommandLines = false;
     bool m_killed = false;
 };
@@ -89,6 +89,10 @@ private:
 // lets events in, and counts steps for the progress display.
 class VarnelIdler : public Idler {
 public:
+    // The period of the build's timer loop: while tools run, events (and with them a cancel)
+    // are let in at least this often. The end of a tool wakes the loop at once.
+    static constexpr int timerMilliseconds = 100;
+
     explicit VarnelIdler(BuildLog &log);
 
     // Called on every idle, before events are processed: where a front end checks for cancel.

@@ -22,6 +22,15 @@ QString attributeText(const char *text)
     return text ? QString::fromUtf8(text) : QStringLiteral("");
 }
 
+ProjectElement *nearest(const ProjectElement *element, ProjectElement::Kind kind)
+{
+    for (const ProjectElement *at = element; at; at = at->parentElement()) {
+        if (at->kind() == kind)
+            return const_cast<ProjectElement *>(at);
+    }
+    return nullptr;
+}
+
 } // namespace
 
 ProjectElement::ProjectElement(char *name) : XMLElement(name), m_kind(kindOfTag(name)) {}
@@ -109,6 +118,16 @@ void ProjectElement::updateElementName()
     } else {
         m_elementName.clear();
     }
+}
+
+ProjectElement *ProjectElement::project() const
+{
+    return nearest(this, Kind::Project);
+}
+
+ProjectElement *ProjectElement::solution() const
+{
+    return nearest(this, Kind::Solution);
 }
 
 const QString *ProjectElement::findProperty(const QString &name) const

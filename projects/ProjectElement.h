@@ -56,6 +56,10 @@ public:
 
     // The tree of nodes (solutions, projects, folders, files), as wired.
     [[nodiscard]] ProjectElement *parentElement() const { return m_parentElement; }
+    // The nearest project or solution at or above this element, null when there is none (a
+    // solution has no project; an element outside the tree has neither).
+    [[nodiscard]] ProjectElement *project() const;
+    [[nodiscard]] ProjectElement *solution() const;
     [[nodiscard]] const std::vector<ProjectElement *> &children() const { return m_children; }
 
     // This holder's own values, by property name. On a `configuration` element its `Name` (and

@@ -518,6 +518,7 @@ ExpansionTemplate StandardProjectSystem::makeTemplate(const MacroCacheEntry &bas
 
 void StandardProjectSystem::invalidateCaches()
 {
+    ++m_cacheGeneration;
     m_lastMacros = {};
     m_macroCache.clear();
 }

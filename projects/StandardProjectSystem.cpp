@@ -106,22 +106,6 @@ void StandardProjectSystem::closeSolution()
     emit solutionClosed();
 }
 
-ProjectElement *StandardProjectSystem::projectOf(const ProjectElement *element)
-{
-    for (const ProjectElement *at = element; at; at = at->parentElement())
-        if (at->kind() == ProjectElement::Kind::Project)
-            return const_cast<ProjectElement *>(at);
-    return nullptr;
-}
-
-ProjectElement *StandardProjectSystem::solutionOf(const ProjectElement *element)
-{
-    for (const ProjectElement *at = element; at; at = at->parentElement())
-        if (at->kind() == ProjectElement::Kind::Solution)
-            return const_cast<ProjectElement *>(at);
-    return nullptr;
-}
-
 ProjectElement *StandardProjectSystem::findElement(const QString &path) const
 {
     ProjectElement *at = m_solution;

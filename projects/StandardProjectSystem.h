@@ -108,8 +108,15 @@ public:
     }
 
     // ---- The tree
-    [[nodiscard]] static ProjectElement *projectOf(const ProjectElement *element);
-    [[nodiscard]] static ProjectElement *solutionOf(const ProjectElement *element);
+    // ProjectElement::project() and solution(), for an element that may be null.
+    [[nodiscard]] static ProjectElement *projectOf(const ProjectElement *element)
+    {
+        return element ? element->project() : nullptr;
+    }
+    [[nodiscard]] static ProjectElement *solutionOf(const ProjectElement *element)
+    {
+        return element ? element->solution() : nullptr;
+    }
     // The element at a path of names below the solution ("Blinky/Source Files/main.c"); the
     // empty path is the solution. A file matches by its name or by its file_name. Null if none.
     [[nodiscard]] ProjectElement *findElement(const QString &path) const;
@@ -148,6 +155,9 @@ public:
                                            const QString &configuration,
                                            const MacroTable &extra = {}) const;
     void invalidateCaches();
+    // Counts the calls of invalidateCaches(): a cache kept outside the system is good while
+    // this has not changed.
+    [[nodiscard]] quint64 cacheGeneration() const { return m_cacheGeneration; }
 
     // ---- Values
     // The value object the grid and scripts edit a property through.
@@ -221,4 +231,5 @@ private:
     // The last lookup of m_macroCache: the files of a folder ask for the same entry in a row.
     mutable std::pair<const ProjectElement *, const MacroCacheEntry *> m_lastMacros{};
     mutable QString m_lastConfiguration;
+    quint64 m_cacheGeneration = 0;
 };

@@ -27,7 +27,9 @@ struct Request {
     std::string output;
     std::string dependencyFile;
     std::vector<std::string> inputs;
-    std::vector<std::string> options;   // handed to the driver as they stand
+    std::vector<std::string> options;     // handed to the driver as they stand
+    std::vector<std::string> libraries;   // of a link, in the order given, after the inputs
+    bool libraryNameFollows = false;      // the last was "-Wl,-l" without a name
 };
 
 // Target options that take the next argument as their value.
@@ -41,9 +43,70 @@ constexpr std::string_view ignoredPrefixes[] = {
     "-printf=", "-scanf=", "-F", "-l-", "-d", "-K", "-R",
 };
 
+// Linker switches that change how the libraries after them are taken.
+constexpr std::string_view librarySwitches[] = {
+    "-Bstatic",    "-Bdynamic",       "-dn",          "-dy",           "-static",
+    "-call_shared", "-non_shared",    "--whole-archive", "--no-whole-archive",
+    "--as-needed", "--no-as-needed",  "--start-group", "--end-group", "-(", "-)",
+    "--push-state", "--pop-state",    "--copy-dt-needed-entries", "--no-copy-dt-needed-entries",
+};
+
 bool startsWith(std::string_view text, std::string_view prefix)
 {
     return text.substr(0, prefix.size()) == prefix;
+}
+
+bool endsWith(std::string_view text, std::string_view suffix)
+{
+    return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
+}
+
+// "libx.a", "libx.so", "libx.so.6", "libx.so.1.2"; not "x.o" or "lib.source".
+bool isLibraryFile(std::string_view name)
+{
+    if (endsWith(name, ".a") || endsWith(name, ".so"))
+        return true;
+    const size_t so = name.rfind(".so.");
+    if (so == std::string_view::npos || name.find('/', so) != std::string_view::npos)
+        return false;
+    const std::string_view version = name.substr(so + 4);
+    return !version.empty()
+        && version.find_first_not_of("0123456789.") == std::string_view::npos;
+}
+
+// One option of the linker itself (what follows "-Wl," up to the first comma).
+bool isLibraryOption(std::string_view option)
+{
+    if (startsWith(option, "-l") || startsWith(option, "--library=") || option == "--library")
+        return true;
+    for (const std::string_view name : librarySwitches) {
+        if (option == name)
+            return true;
+    }
+    return false;
+}
+
+// An input, from the command line or a list file: a library or an object.
+void addInput(const std::string &input, Request &request)
+{
+    if (startsWith(input, "-l") || isLibraryFile(input))
+        request.libraries.push_back(input);
+    else
+        request.inputs.push_back(input);
+}
+
+// "-Wl,..." goes to the libraries when it names one or switches how they are taken.
+void addLinkerOption(const std::string &argument, Request &request)
+{
+    const std::string_view option = std::string_view(argument).substr(4);
+    const std::string_view first = option.substr(0, option.find(','));
+    if (request.libraryNameFollows || isLibraryOption(first)) {
+        // "-Wl,-l" alone takes its name from the next "-Wl,".
+        request.libraryNameFollows = option == "-l" || option == "--library";
+        request.libraries.push_back(argument);
+    } else {
+        request.options.push_back(argument);
+    }
 }
 
 [[noreturn]] void fail(const std::string &message)
@@ -52,7 +115,7 @@ bool startsWith(std::string_view text, std::string_view prefix)
     std::exit(1);
 }
 
-bool readInputFiles(const std::string &path, std::vector<std::string> &inputs)
+bool readInputFiles(const std::string &path, Request &request)
 {
     std::ifstream file(path);
     if (!file)
@@ -62,7 +125,7 @@ bool readInputFiles(const std::string &path, std::vector<std::string> &inputs)
         if (!line.empty() && line.back() == '\r')
             line.pop_back();
         if (!line.empty())
-            inputs.push_back(line);
+            addInput(line, request);
     }
     return true;
 }
@@ -138,7 +201,7 @@ void parse(const std::vector<std::string> &arguments, Request &request)
         if (translateSimple(argument, request))
             continue;
         if (takeValue(arguments, i, "-inputfiles", value)) {
-            if (!readInputFiles(value, request.inputs))
+            if (!readInputFiles(value, request))
                 fail("cannot read input list " + value);
         } else if (argument == "-depend") {
             if (i + 1 >= arguments.size())
@@ -157,13 +220,19 @@ void parse(const std::vector<std::string> &arguments, Request &request)
             request.options.push_back(value);
         } else if (startsWith(argument, "-Wc,")) {
             request.options.push_back(argument.substr(4));
-        } else if (startsWith(argument, "-Wa,") || startsWith(argument, "-Wl,")) {
+        } else if (startsWith(argument, "-Wl,")) {
+            addLinkerOption(argument, request);
+        } else if (startsWith(argument, "-Wa,")) {
             request.options.push_back(argument);
+        } else if (takeValue(arguments, i, "-L", value)) {
+            request.options.push_back("-L" + value);
         } else if (isIgnored(arguments, i)) {
+        } else if (takeValue(arguments, i, "-l", value)) {
+            request.libraries.push_back("-l" + value);
         } else if (!argument.empty() && argument[0] == '-') {
             fail("unknown option " + argument);
         } else {
-            request.inputs.push_back(argument);
+            addInput(argument, request);
         }
     }
 }
@@ -190,6 +259,7 @@ std::vector<std::string> compileLine(const Request &request)
     }
     line.insert(line.end(), request.options.begin(), request.options.end());
     line.insert(line.end(), request.inputs.begin(), request.inputs.end());
+    line.insert(line.end(), request.libraries.begin(), request.libraries.end());
     line.insert(line.end(), {"-o", request.output});
     return line;
 }
@@ -199,6 +269,7 @@ std::vector<std::string> linkLine(const Request &request)
     std::vector<std::string> line{wantsCpp(request) ? "g++" : "gcc"};
     line.insert(line.end(), request.options.begin(), request.options.end());
     line.insert(line.end(), request.inputs.begin(), request.inputs.end());
+    line.insert(line.end(), request.libraries.begin(), request.libraries.end());
     if (request.mapFile) {
         const size_t dot = request.output.find_last_of('.');
         const size_t slash = request.output.find_last_of('/');
@@ -217,6 +288,7 @@ std::vector<std::string> archiveLine(const Request &request)
         fail("cannot replace " + request.output + ": " + std::strerror(errno));
     std::vector<std::string> line{"ar", "rcs", request.output};
     line.insert(line.end(), request.inputs.begin(), request.inputs.end());
+    line.insert(line.end(), request.libraries.begin(), request.libraries.end());
     return line;
 }
 
@@ -229,7 +301,7 @@ int main(int argc, char **argv)
     parse(arguments, request);
     if (request.output.empty())
         fail("no output file (-o)");
-    if (request.inputs.empty())
+    if (request.inputs.empty() && request.libraries.empty())
         fail("no input files");
     std::vector<std::string> line;
     switch (request.mode) {

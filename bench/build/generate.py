@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
-"""Writes a solution of N tiny C files in one executable project, and a build.ninja that runs
-the same front end with the same arguments, for comparing the build engine with ninja."""
+"""Writes a solution of N tiny C files in one executable project, and a build.ninja and a
+Makefile that run the same front end with the same arguments (byte for byte the command lines
+of `tess build`), for comparing the build engine with ninja and make."""
 import os
 import sys
+
 
 def main():
     if len(sys.argv) != 4:
@@ -36,26 +38,53 @@ def main():
     lines += ['    </project>', '  </solution>', '</Tessbench_Project_File>', '']
     with open(os.path.join(out, "bench.qvProject"), "w") as f:
         f.write("\n".join(lines))
-    # The same command lines the engine gives the front end, and the same outputs in the same
-    # places, so that either tool finds the other's work up to date.
+    # The outputs in the places the engine puts them, named as it names them (absolute), so
+    # that the three tools run the same commands and either finds the other's work up to date.
     cc = os.path.join(bindir, "cc")
-    system_include = os.path.join(os.path.dirname(bindir), "include")
+    sources = ["src/main.c"] + [n for _, ns in sorted(folders.items()) for n in ns]
+    objects = [os.path.join(out, "Output/Debug/Obj/app",
+                            os.path.splitext(os.path.basename(name))[0] + ".o") for name in sources]
+    executable = os.path.join(out, "Output/Debug/Exe/app.elf")
+    list_file = "Output/Debug/Obj/app/app.ind"
+    compile_line = "%s -v -c -xc %%s -Isrc/include -depend %%s -o %%s" % cc
+    link_line = "%s -v -inputfiles %s -printf=i -scanf=i -o %%s" % (cc, list_file)
+    write_ninja(out, sources, objects, executable, list_file, compile_line, link_line)
+    write_makefile(out, sources, objects, executable, list_file, compile_line, link_line)
+
+
+def write_ninja(out, sources, objects, executable, list_file, compile_line, link_line):
     ninja = ["rule cc",
-             "  command = %s -v -c -xc $in -Isrc/include -I%s -depend $dep -o $out" % (cc, system_include),
+             "  command = " + compile_line % ("$in", "$dep", "$out"),
              "  depfile = $dep", "  deps = gcc",
              "rule link",
-             "  command = %s -v -inputfiles $rsp -printf=i -scanf=i -o $out" % cc,
-             "  rspfile = $rsp", "  rspfile_content = $in_newline", ""]
-    objects = []
-    for name in ["src/main.c"] + [n for _, ns in sorted(folders.items()) for n in ns]:
-        obj = "Output/Debug/Obj/app/" + os.path.splitext(os.path.basename(name))[0] + ".o"
-        objects.append(obj)
-        ninja.append("build %s: cc %s" % (obj, os.path.join(out, name)))
+             "  command = " + link_line % "$out",
+             "  rspfile = %s" % list_file, "  rspfile_content = $in_newline", ""]
+    for source, obj in zip(sources, objects):
+        ninja.append("build %s: cc %s" % (obj, os.path.join(out, source)))
         ninja.append("  dep = %s.d" % obj[:-2])
-    ninja.append("build Output/Debug/Exe/app.elf: link " + " ".join(objects))
-    ninja.append("  rsp = Output/Debug/Obj/app/app.ind")
-    ninja.append("default Output/Debug/Exe/app.elf")
+    ninja.append("build %s: link %s" % (executable, " ".join(objects)))
+    ninja.append("default " + executable)
     with open(os.path.join(out, "build.ninja"), "w") as f:
         f.write("\n".join(ninja) + "\n")
+
+
+def write_makefile(out, sources, objects, executable, list_file, compile_line, link_line):
+    """One explicit rule per object (no rule search), the dependency files read back as make
+    reads them, the link's list file written by make itself."""
+    object_dir = os.path.dirname(objects[0])
+    exe_dir = os.path.dirname(executable)
+    lines = ["MAKEFLAGS += --no-builtin-rules", "empty :=", "space := $(empty) $(empty)",
+             "define newline", "", "", "endef",
+             "OBJECTS := " + " ".join(objects), "", ".SUFFIXES:", "all: " + executable, "",
+             "%s %s:" % (object_dir, exe_dir), "\tmkdir -p $@", ""]
+    for source, obj in zip(sources, objects):
+        lines.append("%s: %s | %s" % (obj, os.path.join(out, source), object_dir))
+        lines.append("\t" + compile_line % ("$<", "$(@:.o=.d)", "$@"))
+    lines += ["", "%s: $(OBJECTS) | %s" % (executable, exe_dir),
+              "\t$(file >%s,$(subst $(space),$(newline),$(OBJECTS)))" % list_file,
+              "\t" + link_line % "$@", "", "-include $(OBJECTS:.o=.d)", ""]
+    with open(os.path.join(out, "Makefile"), "w") as f:
+        f.write("\n".join(lines))
+
 
 main()

@@ -98,6 +98,48 @@ TEST_F(TessBuild, InterruptStopsARunningToolWithStatusThree)
     EXPECT_TRUE(out.endsWith("Build terminated\n")) << out.toStdString();
 }
 
+TEST_F(TessBuild, SystemLibrariesNamedAsLinkerOptionsLinkAfterTheObjects)
+{
+    // The program needs a static library of the solution found through -L/-l, the math
+    // library after it (the static library calls cos) and the threads library. A linker meets
+    // a library before the objects that need it with nothing to take from it: the link fails
+    // unless the libraries come last.
+    TestSupport::writeFile(
+        m_dir.filePath("s.qvProject"),
+        "<Tessbench_Project_File><solution Name=\"libs\" version=\"2\">"
+        "<configuration Name=\"Debug\"/>"
+        "<project Name=\"helper\" project_type=\"Library\""
+        " build_output_file_name=\"lib/libhelper.a\"><file file_name=\"helper.c\"/></project>"
+        "<project Name=\"app\" project_type=\"Executable\" linker_map_file=\"No\""
+        " project_dependencies=\"helper\" link_dependent_projects=\"No\""
+        " linker_additional_options=\"-L$(ProjectDir)/lib;-lhelper;-lm;-lpthread\">"
+        "<file file_name=\"main.c\"/></project>"
+        "</solution></Tessbench_Project_File>\n");
+    TestSupport::writeFile(m_dir.filePath("helper.c"),
+                           "#include <math.h>\n"
+                           "double helper(double x) { return cos(x) * cos(x); }\n");
+    TestSupport::writeFile(m_dir.filePath("main.c"),
+                           "#include <math.h>\n#include <pthread.h>\n#include <stdio.h>\n"
+                           "double helper(double x);\n"
+                           "static double result;\n"
+                           "static void *work(void *x) {\n"
+                           "  double v = *(double *)x;\n"
+                           "  result = helper(v) + sin(v) * sin(v);\n"
+                           "  return NULL;\n}\n"
+                           "int main(int argc, char **argv) {\n"
+                           "  double x = argc + 0.25;\n"
+                           "  pthread_t thread;\n"
+                           "  if (pthread_create(&thread, NULL, work, &x) != 0) return 2;\n"
+                           "  pthread_join(thread, NULL);\n"
+                           "  printf(\"%.3f\\n\", result);\n"
+                           "  return 0;\n}\n");
+    const auto run = tess({"s.qvProject", "-j", "2"});
+    ASSERT_EQ(run.exitCode, 0) << run.out.toStdString() << run.err.toStdString();
+    const auto program = runProgram(m_dir.filePath("Output/Debug/Exe/app.elf"), {});
+    EXPECT_EQ(program.exitCode, 0);
+    EXPECT_EQ(program.out, "1.000\n");
+}
+
 TEST_F(TessBuild, ExportsAMakefile)
 {
     const auto run = tess({"s.qvProject", "-makefile", "out.mak"});

@@ -1,6 +1,7 @@
 #include "buildengine/BuildEngine.h"
 #include "buildengine/BuildLog.h"
 #include "buildengine/BuildOperation.h"
+#include "buildengine/BuildRequest.h"
 #include "buildengine/ExportBuilder.h"
 #include "buildengine/VarnelBuilder.h"
 #include "foundation/Directories.h"
@@ -13,6 +14,7 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <algorithm>
 #include <memory>
 #include <utime.h>
 
@@ -115,9 +117,15 @@ protected:
         }
         if (onIdle)
             idler.setIdleHook([&] { onIdle(*m_engine, varnel); });
-        const int result = m_engine->buildTop(node ? node : m_system->solution(),
-                                              QStringLiteral("Debug"), threads, builders, idler,
-                                              flags, true, false);
+        BuildRequest request;
+        request.element = node ? node : m_system->solution();
+        request.configuration = QStringLiteral("Debug");
+        request.operation = *buildOperation(findBuildOperation({BuildNode::Selection}));
+        request.flags = flags;
+        request.threads = threads;
+        request.builders = builders;
+        request.idler = &idler;
+        const int result = m_engine->build(request);
         m_log = log.text();
         return result;
     }
@@ -362,8 +370,14 @@ TEST_F(BuildEngineTest, ExportWritesOneCdPerDirectoryAndEscapesBlanksInRules)
     for (const bool makefile : {false, true}) {
         ExportBuilder exporter(*m_engine, makefile, QStringLiteral("/opt/tess"));
         Idler idler;
-        m_engine->buildTop(m_system->solution(), QStringLiteral("Debug"), 1, {&exporter}, idler,
-                           BuildFlag::Force | BuildFlag::Quiet, true, false);
+        BuildRequest request;
+        request.element = m_system->solution();
+        request.configuration = QStringLiteral("Debug");
+        request.operation =
+            *buildOperation(findBuildOperation({BuildNode::Selection, BuildAction::Export}));
+        request.flags = BuildFlag::Force | BuildFlag::Quiet;
+        request.builders = {&exporter};
+        m_engine->build(request);
         const QString text = exporter.text();
         if (makefile) {
             EXPECT_TRUE(text.startsWith(QLatin1String("all: \\\n"))) << text.toStdString();
@@ -445,6 +459,134 @@ TEST_F(BuildEngineTest, FreedSlotStartsItsNextToolWhileTheOtherRuns)
     EXPECT_EQ(build(BuildFlag::Quiet, 2), BuildEngine::Built) << m_log.toStdString();
     const QString log = QString::fromUtf8(TestSupport::readFile(path("install/overlap.log")));
     EXPECT_TRUE(log.startsWith(QLatin1String("begin\nbegin\nend\nbegin\n"))) << log.toStdString();
+}
+
+TEST_F(BuildEngineTest, RequestWithoutElementOrBuilderIsRefused)
+{
+    load(libraryAndProgram);
+    NullBuilder builder;
+    BuildRequest request;
+    request.configuration = QStringLiteral("Debug");
+    request.builders = {&builder};
+    EXPECT_EQ(m_engine->build(request), BuildEngine::Refused);
+    request.element = m_system->solution();
+    request.builders.clear();
+    EXPECT_EQ(m_engine->build(request), BuildEngine::Refused);
+    request.builders = {&builder};
+    request.flags = BuildFlag::NoExecute | BuildFlag::Quiet;
+    EXPECT_EQ(m_engine->build(request), BuildEngine::Built);   // would build: nothing is there
+}
+
+TEST_F(BuildEngineTest, NextToolStartsAsSoonAsThePreviousEnds)
+{
+    // Fifty tools one after another, each writing down when it began and when it was about to
+    // end. A loop that waited for its timer between tools would leave close to a timer period
+    // between one end and the next start; one woken by the tool's end leaves the time it takes
+    // to plan and start a tool, which a loaded machine stretches but nowhere near a period.
+    write("install/bin/cc", "#!/bin/bash\n"
+                            "start=$EPOCHREALTIME\n"
+                            "while [ $# -gt 0 ]; do [ \"$1\" = -o ] && out=$2; shift; done\n"
+                            ": > \"$out\"\n"
+                            "echo \"$start $EPOCHREALTIME\" >> \"$(dirname \"$0\")/../times.log\"\n");
+    constexpr int toolCount = 50;
+    QByteArray files;
+    for (int i = 0; i < toolCount - 1; ++i) {
+        const QByteArray name = "f" + QByteArray::number(i) + ".c";
+        write(QString::fromLatin1(name), "int x;\n");
+        files += "<file file_name=\"" + name + "\"/>";
+    }
+    load("<project Name=\"lib\" project_type=\"Library\">" + files + "</project>");
+    ASSERT_EQ(build(BuildFlag::Quiet, 1), BuildEngine::Built) << m_log.toStdString();
+    std::vector<std::pair<double, double>> runs;
+    for (QByteArray line : TestSupport::readFile(path("install/times.log")).split('\n')) {
+        const QList<QByteArray> times = line.replace(',', '.').split(' ');
+        if (times.size() == 2)
+            runs.emplace_back(times[0].toDouble(), times[1].toDouble());
+    }
+    ASSERT_EQ(runs.size(), size_t(toolCount));   // the compiles and the archive
+    std::sort(runs.begin(), runs.end());
+    std::vector<double> gaps;
+    for (size_t i = 1; i < runs.size(); ++i)
+        gaps.push_back((runs[i].first - runs[i - 1].second) * 1000.0);
+    std::nth_element(gaps.begin(), gaps.begin() + gaps.size() / 2, gaps.end());
+    EXPECT_LT(gaps[gaps.size() / 2], VarnelIdler::timerMilliseconds / 2.0);
+}
+
+struct OperationCase {
+    const char *name;
+    BuildOperationQuery query;
+    int row;
+};
+
+class BuildOperationSearch : public ::testing::TestWithParam<OperationCase> {};
+
+TEST_P(BuildOperationSearch, FindsTheRowAskedFor)
+{
+    const OperationCase &c = GetParam();
+    const int row = findBuildOperation(c.query);
+    EXPECT_EQ(row, c.row);
+    if (row < 0)
+        return;
+    // The row found answers every part of the question.
+    const BuildOperationInfo &info = *buildOperation(row);
+    EXPECT_EQ(info.node, c.query.node);
+    EXPECT_EQ(info.action, c.query.action);
+    EXPECT_EQ(info.batch, c.query.batch);
+    EXPECT_EQ(info.selfOnly, c.query.selfOnly);
+    if (c.query.dependencies) {
+        EXPECT_EQ(info.dependencies, *c.query.dependencies);
+    }
+}
+
+using N = BuildNode;
+using A = BuildAction;
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, BuildOperationSearch,
+    ::testing::Values(
+        OperationCase{"solutionBuild", {N::Solution, A::Build}, 0},
+        OperationCase{"solutionRebuild", {N::Solution, A::Rebuild}, 1},
+        OperationCase{"solutionClean", {N::Solution, A::Clean}, 2},
+        OperationCase{"solutionBatchBuild", {N::Solution, A::Build, true}, 3},
+        OperationCase{"solutionBatchClean", {N::Solution, A::Clean, true}, 5},
+        OperationCase{"solutionExportIsBatchOnly", {N::Solution, A::Export}, -1},
+        OperationCase{"projectBuild", {N::ActiveProject, A::Build}, 7},
+        OperationCase{"projectBatchRebuild", {N::ActiveProject, A::Rebuild, true}, 11},
+        OperationCase{"projectBuildAndRun", {N::ActiveProject, A::Run}, 14},
+        OperationCase{"compile", {N::Selection, A::Compile}, 15},
+        OperationCase{"link", {N::Selection, A::Link, false, true}, 16},
+        OperationCase{"linkIsSelfOnly", {N::Selection, A::Link}, -1},
+        OperationCase{"selectionBuildFollowsDependencies", {N::Selection, A::Build}, 17},
+        OperationCase{"selectionBuildWithout", {N::Selection, A::Build, false, false, false}, 26},
+        OperationCase{"selectionRebuildWithout",
+                      {N::Selection, A::Rebuild, false, false, false}, 27},
+        OperationCase{"selectionCleanWith", {N::Selection, A::Clean, false, false, true}, 19},
+        OperationCase{"selectionBatchExport", {N::Selection, A::Export, true}, 24},
+        OperationCase{"analyze", {N::Selection, A::Analyze}, 25},
+        OperationCase{"dependencyListing", {N::Selection, A::DependencyListing}, 30}),
+    [](const auto &info) { return std::string(info.param.name); });
+
+TEST(BuildOperations, RequestOfAnOperationPicksItsNodeAndThreads)
+{
+    ProjectElement solution(xmlDuplicate("solution"));
+    ProjectElement project(xmlDuplicate("project"));
+    NullBuilder builder;
+    BuildSettings settings;
+    settings.threads = 4;
+    const BuildTargets targets{&solution, &project, nullptr, QStringLiteral("Debug")};
+    const BuildRequest build = buildRequest(7, targets, settings, {&builder}, nullptr);
+    EXPECT_EQ(build.element, &project);
+    EXPECT_EQ(build.configuration, QStringLiteral("Debug"));
+    EXPECT_EQ(build.threads, 4);
+    EXPECT_TRUE(build.operation.dependencies);
+    const BuildRequest clean = buildRequest(2, targets, settings, {&builder}, nullptr);
+    EXPECT_EQ(clean.element, &solution);
+    EXPECT_EQ(clean.threads, 1);
+    EXPECT_EQ(clean.flags, buildFlags(*buildOperation(2), settings));
+    // No selection, and an operation the table does not have: nothing to build.
+    EXPECT_EQ(buildRequest(17, targets, settings, {&builder}, nullptr).element, nullptr);
+    EXPECT_EQ(buildRequest(buildOperationCount, targets, settings, {&builder}, nullptr).element,
+              nullptr);
 }
 
 TEST(BuildOperations, TableAndFlags)

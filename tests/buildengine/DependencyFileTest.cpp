@@ -56,4 +56,21 @@ TEST(DependencyFileReading, ReadsFileAndKeepsLongLine)
     EXPECT_EQ(names.at(1), QStringLiteral("z.h"));
 }
 
+TEST(DependencyFileReading, FilesAroundTheSizeOfTheFirstReadAreReadWhole)
+{
+    // The reader takes a first block of 8 KiB and reads on only when that came back full.
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("a.d"));
+    for (const int size : {8190, 8191, 8192, 8193, 8194, 16384, 16385}) {
+        const QByteArray head = "a.o: a.c ";
+        const QByteArray tail = " z.h\n";
+        const QByteArray name(size - head.size() - tail.size(), 'n');
+        TestSupport::writeFile(path, head + name + tail);
+        const QStringList names = readDependencyFile(path);
+        ASSERT_EQ(names.size(), 2) << size;
+        EXPECT_EQ(names.at(0).size(), name.size()) << size;
+        EXPECT_EQ(names.at(1), QStringLiteral("z.h")) << size;
+    }
+}
+
 } // namespace

@@ -293,3 +293,36 @@ TEST(SolutionSave, SaveReplacesTheFileWhole)
 }
 
 } // namespace
+
+TEST(SolutionTree, EachNodeFindsItsProjectAndSolution)
+{
+    SolutionFixture fixture;
+    fixture.write("s.qvProject",
+                  SolutionFixture::file(
+                      "<solution Name=\"top\" version=\"2\">"
+                      "<project Name=\"app\"><folder Name=\"src\"><folder Name=\"deep\">"
+                      "<file file_name=\"main.c\"/></folder></folder></project>"
+                      "<project Name=\"lib\"><file file_name=\"lib.c\"/></project>"
+                      "</solution>"));
+    ASSERT_EQ(fixture.loadError(QStringLiteral("s.qvProject")).toStdString(), "loaded");
+    const struct {
+        const char *path;
+        const char *project;   // null: none
+    } cases[] = {
+        {"", nullptr},
+        {"app", "app"},
+        {"app/src", "app"},
+        {"app/src/deep/main.c", "app"},
+        {"lib/lib.c", "lib"},
+    };
+    for (const auto &c : cases) {
+        const ProjectElement *element = fixture.system.findElement(QString::fromUtf8(c.path));
+        ASSERT_NE(element, nullptr) << c.path;
+        const ProjectElement *project = element->project();
+        EXPECT_EQ(project ? project->elementName().toStdString() : std::string("(none)"),
+                  c.project ? c.project : "(none)")
+            << c.path;
+        ASSERT_NE(element->solution(), nullptr) << c.path;
+        EXPECT_EQ(element->solution(), fixture.system.solution()) << c.path;
+    }
+}

@@ -3,6 +3,7 @@
 #include "buildengine/BuildEngine.h"
 #include "buildengine/BuildLog.h"
 #include "buildengine/BuildOperation.h"
+#include "buildengine/BuildRequest.h"
 #include "buildengine/ExportBuilder.h"
 #include "buildengine/VarnelBuilder.h"
 #include "foundation/Directories.h"
@@ -14,6 +15,7 @@
 #include <QSaveFile>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 namespace {
@@ -146,19 +148,22 @@ private:
 
 int operationOf(const BuildOptions &options, bool project)
 {
-    const int base = project ? 7 : 0;
-    const int batch = options.batch ? 3 : 0;
-    return base + batch + (options.rebuild ? 1 : options.clean ? 2 : 0);
+    const BuildAction action = options.rebuild ? BuildAction::Rebuild
+                               : options.clean ? BuildAction::Clean
+                                               : BuildAction::Build;
+    return findBuildOperation(
+        {project ? BuildNode::ActiveProject : BuildNode::Solution, action, options.batch});
 }
 
-int writeExport(BuildEngine &engine, ProjectElement *node, const BuildOptions &options,
+int writeExport(BuildEngine &engine, const BuildTargets &targets, const BuildOptions &options,
                 BuildLog &log)
 {
     ExportBuilder exporter(engine, options.makefile, installationDirectory());
     VarnelIdler idler(log);
-    const uint flags = BuildFlag::Force | BuildFlag::Quiet;
-    const int result = engine.buildTop(node, options.configuration, 1, {&exporter}, idler, flags,
-                                       true, options.batch);
+    const int operation =
+        findBuildOperation({BuildNode::Selection, BuildAction::Export, options.batch});
+    const int result =
+        engine.build(buildRequest(operation, targets, options.settings, {&exporter}, &idler));
     QSaveFile file(options.exportFile);
     const QByteArray bytes = exporter.text().toUtf8();
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
@@ -194,8 +199,10 @@ int buildCommand(const CommandArguments &arguments)
     }
     BuildEngine engine(system);
     BuildLog log;
+    const BuildTargets targets{solution, project, project ? project : solution,
+                               options.configuration};
     if (!options.exportFile.isEmpty())
-        return writeExport(engine, project ? project : solution, options, log);
+        return writeExport(engine, targets, options, log);
 
     ConsoleReporter reporter(options.verbose);
     VarnelIdler idler(log);
@@ -218,18 +225,22 @@ int buildCommand(const CommandArguments &arguments)
         for (const auto &builder : owned)
             builder->terminate();
     });
-    BuildTargets targets{solution, project, project, options.configuration};
     QString status;
     const int result = runBuildOperation(engine, operationOf(options, project != nullptr),
                                          targets, options.settings, builders, idler, &status);
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
     std::printf("%s\n", status.toUtf8().constData());
-    switch (result) {
-    case BuildEngine::Failed: return exitFailure;
-    case BuildEngine::Stopped: return exitStopped;
-    default: return result < 0 ? exitFailure : exitSuccess;
-    }
+    int code = result < 0 ? exitFailure : exitSuccess;
+    if (result == BuildEngine::Failed)
+        code = exitFailure;
+    else if (result == BuildEngine::Stopped)
+        code = exitStopped;
+    // The process ends here: taking apart the tree of a large solution costs more than a null
+    // build spends checking it, and nothing is left to write.
+    std::fflush(stdout);
+    std::fflush(stderr);
+    std::_Exit(code);
 }
 
 constexpr TessCommand buildRows[] = {

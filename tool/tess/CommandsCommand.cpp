@@ -1,4 +1,5 @@
 #include "buildengine/BuildEngine.h"
+#include "buildengine/BuildRequest.h"
 #include "buildengine/CommandLine.h"
 #include "foundation/Directories.h"
 #include "foundation/HException.h"
@@ -76,8 +77,15 @@ int commandsCommand(const CommandArguments &parsed)
     BuildEngine engine(system);
     CommandLister lister(installationDirectory());
     Idler idler;
-    const int result = engine.buildTop(top, arguments.at(1), 1, {&lister}, idler,
-                                       BuildFlag::Force | BuildFlag::Quiet, true, false);
+    BuildRequest request;
+    request.element = top;
+    request.configuration = arguments.at(1);
+    request.operation =
+        *buildOperation(findBuildOperation({BuildNode::Selection, BuildAction::Export}));
+    request.flags = BuildFlag::Force | BuildFlag::Quiet;
+    request.builders = {&lister};
+    request.idler = &idler;
+    const int result = engine.build(request);
     std::fflush(stdout);
     return result == BuildEngine::Failed || result == BuildEngine::Stopped || lister.failed() ? 1
                                                                                               : 0;

@@ -1,0 +1,4 @@
+#pragma once
+
+/* Root mean square of n samples. */
+double stats_rms(const double *samples, int n);
