@@ -86,6 +86,22 @@ QByteArray StandardProjectSystem::solutionFileBytes(ProjectElement *element)
     return document.saveBuffer(solutionFileIndent, solutionFileWrapWidth);
 }
 
+void StandardProjectSystem::writeNewSolution(const QString &path, const QString &name)
+{
+    QXMLDocument document(0);
+    document.setDocType(xmlDuplicate(solutionRootTag));
+    XMLElement *root = document.createElement(xmlDuplicate(solutionRootTag));
+    document.setRoot(root);
+    XMLElement *solution = document.createElement(xmlDuplicate("solution"));
+    solution->setAttribute(xmlDuplicate("Name"), xmlDuplicate(name.toUtf8()));
+    solution->setAttribute(xmlDuplicate("version"), xmlDuplicate("2"));
+    root->appendChild(solution);
+    const QByteArray bytes = document.saveBuffer(solutionFileIndent, solutionFileWrapWidth);
+    QSaveFile out(path);
+    if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.commit())
+        throw SolutionSaveError(QStringLiteral("couldn't write %1: %2").arg(path, out.errorString()));
+}
+
 void StandardProjectSystem::saveElement(ProjectElement *element, const QString &path,
                                         ProjectFileSaveErrorHandler *handler)
 {
