@@ -87,6 +87,8 @@ ProjectTemplateInstance::ProjectTemplateInstance(StandardProjectSystem &system,
     m_project->setProperty(QStringLiteral("Name"), projectName);
     m_project->setProperty(QStringLiteral("project_directory"), projectName);
     m_project->setProperty(QStringLiteral("template_name"), node.name());
+    // The project lives in the solution file: its directory and macros are reckoned from there.
+    m_project->setFilePath(solution->filePath());
     solution->appendChild(m_project);
     system.wireTree(solution);
     m_directory = QDir::cleanPath(QFileInfo(system.solutionPath().text()).absolutePath()
@@ -130,6 +132,9 @@ void ProjectTemplateInstance::checkCopies(bool force) const
     for (const ProjectTemplateCopy &copy : m_walk->copies()) {
         if (!QFileInfo(copy.source).isFile())
             throw HException(QStringLiteral("%1: no such template source file").arg(copy.source));
+        if (!copy.destination.startsWith(m_directory + u'/'))
+            throw HException(QStringLiteral("the template would write %1 outside the project directory %2")
+                                 .arg(copy.destination, m_directory));
         if (destinations.contains(copy.destination))
             throw HException(QStringLiteral("the template makes %1 twice").arg(copy.destination));
         destinations.insert(copy.destination);

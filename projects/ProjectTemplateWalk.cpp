@@ -88,7 +88,8 @@ bool yes(const QString &value)
 ProjectTemplateWalk::ProjectTemplateWalk(StandardProjectSystem &system,
                                          const ProjectTemplateNode &node, ProjectElement *project)
     : m_system(system), m_node(node), m_project(project),
-      m_projectDirectory(project ? system.macroTable(project, common).value(QStringLiteral("ProjectDir"))
+      m_projectDirectory(project ? QDir::cleanPath(system.macroTable(project, common)
+                                                       .value(QStringLiteral("ProjectDir")))
                                  : QString())
 {
     m_templateMacros.insert(QStringLiteral("TemplateDir"),
@@ -371,6 +372,7 @@ ProjectElement *ProjectTemplateWalk::makeNode(const char *tag, ProjectElement *p
 {
     auto *node = new ProjectElement(xmlDuplicate(tag));
     parent->appendChild(node);
+    node->setFilePath(parent->filePath());
     node->setProperty(QStringLiteral("template_name"), m_node.name());
     return node;
 }
