@@ -156,7 +156,7 @@ void ProjectTemplateInstance::copySources(Undo &undo, bool force)
         QString why;
         if (force && QFileInfo::exists(copy.destination)) {
             QSaveFile to(copy.destination);
-            written = to.open(QIODevice::WriteOnly) && copyBytes(from, to) && to.commit();
+            written = to.open(QIODevice::WriteOnly) && copyBytes(from, to) && to.flush() && to.commit();
             why = to.errorString();
         } else {
             QFile to(copy.destination);

@@ -6,6 +6,7 @@
 // segment's and group's base, each register as an lvalue of its width and its address, each bit
 // field's first bit and mask, named by the group, register and field they stand in. The map is
 // read with its directives; `$(VarnelDir)` in an include names this installation.
+#include "foundation/AtomicWrite.h"
 #include "foundation/Directories.h"
 #include "foundation/HException.h"
 #include "foundation/PropertyClass.h"
@@ -14,7 +15,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <cstdio>
 
 namespace {
@@ -54,8 +54,8 @@ int main(int argc, char **argv)
     } catch (const HException &error) {
         return fail(error.message());
     }
-    QSaveFile header(output);
-    if (!header.open(QIODevice::WriteOnly) || header.write(text) != text.size() || !header.commit())
-        return fail(QStringLiteral("cannot write %1: %2").arg(output, header.errorString()));
+    QString why;
+    if (!writeAtomically(output, text, &why))
+        return fail(QStringLiteral("cannot write %1: %2").arg(output, why));
     return 0;
 }

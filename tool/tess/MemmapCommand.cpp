@@ -2,6 +2,7 @@
 // addresses, `header` writes the register header, `check` finds what a map gets wrong, `usage`
 // tells how much of each memory segment a linked program takes.
 #include "debug/ElfObjectFile.h"
+#include "foundation/AtomicWrite.h"
 #include "foundation/HException.h"
 #include "foundation/Report.h"
 #include "projects/MemoryMap.h"
@@ -11,7 +12,6 @@
 #include "tool/tess/Commands.h"
 #include "tool/tess/ProjectCommandSupport.h"
 #include <QFileInfo>
-#include <QSaveFile>
 #include <cstdio>
 
 namespace {
@@ -153,9 +153,9 @@ int header(const CommandArguments &arguments)
             "--guard", MemoryMapHeader::identifier(QFileInfo(output).fileName()));
         options.generator = QStringLiteral("tess memmap header");
         const QByteArray text = MemoryMapHeader::write(*map, options);
-        QSaveFile file(output);
-        if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())
-            return arguments.fail(QStringLiteral("cannot write %1: %2").arg(output, file.errorString()));
+        QString why;
+        if (!writeAtomically(output, text, &why))
+            return arguments.fail(QStringLiteral("cannot write %1: %2").arg(output, why));
     } catch (const HException &error) {
         return arguments.fail(error.message());
     }
