@@ -146,12 +146,12 @@ void MemoryMapCheck::checkRegisterPlaces(const std::vector<MemoryMapElement *> &
         if (element->kind() == MemoryMapKind::MemorySegment && element->hasStart())
             segments.push_back(element);
     }
-    if (segments.empty())
-        return;   // a map of peripherals alone places nothing
-    // The segment of each group: the one it stands in, else the one holding its start.
+    // The segment of each group: the one it stands in, else the one holding its start. A map
+    // of peripherals alone has no segments and places its groups nowhere.
     QHash<const MemoryMapElement *, const MemoryMapElement *> segmentOfGroup;
     for (const MemoryMapElement *element : elements) {
-        if (element->kind() != MemoryMapKind::RegisterGroup || !element->hasStart())
+        if (segments.empty() || element->kind() != MemoryMapKind::RegisterGroup
+            || !element->hasStart())
             continue;
         const MemoryMapElement *segment = nearest(element, MemoryMapKind::MemorySegment);
         for (auto it = segments.begin(); !segment && it != segments.end(); ++it) {

@@ -63,8 +63,12 @@ bool ProjectTemplates::addFile(const QString &path)
     if (!file->load(path)) {
         m_problems.append(QStringLiteral("%1:%2: %3")
                               .arg(path)
-                              .arg(file->errorLine())
+                              .arg(file->errorLine() + 1)
                               .arg(QString::fromUtf8(file->errorText())));
+        return false;
+    }
+    if (!file->root()) {
+        m_problems.append(path + QStringLiteral(": no root element (empty or truncated file)"));
         return false;
     }
     m_files.push_back(file.get());
