@@ -2,6 +2,8 @@
 #include "foundation/HException.h"
 #include "projects/MemoryMap.h"
 #include <QFileInfo>
+#include <iterator>
+#include <vector>
 
 namespace {
 
@@ -59,6 +61,7 @@ QByteArray MemoryMapHeader::write(MemoryMap &map, const Options &options)
 {
     map.calculateAddresses();
     MemoryMapHeader header(map, options);
+    header.m_defined.reserve(MemoryMap::elementsInOrder(map.mapRoot()).size() * 2);
     for (const MemoryMap::EvaluationProblem &problem : map.evaluationProblems()) {
         if (problem.noValue)
             throw HException(map.location(problem.element) + QStringLiteral(": ")
@@ -74,17 +77,44 @@ QByteArray MemoryMapHeader::write(MemoryMap &map, const Options &options)
                                    "#ifndef %3\n#define %3\n\n#include <stdint.h>\n")
                         .arg(commentText(source), options.generator, guard)
                         .toUtf8();
-    for (const MemoryMapElement *element : MemoryMap::elementsInOrder(map.mapRoot()))
-        header.element(element);
+    header.elements(map.mapRoot());
     header.m_text += "\n#endif\n";
     return header.m_text;
 }
 
-void MemoryMapHeader::element(const MemoryMapElement *element)
+void MemoryMapHeader::elements(const MemoryMapElement *top)
 {
-    if (!element->hasName())
-        return;
-    const QString name = macroName(element);
+    // The macro name of an element is made of the names of the groups, register and field it
+    // stands in: each element hands its scope to its children. Without recursion: maps may nest
+    // deeply.
+    struct Pending {
+        const MemoryMapElement *element;
+        QString scope;   // the enclosing names joined by "_", with a "_" behind; or empty
+    };
+    std::vector<Pending> pending;
+    if (top)
+        pending.push_back({top, QString()});
+    std::vector<Pending> children;
+    while (!pending.empty()) {
+        Pending current = std::move(pending.back());
+        pending.pop_back();
+        const MemoryMapElement *element = current.element;
+        const bool named = element->hasName();
+        const QString joined = named ? current.scope + element->nameText() : QString();
+        if (named)
+            this->element(element, identifier(joined));
+        const QString scope = named && namesScope(element->kind()) ? joined + u'_' : current.scope;
+        for (const XMLNode *node = element->firstChild(); node; node = node->nextSibling()) {
+            if (const MemoryMapElement *child = asMemoryMapElement(node))
+                children.push_back({child, scope});
+        }
+        std::move(children.rbegin(), children.rend(), std::back_inserter(pending));
+        children.clear();
+    }
+}
+
+void MemoryMapHeader::element(const MemoryMapElement *element, const QString &name)
+{
     switch (element->kind()) {
     case MemoryMapKind::MemorySegment:
         segment(element, name);
@@ -172,26 +202,17 @@ void MemoryMapHeader::comment(const MemoryMapElement *element, const QString &na
 void MemoryMapHeader::define(const MemoryMapElement *element, const QString &name,
                              const QString &value)
 {
-    const QString macro = m_prefix + name;
-    const auto it = m_defined.constFind(macro);
-    if (it != m_defined.cend()) {
-        if (it->value == value)
+    const QByteArray macro = (m_prefix + name).toUtf8();
+    const auto [it, inserted] =
+        m_defined.try_emplace(std::string(macro.constData(), size_t(macro.size())),
+                              Definition{value, element});
+    if (!inserted) {
+        if (it->second.value == value)
             return;   // the same definition twice is harmless: write it once
         throw HException(QStringLiteral("%1: %2 makes %3 %4, which %5 made %6")
-                             .arg(m_map.location(element), MemoryMap::describe(element), macro,
-                                  value, m_map.location(it->element), it->value));
+                             .arg(m_map.location(element), MemoryMap::describe(element),
+                                  QString::fromUtf8(macro), value,
+                                  m_map.location(it->second.element), it->second.value));
     }
-    m_defined.insert(macro, Definition{value, element});
-    m_text += "#define " + macro.toUtf8() + ' ' + value.toUtf8() + '\n';
-}
-
-QString MemoryMapHeader::macroName(const MemoryMapElement *element) const
-{
-    QString name = element->nameText();
-    for (const XMLNode *node = element->parent(); node; node = node->parent()) {
-        const MemoryMapElement *outer = asMemoryMapElement(node);
-        if (outer && namesScope(outer->kind()) && outer->hasName())
-            name = outer->nameText() + u'_' + name;
-    }
-    return identifier(name);
+    m_text += "#define " + macro + ' ' + value.toUtf8() + '\n';
 }

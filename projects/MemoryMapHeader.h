@@ -1,7 +1,8 @@
 #pragma once
 #include <QByteArray>
-#include <QHash>
 #include <QString>
+#include <string>
+#include <unordered_map>
 
 class MemoryMap;
 class MemoryMapElement;
@@ -40,15 +41,15 @@ public:
 
 private:
     MemoryMapHeader(MemoryMap &map, const Options &options);
-    void element(const MemoryMapElement *element);
+    // Writes the macros of `top` and everything below it, in document order.
+    void elements(const MemoryMapElement *top);
+    void element(const MemoryMapElement *element, const QString &name);
     void segment(const MemoryMapElement *element, const QString &name);
     void group(const MemoryMapElement *element, const QString &name);
     void registerMacros(const MemoryMapElement *element, const QString &name);
     void bitField(const MemoryMapElement *element, const QString &name);
     void define(const MemoryMapElement *element, const QString &name, const QString &value);
     void comment(const MemoryMapElement *element, const QString &name);
-    // The macro name of an element: the names of the groups, register and field it stands in.
-    [[nodiscard]] QString macroName(const MemoryMapElement *element) const;
 
     MemoryMap &m_map;
     QString m_prefix;
@@ -57,5 +58,5 @@ private:
         QString value;
         const MemoryMapElement *element;
     };
-    QHash<QString, Definition> m_defined;
+    std::unordered_map<std::string, Definition> m_defined;   // by macro name, in UTF-8
 };
