@@ -2,6 +2,7 @@
 #include "foundation/HException.h"
 #include "projects/MemoryMap.h"
 #include <QFileInfo>
+#include <algorithm>
 #include <iterator>
 #include <vector>
 
@@ -61,7 +62,6 @@ QByteArray MemoryMapHeader::write(MemoryMap &map, const Options &options)
 {
     map.calculateAddresses();
     MemoryMapHeader header(map, options);
-    header.m_defined.reserve(MemoryMap::elementsInOrder(map.mapRoot()).size() * 2);
     for (const MemoryMap::EvaluationProblem &problem : map.evaluationProblems()) {
         if (problem.noValue)
             throw HException(map.location(problem.element) + QStringLiteral(": ")
@@ -203,16 +203,52 @@ void MemoryMapHeader::define(const MemoryMapElement *element, const QString &nam
                              const QString &value)
 {
     const QByteArray macro = (m_prefix + name).toUtf8();
-    const auto [it, inserted] =
-        m_defined.try_emplace(std::string(macro.constData(), size_t(macro.size())),
-                              Definition{value, element});
-    if (!inserted) {
-        if (it->second.value == value)
+    const QByteArray text = value.toUtf8();
+    if ((m_definitions.size() + 1) * 2 > m_slots.size())
+        growSlots();
+    const size_t mask = m_slots.size() - 1;
+    for (size_t i = qHash(QByteArrayView(macro)) & mask;; i = (i + 1) & mask) {
+        if (m_slots[i] == 0) {
+            m_slots[i] = quint32(m_definitions.size() + 1);
+            break;
+        }
+        const Definition &known = m_definitions[m_slots[i] - 1];
+        if (nameOf(known) != QByteArrayView(macro))
+            continue;
+        if (valueOf(known) == QByteArrayView(text))
             return;   // the same definition twice is harmless: write it once
         throw HException(QStringLiteral("%1: %2 makes %3 %4, which %5 made %6")
                              .arg(m_map.location(element), MemoryMap::describe(element),
-                                  QString::fromUtf8(macro), value,
-                                  m_map.location(it->second.element), it->second.value));
+                                  QString::fromUtf8(macro), value, m_map.location(known.element),
+                                  QString::fromUtf8(valueOf(known))));
     }
-    m_text += "#define " + macro + ' ' + value.toUtf8() + '\n';
+    m_text += "#define ";
+    m_definitions.push_back({m_text.size(), macro.size(), text.size(), element});
+    m_text += macro;
+    m_text += ' ';
+    m_text += text;
+    m_text += '\n';
+}
+
+QByteArrayView MemoryMapHeader::nameOf(const Definition &definition) const
+{
+    return QByteArrayView(m_text.constData() + definition.name, definition.nameLength);
+}
+
+QByteArrayView MemoryMapHeader::valueOf(const Definition &definition) const
+{
+    return QByteArrayView(m_text.constData() + definition.name + definition.nameLength + 1,
+                          definition.valueLength);
+}
+
+void MemoryMapHeader::growSlots()
+{
+    m_slots.assign(std::max<size_t>(1024, m_slots.size() * 2), 0);
+    const size_t mask = m_slots.size() - 1;
+    for (size_t index = 0; index < m_definitions.size(); ++index) {
+        size_t i = qHash(nameOf(m_definitions[index])) & mask;
+        while (m_slots[i] != 0)
+            i = (i + 1) & mask;
+        m_slots[i] = quint32(index + 1);
+    }
 }

@@ -1,8 +1,7 @@
 #pragma once
 #include <QByteArray>
 #include <QString>
-#include <string>
-#include <unordered_map>
+#include <vector>
 
 class MemoryMap;
 class MemoryMapElement;
@@ -51,12 +50,23 @@ private:
     void define(const MemoryMapElement *element, const QString &name, const QString &value);
     void comment(const MemoryMapElement *element, const QString &name);
 
+    // A macro written so far: where its name and value stand in m_text.
+    struct Definition {
+        qsizetype name;
+        qsizetype nameLength;
+        qsizetype valueLength;
+        const MemoryMapElement *element;
+    };
+    [[nodiscard]] QByteArrayView nameOf(const Definition &definition) const;
+    [[nodiscard]] QByteArrayView valueOf(const Definition &definition) const;
+    void growSlots();
+
     MemoryMap &m_map;
     QString m_prefix;
     QByteArray m_text;
-    struct Definition {
-        QString value;
-        const MemoryMapElement *element;
-    };
-    std::unordered_map<std::string, Definition> m_defined;   // by macro name, in UTF-8
+    // The macros by name, in an open-addressed table of indices into m_definitions (plus one;
+    // 0 is a free slot) over the text itself: a header of many thousand registers is written
+    // without a copy of each name.
+    std::vector<Definition> m_definitions;
+    std::vector<quint32> m_slots;
 };

@@ -101,6 +101,12 @@ INSTANTIATE_TEST_SUITE_P(
                 "</Board_Memory_Definition_File>",
                 {"memmap", "header", "map.xml", "-o", "out.h"}, 1,
                 "tess memmap header: map.xml:2: "},
+        BadCase{"headerWithOneNameForTwoAddresses",
+                "<Board_Memory_Definition_File>\n<RegisterGroup name=\"A B\" start=\"0x10\"/>\n"
+                "<RegisterGroup name=\"A_B\" start=\"0x20\"/></Board_Memory_Definition_File>",
+                {"memmap", "header", "map.xml", "-o", "out.h"}, 1,
+                "tess memmap header: map.xml:3: RegisterGroup 'A_B' makes A_B_BASE 0x00000020U, "
+                "which map.xml:2 made 0x00000010U\n"},
         BadCase{"checkFindsProblems",
                 "<Board_Memory_Definition_File>\n<MemorySegment name=\"A\" start=\"0\" size=\"8\"/>\n"
                 "<MemorySegment name=\"A\" start=\"4\" size=\"8\"/></Board_Memory_Definition_File>",
