@@ -2,7 +2,7 @@
 // runs what tools do with a map: the check, the register header and the usage of a program.
 // Bad input must end in a message, never a crash. Includes reach only the scratch directory.
 #include "foundation/HException.h"
-#include "foundation/PropertyClass.h"
+#include "foundation/MacroSession.h"
 #include "foundation/Report.h"
 #include "projects/MemoryMap.h"
 #include "projects/MemoryMapCheck.h"
@@ -17,7 +17,7 @@
 namespace {
 
 struct Scratch {
-    std::unique_ptr<PropertyClassList> macros = PropertyClassList::createMacroSystem();
+    MacroSession macros{QStringLiteral("/opt/tess")};
     QTemporaryDir directory;
     QString root = QFileInfo(directory.path()).canonicalFilePath();
 };
@@ -26,7 +26,6 @@ Scratch &scratch()
 {
     static Scratch *instance = [] {
         auto *made = new Scratch;
-        PropertyClassList::setGlobal(made->macros.get());
         setReportMask(0);
         QFile part(made->directory.filePath(QStringLiteral("part.xml")));
         if (part.open(QIODevice::WriteOnly))

@@ -2,10 +2,11 @@
 // over a solution in memory: choices collected, the first alternative of each chosen, the
 // project made in the tree. Nothing is written to disk; bad input ends in a message.
 #include "foundation/HException.h"
-#include "foundation/PropertyClass.h"
+#include "foundation/MacroSession.h"
 #include "foundation/Report.h"
 #include "projects/ProjectTemplateInstance.h"
 #include "projects/ProjectTemplates.h"
+#include "projects/SolutionSession.h"
 #include "projects/StandardProjectSystem.h"
 #include <QFile>
 #include <QTemporaryDir>
@@ -15,7 +16,7 @@
 namespace {
 
 struct Scratch {
-    std::unique_ptr<PropertyClassList> macros = PropertyClassList::createMacroSystem();
+    MacroSession macros{QStringLiteral("/opt/tess")};
     QTemporaryDir directory;
 };
 
@@ -23,7 +24,6 @@ Scratch &scratch()
 {
     static Scratch *instance = [] {
         auto *made = new Scratch;
-        PropertyClassList::setGlobal(made->macros.get());
         setReportMask(0);
         QFile solution(made->directory.filePath(QStringLiteral("S.qvProject")));
         if (solution.open(QIODevice::WriteOnly))
@@ -72,13 +72,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     ProjectTemplates templates;
     if (!templates.addFile(path))
         return 0;
-    StandardProjectSystem system;
-    system.setRunLoadCommands(false);
+    SolutionSession session;   // shares the macros of the scratch
+    SolutionSession::LoadOptions options;
+    options.expandMacros = false;
+    options.runLoadCommands = false;
     try {
-        (void)system.loadSolution(made.directory.path(), QStringLiteral("S.qvProject"), false);
+        (void)session.load(made.directory.filePath(QStringLiteral("S.qvProject")), options);
     } catch (const HException &) {
         return 0;
     }
-    makeEach(system, templates);
+    makeEach(session.system(), templates);
     return 0;
 }

@@ -7,9 +7,8 @@
 // field's first bit and mask, named by the group, register and field they stand in. The map is
 // read with its directives; `$(VarnelDir)` in an include names this installation.
 #include "foundation/AtomicWrite.h"
-#include "foundation/Directories.h"
 #include "foundation/HException.h"
-#include "foundation/PropertyClass.h"
+#include "foundation/MacroSession.h"
 #include "projects/MemoryMap.h"
 #include "projects/MemoryMapHeader.h"
 #include <QCoreApplication>
@@ -34,12 +33,8 @@ int main(int argc, char **argv)
         return 1;
     }
     QCoreApplication application(argc, argv);
-    const std::unique_ptr<PropertyClassList> macros = PropertyClassList::createMacroSystem();
-    PropertyClassList::setGlobal(macros.get());
-    setInstallationDirectory(
-        QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/..")).canonicalFilePath());
-    macros->defineSystemMacro(QStringLiteral("VarnelDir"), installationDirectory(),
-                              QStringLiteral("Installation directory of Tessmark."));
+    setUpProgramDirectories();
+    const MacroSession macros;
 
     const QString input = QFile::decodeName(argv[1]);
     const QString output = QFile::decodeName(argv[2]);

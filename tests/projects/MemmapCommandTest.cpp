@@ -1,4 +1,4 @@
-#include "foundation/PropertyClass.h"
+#include "foundation/MacroSession.h"
 #include "projects/MemoryMap.h"
 #include "projects/MemoryMapHeader.h"
 #include "tests/support/TestSupport.h"
@@ -150,12 +150,9 @@ class MemmapHeaderCompiles : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        m_macros = PropertyClassList::createMacroSystem();
-        PropertyClassList::setGlobal(m_macros.get());
         m_map = MemoryMap::open(exampleMap, QString());
         m_map->calculateAddresses();
     }
-    void TearDown() override { PropertyClassList::setGlobal(nullptr); }
 
     // Static assertions over the header's macros, from the map as this process computes it.
     QByteArray assertions(const QString &prefix) const
@@ -198,7 +195,7 @@ protected:
         return path;
     }
 
-    std::unique_ptr<PropertyClassList> m_macros;
+    MacroSession m_macros;
     std::unique_ptr<MemoryMap> m_map;
 };
 

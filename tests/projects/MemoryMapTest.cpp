@@ -1,4 +1,4 @@
-#include "foundation/PropertyClass.h"
+#include "foundation/MacroSession.h"
 #include "projects/MemoryMap.h"
 #include "projects/MemoryMapCheck.h"
 #include "projects/MemoryUsage.h"
@@ -13,12 +13,6 @@ namespace {
 // set up, its addresses calculated.
 class MapFixture {
 public:
-    MapFixture() : m_macros(PropertyClassList::createMacroSystem())
-    {
-        PropertyClassList::setGlobal(m_macros.get());
-    }
-    ~MapFixture() { PropertyClassList::setGlobal(nullptr); }
-
     QString write(const QString &name, const QByteArray &bytes) const
     {
         const QString path = m_directory.filePath(name);
@@ -45,7 +39,7 @@ public:
     }
 
 private:
-    std::unique_ptr<PropertyClassList> m_macros;
+    MacroSession m_macros;
     QTemporaryDir m_directory;
     std::unique_ptr<MemoryMap> m_map;
 };

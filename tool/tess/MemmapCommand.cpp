@@ -4,13 +4,13 @@
 #include "debug/ElfObjectFile.h"
 #include "foundation/AtomicWrite.h"
 #include "foundation/HException.h"
+#include "foundation/MacroSession.h"
 #include "foundation/Report.h"
 #include "projects/MemoryMap.h"
 #include "projects/MemoryMapCheck.h"
 #include "projects/MemoryMapHeader.h"
 #include "projects/MemoryUsage.h"
 #include "tool/tess/Commands.h"
-#include "tool/tess/ProjectCommandSupport.h"
 #include <QFileInfo>
 #include <cstdio>
 
@@ -114,7 +114,7 @@ int show(const CommandArguments &arguments)
 {
     if (arguments.operands().size() != 1)
         return arguments.usageError(QStringLiteral("give one memory-map file"));
-    ProjectCommandSession macros;
+    const MacroSession macros;
     try {
         const std::unique_ptr<MemoryMap> map = openMap(arguments, true);
         const bool flat = arguments.has("--flat");
@@ -144,7 +144,7 @@ int header(const CommandArguments &arguments)
     const QString output = arguments.value("--output");
     if (output.isEmpty())
         return arguments.usageError(QStringLiteral("give the header to write with -o OUT.h"));
-    ProjectCommandSession macros;
+    const MacroSession macros;
     try {
         const std::unique_ptr<MemoryMap> map = openMap(arguments, true);
         MemoryMapHeader::Options options;
@@ -166,7 +166,7 @@ int check(const CommandArguments &arguments)
 {
     if (arguments.operands().size() != 1)
         return arguments.usageError(QStringLiteral("give one memory-map file"));
-    ProjectCommandSession macros;
+    const MacroSession macros;
     try {
         const std::unique_ptr<MemoryMap> map = openMap(arguments, false);
         const MemoryMapCheck result(*map);
@@ -186,7 +186,7 @@ int usage(const CommandArguments &arguments)
 {
     if (arguments.operands().size() != 2)
         return arguments.usageError(QStringLiteral("give the memory-map file and the ELF file"));
-    ProjectCommandSession macros;
+    const MacroSession macros;
     try {
         const std::unique_ptr<MemoryMap> map = openMap(arguments, true);
         const std::unique_ptr<ElfObjectFile> elf = ElfObjectFile::open(arguments.operands()[1]);

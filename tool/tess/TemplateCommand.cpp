@@ -6,6 +6,7 @@
 #include "foundation/Report.h"
 #include "projects/ProjectTemplateInstance.h"
 #include "projects/ProjectTemplates.h"
+#include "projects/SolutionSession.h"
 #include "projects/StandardProjectSystem.h"
 #include "tool/tess/Commands.h"
 #include "tool/tess/ProjectCommandSupport.h"
@@ -71,7 +72,7 @@ std::optional<ProjectTemplateNode> findTemplate(const CommandArguments &argument
 
 int list(const CommandArguments &arguments)
 {
-    ProjectCommandSession session;
+    const MacroSession macros;
     setReportMask(reportMask() | reportWarnings);
     ProjectTemplates templates;
     bool complete = true;
@@ -102,7 +103,7 @@ int choices(const CommandArguments &arguments)
 {
     if (arguments.operands().size() != 1)
         return arguments.usageError(QStringLiteral("give one template"));
-    ProjectCommandSession session;
+    SolutionSession session;
     setReportMask(reportMask() | reportWarnings);
     ProjectTemplates templates;
     if (!addNamedFiles(arguments, templates))
@@ -181,7 +182,7 @@ int create(const CommandArguments &arguments)
         return arguments.usageError(
             QStringLiteral("give the solution file, the template and the project's name"));
     const QString solutionPath = arguments.operands()[0];
-    ProjectCommandSession session;
+    SolutionSession session;
     setReportMask(reportMask() | reportWarnings);
     SolutionFile solutionFile(solutionPath);
     try {
@@ -189,7 +190,7 @@ int create(const CommandArguments &arguments)
     } catch (const HException &error) {
         return arguments.fail(error.message());
     }
-    if (!session.load(solutionPath))
+    if (!loadForCommand(session, solutionPath))
         return exitFailure;
     ProjectTemplates templates;
     if (!addNamedFiles(arguments, templates))
