@@ -183,6 +183,24 @@ std::vector<std::unique_ptr<SymbolInformation>> ElfObjectFile::symbols() const
     return result;
 }
 
+quint64 ElfObjectFile::loadAddressOf(quint64 address, quint64 offset, quint64 size) const
+{
+    size_t count = 0;
+    if (elf_getphdrnum(m_elf, &count) != 0)
+        return address + m_bias;
+    for (size_t i = 0; i < count; ++i) {
+        GElf_Phdr header;
+        if (!gelf_getphdr(m_elf, int(i), &header) || header.p_type != PT_LOAD)
+            continue;
+        const bool inFile = offset >= header.p_offset && size <= header.p_filesz
+                         && offset - header.p_offset <= header.p_filesz - size;
+        const bool inMemory = address >= header.p_vaddr && address - header.p_vaddr < header.p_memsz;
+        if (inFile && inMemory)
+            return header.p_paddr + (address - header.p_vaddr) + m_bias;
+    }
+    return address + m_bias;
+}
+
 std::vector<ElfObjectFile::LoadedSection> ElfObjectFile::loadedSections() const
 {
     std::vector<LoadedSection> result;
@@ -200,6 +218,9 @@ std::vector<ElfObjectFile::LoadedSection> ElfObjectFile::loadedSections() const
         loaded.name = QString::fromUtf8(name ? name : "");
         loaded.address = header.sh_addr + m_bias;
         loaded.size = header.sh_size;
+        loaded.loadAddress = header.sh_type == SHT_NOBITS
+                                 ? loaded.address
+                                 : loadAddressOf(header.sh_addr, header.sh_offset, header.sh_size);
         if (header.sh_type != SHT_NOBITS) {
             // libelf refuses a section whose bytes lie beyond the end of the file.
             Elf_Data *data = elf_rawdata(section, nullptr);

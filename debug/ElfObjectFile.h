@@ -27,6 +27,9 @@ public:
     struct LoadedSection {
         QString name;
         quint64 address = 0;
+        // Where the program header stores the bytes: for initialised data that start-up code
+        // copies to RAM this is the copy in flash. Equal to address otherwise.
+        quint64 loadAddress = 0;
         quint64 size = 0;
         const char *bytes = nullptr; // into the file's mapping, valid while the handle lives
     };
@@ -44,6 +47,7 @@ private:
 
     ElfObjectFile(std::unique_ptr<Handle> handle, QString path);
     void readHeader();
+    [[nodiscard]] quint64 loadAddressOf(quint64 address, quint64 offset, quint64 size) const;
     [[noreturn]] void fail(const QString &what) const;
 
     std::unique_ptr<Handle> m_handle; // set when this object opened the file itself

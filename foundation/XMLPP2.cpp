@@ -470,6 +470,7 @@ XMLElement *XMLPP2::cloneExpanded(const XMLElement *element, const MacroTable &m
         if (!takeElements(1))
             return nullptr;
         XMLElement *copy = createElement(xmlDuplicate(source->name()));
+        copy->setLine(source->line());
         for (const XMLAttribute &attribute : source->attributes()) {
             QByteArray value(attribute.value ? attribute.value : "");
             if (value.contains(macroCharacter))
@@ -720,9 +721,12 @@ XMLPP2::Cursor XMLPP2::handleInclude(XMLElement *element, XMLNode *previous, Wal
         error(prefix + QStringLiteral("include file %1 is not allowed here").arg(path));
         return stay;
     }
+    m_includeFiles.append(path);
     XMLElement *newRoot = loadInclude(path);
-    if (!newRoot)
+    if (!newRoot) {
+        m_includeFiles.removeLast();
         return stay;
+    }
 
     XMLNode *parent = element->parent();
     XMLNode *next = element->nextSibling();
@@ -739,6 +743,7 @@ XMLPP2::Cursor XMLPP2::handleInclude(XMLElement *element, XMLNode *previous, Wal
     m_includeChain.append(identity);
     walkIncluded(include.get(), newRoot, path, walk);
     m_includeChain.removeLast();
+    m_includeFiles.removeLast();
     const QStringList inherited =
         attributeText(include.get(), "inherit_attributes").split(u';', Qt::SkipEmptyParts);
     for (const QString &name : inherited) {

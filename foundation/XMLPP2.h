@@ -71,6 +71,12 @@ public:
 protected:
     // Whether an include may read `path`; every file by default.
     [[nodiscard]] virtual bool mayInclude(const QString &path) const;
+    // The include file being parsed or walked now, as its include named it; empty while the
+    // loaded file itself is. Lets a subclass tell in createElement where an element came from.
+    [[nodiscard]] QString currentIncludeFile() const
+    {
+        return m_includeFiles.isEmpty() ? QString() : m_includeFiles.last();
+    }
 
 private:
     struct Walk;
@@ -135,6 +141,7 @@ private:
     std::map<QString, std::unique_ptr<XMLElement>> m_xmldefs;
     QStringList m_messages;
     QStringList m_includeChain;   // the include files being walked, outermost first
+    QStringList m_includeFiles;   // the same as named, from the start of each one's parse
     int m_includeCount = 0;
     int m_depth = 0;
     qint64 m_createdElements = 0;

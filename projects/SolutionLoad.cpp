@@ -2,6 +2,7 @@
 #include "foundation/PropertyClass.h"
 #include "foundation/QXMLDocument.h"
 #include "projects/ProjectSystemXMLPP2.h"
+#include "projects/ProjectTemplateFile.h"
 #include "projects/ProjectTreeWiring.h"
 #include "projects/StandardProjectSystem.h"
 #include <QDir>
@@ -263,7 +264,7 @@ void StandardProjectSystem::readTemplates(ProjectElement *solution,
         return;
     const QString path = joinedTo(directoryOf(solution->filePath().text()),
                                   expand(solution, QStringLiteral("Common"), name));
-    auto templates = std::make_unique<QXMLDocument>(0);
+    auto templates = std::make_unique<ProjectTemplateFile>();
     if (templates->load(path)) {
         m_templates = std::move(templates);
         return;

@@ -1,10 +1,10 @@
 // Writing a solution file: a plain copy of the tree, with imported parts as `import` elements
 // and dynamic folders without their listed files.
+#include "foundation/AtomicWrite.h"
 #include "foundation/PropertyClass.h"
 #include "foundation/QXMLDocument.h"
 #include "projects/StandardProjectSystem.h"
 #include <QFileInfo>
-#include <QSaveFile>
 #include <cstring>
 
 namespace {
@@ -86,18 +86,34 @@ QByteArray StandardProjectSystem::solutionFileBytes(ProjectElement *element)
     return document.saveBuffer(solutionFileIndent, solutionFileWrapWidth);
 }
 
+void StandardProjectSystem::writeNewSolution(const QString &path, const QString &name)
+{
+    QXMLDocument document(0);
+    document.setDocType(xmlDuplicate(solutionRootTag));
+    XMLElement *root = document.createElement(xmlDuplicate(solutionRootTag));
+    document.setRoot(root);
+    XMLElement *solution = document.createElement(xmlDuplicate("solution"));
+    solution->setAttribute(xmlDuplicate("Name"), xmlDuplicate(name.toUtf8()));
+    solution->setAttribute(xmlDuplicate("version"), xmlDuplicate("2"));
+    root->appendChild(solution);
+    const QByteArray bytes = document.saveBuffer(solutionFileIndent, solutionFileWrapWidth);
+    QString why;
+    if (!writeAtomically(path, bytes, &why))
+        throw SolutionSaveError(QStringLiteral("couldn't write %1: %2").arg(path, why));
+}
+
 void StandardProjectSystem::saveElement(ProjectElement *element, const QString &path,
                                         ProjectFileSaveErrorHandler *handler)
 {
     const QString file = path.isEmpty() ? element->filePath().text() : path;
     const QByteArray bytes = solutionFileBytes(element);
-    QSaveFile out(file);
-    if (out.open(QIODevice::WriteOnly) && out.write(bytes) == bytes.size() && out.commit()) {
+    QString why;
+    if (writeAtomically(file, bytes, &why)) {
         element->setLastModified(QFileInfo(file).lastModified());
         emit fileSaved(Path(file));
         return;
     }
-    const QString message = QStringLiteral("couldn't write %1: %2").arg(file, out.errorString());
+    const QString message = QStringLiteral("couldn't write %1: %2").arg(file, why);
     if (handler && handler->saveFailed(file, message))
         return;
     throw SolutionSaveError(message);

@@ -3,6 +3,7 @@
 #include "foundation/QXMLDocument.h"
 #include "projects/ProjectPropertyValue.h"
 #include "projects/ProjectSystemXMLPP2.h"
+#include "projects/ProjectTemplateFile.h"
 #include "projects/ProjectTreeWiring.h"
 #include "projects/PropertyValueGroupClass.h"
 

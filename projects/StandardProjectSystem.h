@@ -14,8 +14,8 @@
 class PropertyClass;
 class PropertyClassList;
 struct ExpansionTemplate;
-class QXMLDocument;
 class ProjectSystemXMLPP2;
+class ProjectTemplateFile;
 
 // One contribution to a resolved value: what was found, on which element, for which
 // configuration. The row's default, when it is recorded, has no element.
@@ -94,13 +94,16 @@ public:
     // to `path`, or to its own file when `path` is empty.
     void saveElement(ProjectElement *element, const QString &path = {},
                      ProjectFileSaveErrorHandler *handler = nullptr);
+    // Writes a solution file holding an empty solution called `name`, for a project to be added
+    // to. Throws SolutionSaveError.
+    static void writeNewSolution(const QString &path, const QString &name);
     // The bytes saveElement would write.
     [[nodiscard]] QByteArray solutionFileBytes(ProjectElement *element);
 
     ProjectElement *solution() const override { return m_solution; }
     [[nodiscard]] const Path &solutionPath() const;
     // The solution's templates_file, read at load; null when it has none.
-    [[nodiscard]] const QXMLDocument *templates() const { return m_templates.get(); }
+    [[nodiscard]] const ProjectTemplateFile *templates() const { return m_templates.get(); }
     // Elements that carry template_name, by template.
     [[nodiscard]] const QHash<QString, QList<ProjectElement *>> &templateElements() const
     {
@@ -221,7 +224,7 @@ private:
 
     std::vector<std::unique_ptr<ProjectSystemXMLPP2>> m_documents;   // the solution's first
     ProjectElement *m_solution = nullptr;
-    std::unique_ptr<QXMLDocument> m_templates;
+    std::unique_ptr<ProjectTemplateFile> m_templates;
     QHash<QString, QList<ProjectElement *>> m_templateElements;
     bool m_runLoadCommands = true;
 
