@@ -1,0 +1,68 @@
+#include "shell/SchemeFile.h"
+#include "foundation/Report.h"
+#include <QDir>
+#include <QFile>
+
+namespace {
+
+// The product's name and maker as the scheme files may quote them.
+constexpr const char *schemeMacros = "VARNEL_NAME=Tessmark;OWNER=Tessmark";
+
+} // namespace
+
+void SchemeFile::error(const QString &message)
+{
+    XMLPP2::error(message);
+    report(ReportChannel::Warning, fileMessage(m_path, message));
+}
+
+std::unique_ptr<SchemeFile> SchemeFile::read(const QString &path, const char *rootName,
+                                             QStringList *messages)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        messages->append(fileMessage(path, QStringLiteral("cannot read: %1").arg(file.errorString())));
+        return nullptr;
+    }
+    if (file.size() > maxFileSize) {
+        messages->append(fileMessage(path, QStringLiteral("too large (%1 bytes, at most %2)").arg(file.size()).arg(maxFileSize)));
+        return nullptr;
+    }
+    QByteArray bytes = file.read(maxFileSize + 1);
+    if (bytes.startsWith("\xEF\xBB\xBF"))
+        bytes.remove(0, 3);
+    auto document = std::make_unique<SchemeFile>();
+    document->m_path = path;
+    if (!document->parseBuffer(bytes.constData(), bytes.size())) {
+        messages->append(fileMessage(path, QStringLiteral("line %1: %2")
+                                               .arg(document->errorLine() + 1)
+                                               .arg(QString::fromLocal8Bit(document->errorText()))));
+        return nullptr;
+    }
+    if (!document->root()) {
+        messages->append(fileMessage(path, QStringLiteral("no XML element in the file")));
+        return nullptr;
+    }
+    document->processNodes(document->root(), path, parseMacroDefinitions(QLatin1String(schemeMacros)), true);
+    const XMLElement *root = document->root();
+    if (!root) {
+        messages->append(fileMessage(path, QStringLiteral("nothing is left after the directives")));
+        return nullptr;
+    }
+    if (rootName && qstrcmp(root->name(), rootName) != 0) {
+        messages->append(fileMessage(path, QStringLiteral("the root is <%1>, not <%2>")
+                                               .arg(QString::fromUtf8(root->name()), QLatin1String(rootName))));
+        return nullptr;
+    }
+    return document;
+}
+
+QString fileMessage(const QString &path, const QString &text)
+{
+    return QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), text);
+}
+
+QString attributeString(const XMLElement *element, const char *name)
+{
+    return QString::fromUtf8(element->attribute(name));
+}
