@@ -169,7 +169,7 @@ constexpr ActionRow rows[] = {
     {"BookmarkClear", "Clear Bookmark", "", Editor, 130},
     {"EditPasteAsNewDocument", "Paste as New Document", "", Editor, 131},
     // Edit: always enabled while an editor has the focus
-    {"EditToggleVisibleWhitespace", "Show &White Space", "Ctrl+Shift+W", Editor, 132, Toggle},
+    {"EditToggleVisibleWhitespace", "Show &White Space", "", Editor, 132, Toggle},
     {"EditToggleColumnGuide", "Show Column &Guide", "", Editor, 133, Toggle},
     {"EditIncreaseTextSize", "&Increase Text Size", "Ctrl+=; Ctrl++", Editor, 134},
     {"EditDecreaseTextSize", "&Decrease Text Size", "Ctrl+-", Editor, 135},

@@ -26,6 +26,9 @@ const QString prefix = QStringLiteral("GUIBuilder::iterateAndPopulate(): ");
 constexpr int maxDepth = 64;
 // A description with a hundred thousand faults reports the first ones and a count.
 constexpr int maxMessages = 1000;
+// Entries of one menu, tool bar or strip. Nobody reads a longer menu, and adding to a container
+// costs time in proportion to what it holds, so a runaway description would take hours.
+constexpr int maxEntries = 1000;
 
 bool isYes(const XMLElement *element, const char *name)
 {
@@ -268,6 +271,7 @@ void GUIBuilder::clear()
     m_placeholderWidgets.clear();
     m_filledFromScheme.clear();
     m_describedKeys.clear();
+    m_added.clear();
     for (auto it = m_objects.begin(); it != m_objects.end();) {
         if (!it.value() || m_made.contains(it.value()))
             it = m_objects.erase(it);
@@ -336,8 +340,26 @@ bool GUIBuilder::menuContains(const QMenu *outer, const QObject *inner)
     return false;
 }
 
+bool GUIBuilder::hasRoom(QObject *parent)
+{
+    // What the builder added counts, not what the container holds: adding an entry it holds
+    // already moves it and costs as much.
+    int &added = m_added[parent];
+    if (added < maxEntries) {
+        ++added;
+        return true;
+    }
+    if (added == maxEntries) {
+        ++added;
+        warn(prefix + QStringLiteral("%1 holds %2 entries; the rest is left out.").arg(parent->objectName()).arg(maxEntries));
+    }
+    return false;
+}
+
 bool GUIBuilder::addMenuTo(QObject *parent, QMenu *menu)
 {
+    if (!hasRoom(parent))
+        return false;
     switch (kindOf(parent)) {
     case Parent::MenuBar:
         static_cast<QMenuBar *>(parent)->addMenu(menu);
@@ -461,6 +483,8 @@ QObject *GUIBuilder::resolveItem(const QString &name, const XMLElement *element)
 
 bool GUIBuilder::addActionTo(QObject *parent, QAction *action, const XMLElement *element)
 {
+    if (!hasRoom(parent))
+        return false;
     switch (kindOf(parent)) {
     case Parent::MenuBar:
         static_cast<QMenuBar *>(parent)->addAction(action);
@@ -489,6 +513,8 @@ bool GUIBuilder::addWidgetTo(QObject *parent, QWidget *widget, const XMLElement 
         warn(prefix + QStringLiteral("%1 would contain itself; it is left out.").arg(widget->objectName()));
         return false;
     }
+    if (!hasRoom(parent))
+        return false;
     switch (kindOf(parent)) {
     case Parent::ToolBar:
         static_cast<QToolBar *>(parent)->addWidget(widget);
@@ -590,13 +616,17 @@ void GUIBuilder::addStretch(QObject *parent, const XMLElement *)
         warn(prefix + QStringLiteral("bad widget for stretch"));
         return;
     }
-    static_cast<WidgetStrip *>(parent)->addStretch();
+    if (hasRoom(parent))
+        static_cast<WidgetStrip *>(parent)->addStretch();
 }
 
 void GUIBuilder::addSpace(QObject *parent, const XMLElement *element)
 {
     const int width = boundedNumber(element, "width", 6, 0, 2000);
-    switch (kindOf(parent)) {
+    const Parent kind = kindOf(parent);
+    if ((kind == Parent::Strip || kind == Parent::ToolBar) && !hasRoom(parent))
+        return;
+    switch (kind) {
     case Parent::Strip:
         static_cast<WidgetStrip *>(parent)->addSpacing(width);
         break;
@@ -613,7 +643,10 @@ void GUIBuilder::addSpace(QObject *parent, const XMLElement *element)
 
 void GUIBuilder::addSeparator(QObject *parent, const XMLElement *)
 {
-    switch (kindOf(parent)) {
+    const Parent kind = kindOf(parent);
+    if ((kind == Parent::Popup || kind == Parent::ToolBar || kind == Parent::Strip) && !hasRoom(parent))
+        return;
+    switch (kind) {
     case Parent::Popup:
         static_cast<QMenu *>(parent)->addSeparator();
         break;
@@ -753,6 +786,7 @@ void GUIBuilder::menuDestroyed(QObject *menu)
             ++it;
     }
     m_filledFromScheme.remove(menu);
+    m_added.remove(menu);
 }
 
 void GUIBuilder::menuStatusText(int index)

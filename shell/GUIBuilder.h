@@ -146,6 +146,8 @@ private:
     bool addMenuTo(QObject *parent, QMenu *menu);
     bool addWidgetTo(QObject *parent, QWidget *widget, const XMLElement *element);
     [[nodiscard]] static bool menuContains(const QMenu *outer, const QObject *inner);
+    // Whether `parent` takes another entry (counting it); says once when it is full.
+    bool hasRoom(QObject *parent);
     void bindEntry(BoundEntry entry);
     void refreshEntry(const BoundEntry &entry);
 
@@ -157,6 +159,7 @@ private:
     QHash<QString, QPointer<QMenu>> m_menus;
     QSet<const QObject *> m_filledFromScheme;
     QHash<const QAction *, QList<QKeySequence>> m_describedKeys;
+    QHash<const QObject *, int> m_added;   // entries added to each container
     QHash<QString, QPointer<QAction>> m_placeholderActions;
     QHash<QString, QPointer<QWidget>> m_placeholderWidgets;
     QList<QPointer<QObject>> m_made;   // top-level things a clear() deletes

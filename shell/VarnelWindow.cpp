@@ -33,6 +33,7 @@
 #include <QToolBar>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <ctime>
 
 namespace {
 
@@ -85,6 +86,13 @@ QString statusPaneKey(const QString &action)
     return QStringLiteral("Window/Status Bar/") + action;
 }
 
+double threadCpuMilliseconds()
+{
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
+}
+
 // The solution file's root, from its first bytes; the project system reads it in full.
 bool looksLikeSolution(const QString &path)
 {
@@ -129,7 +137,14 @@ VarnelWindow::VarnelWindow(SettingsFile *settings, const Options &options, QWidg
     updateGUI();
 }
 
-VarnelWindow::~VarnelWindow() = default;
+VarnelWindow::~VarnelWindow()
+{
+    // The children go after this object's members: nothing may call back into the window
+    // while they do (a focused child that dies moves the focus and would run updateGUI).
+    disconnect(qApp, nullptr, this, nullptr);
+    m_messages->disconnect(this);
+    m_updateTimer->stop();
+}
 
 VarnelAction *VarnelWindow::action(const QString &name) const
 {
@@ -417,8 +432,13 @@ void VarnelWindow::buildDescription()
     }
     for (const QString &problem : std::as_const(problems))
         report(ReportChannel::Warning, problem);
+    QElapsedTimer timer;
+    timer.start();
+    const double cpuBefore = threadCpuMilliseconds();
     if (description)
         m_builder->buildWindow(this, description->root());
+    m_descriptionCpuMilliseconds = threadCpuMilliseconds() - cpuBefore;
+    m_descriptionMilliseconds = double(timer.nsecsElapsed()) / 1e6;
 }
 
 void VarnelWindow::fillPlaceholders()

@@ -74,6 +74,11 @@ public:
     void saveSettings();
     // How long the last applySchemes() took to build, in milliseconds, and what it made.
     [[nodiscard]] double buildMilliseconds() const { return m_buildMilliseconds; }
+    // The part of it that built the window description into menus and tool bars: wall clock
+    // time, and the processor time of the thread (which other processes on the machine do not
+    // inflate).
+    [[nodiscard]] double descriptionMilliseconds() const { return m_descriptionMilliseconds; }
+    [[nodiscard]] double descriptionCpuMilliseconds() const { return m_descriptionCpuMilliseconds; }
 
 public slots:
     void updateGUI();
@@ -159,5 +164,7 @@ private:
     QByteArray m_defaultState;   // the layout right after the first build, for WindowResetLayout
     QString m_lastStatus;
     double m_buildMilliseconds = 0;
+    double m_descriptionMilliseconds = 0;
+    double m_descriptionCpuMilliseconds = 0;
     bool m_saveFailureSaid = false;
 };

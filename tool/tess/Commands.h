@@ -105,4 +105,5 @@ std::span<const TessCommand> linkCommands();
 std::span<const TessCommand> loadCommands();
 std::span<const TessCommand> propertyCommands();
 std::span<const TessCommand> scCommands();
+std::span<const TessCommand> shellCommands();
 std::span<const TessCommand> solutionCommands();

@@ -1,0 +1,12 @@
+// The shell's tests run widgets: one application object for the whole program, on the offscreen
+// platform so no screen is needed.
+#include <QApplication>
+#include <gtest/gtest.h>
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
