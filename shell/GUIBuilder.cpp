@@ -436,8 +436,9 @@ void GUIBuilder::addDropdown(QObject *parent, const XMLElement *element)
         return;
     }
     QObject *named = m_objects.value(menuName);
-    const bool defined = m_scheme && m_scheme->menuDefinition(menuName);
-    QMenu *menu = named ? qobject_cast<QMenu *>(named) : menuNamed(menuName, {}, defined);
+    const XMLElement *definition = m_scheme ? m_scheme->menuDefinition(menuName) : nullptr;
+    QMenu *menu = named ? qobject_cast<QMenu *>(named)
+                        : menuNamed(menuName, definition ? attributeString(definition, "caption") : QString(), definition != nullptr);
     if (!menu) {
         warn(prefix + QStringLiteral("dropdown menu ") + menuName + QStringLiteral(" isn't a menu."));
         return;

@@ -166,7 +166,7 @@ QHash<QString, QString> actionMenuPaths(const QMainWindow &window)
 QString keyMapText(const VarnelWindow &window)
 {
     const QHash<QString, QString> paths = actionMenuPaths(window);
-    const KeyMap &keys = const_cast<VarnelWindow &>(window).keyMap();
+    const KeyMap &keys = window.keyMap();
     QString text;
     for (VarnelAction *action : window.actions()->sorted()) {
         const KeyMap::Keys assigned = keys.keys(action->objectName());

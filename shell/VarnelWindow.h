@@ -50,6 +50,7 @@ public:
     [[nodiscard]] Actions *actions() const { return m_actions; }
     [[nodiscard]] GUIBuilder *builder() const { return m_builder; }
     [[nodiscard]] KeyMap &keyMap() { return m_keyMap; }
+    [[nodiscard]] const KeyMap &keyMap() const { return m_keyMap; }
     [[nodiscard]] const MessageScheme *messageScheme() const { return m_messageScheme.get(); }
     [[nodiscard]] SettingsFile *settings() const { return m_settings; }
     [[nodiscard]] VarnelAction *action(const QString &name) const;

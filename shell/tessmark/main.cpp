@@ -268,6 +268,66 @@ private:
     std::function<void()> m_then;
 };
 
+// The runtime folder, the platform and the display, before the application object exists. An
+// empty text when the window can be made, else why it cannot.
+QString prepareEnvironment(bool headless)
+{
+    // Without a session the runtime folder is unset; Qt then uses this folder and says so on
+    // every start, which would litter the output of tess shell.
+    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR")) {
+        const QString runtime = QDir::tempPath() + QStringLiteral("/runtime-") + qEnvironmentVariable("USER", QStringLiteral("user"));
+        if (QDir().mkpath(runtime) && QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner))
+            qputenv("XDG_RUNTIME_DIR", runtime.toLocal8Bit());
+    }
+    if (headless) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        return {};
+    }
+    QString why;
+    return displayReachable(&why) ? QString() : why;
+}
+
+// The global macro system with the installation and user folders.
+std::unique_ptr<PropertyClassList> makeMacroSystem()
+{
+    setInstallationDirectory(QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/..")).canonicalFilePath());
+    setBinaryDirectory(QCoreApplication::applicationDirPath());
+    std::unique_ptr<PropertyClassList> macroSystem = PropertyClassList::createMacroSystem();
+    PropertyClassList::setGlobal(macroSystem.get());
+    macroSystem->defineSystemMacro(QStringLiteral("VarnelDir"), installationDirectory(),
+                                   QStringLiteral("The installation directory of Tessmark."));
+    macroSystem->defineSystemMacro(QStringLiteral("VarnelUserDir"), ShellPaths::userFolder(),
+                                   QStringLiteral("The user's own Tessmark folder."));
+    return macroSystem;
+}
+
+// What --print and --check ask for, once the window is made without a screen.
+int runHeadless(VarnelWindow &window, const Options &options)
+{
+    if (!options.check.isEmpty())
+        return check(window, options);
+    write(stdout, options.print == QLatin1String("menus") ? ShellViews::menuTreeText(window) : ShellViews::keyMapText(window));
+    return exitSuccess;
+}
+
+// After the first paint: the timings, the screenshot, or the end the options ask for.
+void afterFirstPaint(VarnelWindow &window, const Options &options, double painted)
+{
+    if (options.timings)
+        write(stderr, QStringLiteral("tessmark: first paint after %1 ms\n").arg(painted, 0, 'f', 1));
+    if (!options.screenshot.isEmpty()) {
+        QMenu *menu = options.openMenu.isEmpty() ? nullptr : window.builder()->menu(options.openMenu);
+        if (menu)
+            window.menuBar()->setActiveAction(menu->menuAction());
+        else if (!options.openMenu.isEmpty())
+            write(stderr, QStringLiteral("tessmark: no menu %1\n").arg(options.openMenu));
+        // A menu needs a moment to open before the picture is taken.
+        QTimer::singleShot(menu ? 400 : 100, &window, [&window, &options] { saveScreenshot(window, options); });
+    } else if (options.quitAfterPaint) {
+        QCoreApplication::exit(exitSuccess);
+    }
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -284,17 +344,7 @@ int main(int argc, char **argv)
         return exitSuccess;
     }
     const bool headless = wants(argc, argv, "--print") || wants(argc, argv, "--check");
-    // Without a session the runtime folder is unset; Qt then uses this folder and says so on
-    // every start, which would litter the output of tess shell.
-    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR")) {
-        const QString runtime = QDir::tempPath() + QStringLiteral("/runtime-") + qEnvironmentVariable("USER", QStringLiteral("user"));
-        if (QDir().mkpath(runtime) && QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner))
-            qputenv("XDG_RUNTIME_DIR", runtime.toLocal8Bit());
-    }
-    if (headless)
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QString why;
-    if (!headless && !displayReachable(&why)) {
+    if (const QString why = prepareEnvironment(headless); !why.isEmpty()) {
         write(stderr, QStringLiteral("tessmark: %1\n").arg(why));
         return exitFailure;
     }
@@ -307,13 +357,12 @@ int main(int argc, char **argv)
     if (!parsed)
         return usageError(error);
     const Options &options = *parsed;
+    if (!options.check.isEmpty() && !QFileInfo::exists(options.check)) {
+        write(stderr, QStringLiteral("tessmark: %1: no such file\n").arg(options.check));
+        return exitFailure;
+    }
 
-    setInstallationDirectory(QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/..")).canonicalFilePath());
-    setBinaryDirectory(QCoreApplication::applicationDirPath());
-    const std::unique_ptr<PropertyClassList> macroSystem = PropertyClassList::createMacroSystem();
-    PropertyClassList::setGlobal(macroSystem.get());
-    macroSystem->defineSystemMacro(QStringLiteral("VarnelDir"), installationDirectory(), QStringLiteral("The installation directory of Tessmark."));
-    macroSystem->defineSystemMacro(QStringLiteral("VarnelUserDir"), ShellPaths::userFolder(), QStringLiteral("The user's own Tessmark folder."));
+    const std::unique_ptr<PropertyClassList> macroSystem = makeMacroSystem();
     setReportMask(reportErrors | reportWarnings);
     std::unique_ptr<MessageLog> log;
     if (headless)
@@ -337,31 +386,19 @@ int main(int argc, char **argv)
     windowOptions.keyScheme = options.keyScheme;
     windowOptions.userKeysPath = options.keys;
     if (!options.check.isEmpty()) {
-        if (!QFileInfo::exists(options.check)) {
-            write(stderr, QStringLiteral("tessmark: %1: no such file\n").arg(options.check));
-            return exitFailure;
-        }
         aimCheck(options.check, windowOptions);
+        reportedCount = 0;   // what the settings said is not the checked file's
     }
     const double beforeWindow = double(sinceStart.nsecsElapsed()) / 1e6;
-    if (!options.check.isEmpty())
-        reportedCount = 0;   // what the settings said is not the checked file's
     VarnelWindow window(&settings, windowOptions);
-    const double windowMade = double(sinceStart.nsecsElapsed()) / 1e6;
     if (options.timings) {
         write(stderr, QStringLiteral("tessmark: %1 ms to the window, %2 ms to make it (%3 ms reading schemes and building menus)\n")
-                          .arg(beforeWindow, 0, 'f', 1).arg(windowMade - beforeWindow, 0, 'f', 1).arg(window.buildMilliseconds(), 0, 'f', 1));
+                          .arg(beforeWindow, 0, 'f', 1)
+                          .arg(double(sinceStart.nsecsElapsed()) / 1e6 - beforeWindow, 0, 'f', 1)
+                          .arg(window.buildMilliseconds(), 0, 'f', 1));
     }
-    if (!options.check.isEmpty())
-        return check(window, options);
-    if (options.print == QLatin1String("menus")) {
-        write(stdout, ShellViews::menuTreeText(window));
-        return exitSuccess;
-    }
-    if (options.print == QLatin1String("keys")) {
-        write(stdout, ShellViews::keyMapText(window));
-        return exitSuccess;
-    }
+    if (headless)
+        return runHeadless(window, options);
 
     if (linked) {
         if (QString problem; !application.listen(instance, &problem))
@@ -372,21 +409,7 @@ int main(int argc, char **argv)
             window.openPaths(received);
         });
     }
-    FirstPaint firstPaint(&window, [&] {
-        const double painted = double(sinceStart.nsecsElapsed()) / 1e6;
-        if (options.timings)
-            write(stderr, QStringLiteral("tessmark: first paint after %1 ms\n").arg(painted, 0, 'f', 1));
-        if (!options.screenshot.isEmpty()) {
-            QMenu *menu = options.openMenu.isEmpty() ? nullptr : window.builder()->menu(options.openMenu);
-            if (menu)
-                window.menuBar()->setActiveAction(menu->menuAction());
-            else if (!options.openMenu.isEmpty())
-                write(stderr, QStringLiteral("tessmark: no menu %1\n").arg(options.openMenu));
-            QTimer::singleShot(menu ? 400 : 100, &window, [&] { saveScreenshot(window, options); });
-        } else if (options.quitAfterPaint) {
-            QCoreApplication::exit(exitSuccess);
-        }
-    });
+    FirstPaint firstPaint(&window, [&] { afterFirstPaint(window, options, double(sinceStart.nsecsElapsed()) / 1e6); });
     window.show();
     if (!paths.isEmpty())
         window.openPaths(paths);
