@@ -10,6 +10,7 @@
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QSignalSpy>
+#include <QSlider>
 #include <QTemporaryDir>
 #include <QToolBar>
 #include <gtest/gtest.h>
@@ -293,6 +294,31 @@ TEST_F(Builder, APropertyEntryIsDisabledWithoutAProjectAndWritesThrough)
     entry->trigger();
     EXPECT_EQ(properties.values.value(QStringLiteral("build_debug")), QStringLiteral("No"));
     builder.setPropertyAccess(nullptr);
+}
+
+TEST_F(Builder, AnIntegerPropertyIsASliderThatWritesThrough)
+{
+    FakeProperties properties;
+    properties.values.insert(QStringLiteral("build_optimization_level"), QStringLiteral("2"));
+    builder.setPropertyAccess(&properties);
+    build("<gui><toolbar name=\"T\"><property name=\"build_optimization_level\" type=\"integer\" min=\"0\" max=\"3\"/></toolbar></gui>");
+    auto *slider = window.findChild<QSlider *>(QStringLiteral("build_optimization_level"));
+    ASSERT_NE(slider, nullptr);
+    EXPECT_EQ(slider->maximum(), 3);
+    EXPECT_EQ(slider->value(), 2);
+    slider->setValue(3);
+    EXPECT_EQ(properties.values.value(QStringLiteral("build_optimization_level")), QStringLiteral("3"));
+    builder.setPropertyAccess(nullptr);
+    EXPECT_FALSE(slider->isEnabled());
+}
+
+TEST_F(Builder, AnItemOfADialogOrWindowRunsItsOpeningAction)
+{
+    const QStringList said = build("<gui><menubar><menu name=\"Help\" caption=\"Help\">"
+                                   "<item name=\"PreferencesDialog\" url=\"p.htm\" open-action=\"FileSave\"/>"
+                                   "<item name=\"NoDialog\" open-action=\"NoAction\"/></menu></menubar></gui>");
+    EXPECT_EQ(said, QStringList{QStringLiteral("error: ") + prefix + QStringLiteral("varnel action NoDialog isn't in the dictionary.")});
+    EXPECT_EQ(builder.menu(QStringLiteral("Help"))->actions().value(0), actions.find(QStringLiteral("FileSave")));
 }
 
 TEST_F(Builder, APlaceholderMarksWhereCodeFillsIn)
