@@ -8,6 +8,7 @@
 #include <QPointer>
 #include <QSet>
 #include <QString>
+#include <functional>
 #include <vector>
 
 class MessageScheme;
@@ -148,6 +149,10 @@ private:
     [[nodiscard]] static bool menuContains(const QMenu *outer, const QObject *inner);
     // Whether `parent` takes another entry (counting it); says once when it is full.
     bool hasRoom(QObject *parent);
+    // A check box in a strip, a checkable entry elsewhere, telling `changed` its state; false
+    // when the parent takes no such entry.
+    bool addCheck(QObject *parent, const XMLElement *element, const QString &name, const QString &caption,
+                  const std::function<void(bool)> &changed, BoundEntry &entry);
     void bindEntry(BoundEntry entry);
     void refreshEntry(const BoundEntry &entry);
 

@@ -45,6 +45,32 @@ void GUIBuilder::refreshEntry(const BoundEntry &entry)
     }
 }
 
+bool GUIBuilder::addCheck(QObject *parent, const XMLElement *element, const QString &name, const QString &caption,
+                          const std::function<void(bool)> &changed, BoundEntry &entry)
+{
+    if (qobject_cast<WidgetStrip *>(parent)) {
+        auto *check = new QCheckBox(caption);
+        check->setObjectName(name);
+        connect(check, &QCheckBox::toggled, this, changed);
+        if (!addWidgetTo(parent, check, element)) {
+            delete check;
+            return false;
+        }
+        entry.check = check;
+        return true;
+    }
+    auto *action = new QAction(caption, parent);
+    action->setObjectName(name);
+    action->setCheckable(true);
+    connect(action, &QAction::toggled, this, changed);
+    if (!addActionTo(parent, action, element)) {
+        delete action;
+        return false;
+    }
+    entry.action = action;
+    return true;
+}
+
 void GUIBuilder::addOption(QObject *parent, const XMLElement *element)
 {
     const QString key = requireName(element);
@@ -58,26 +84,8 @@ void GUIBuilder::addOption(QObject *parent, const XMLElement *element)
         if (m_settings)
             m_settings->setYes(key, on);
     };
-    if (qobject_cast<WidgetStrip *>(parent)) {
-        auto *check = new QCheckBox(caption);
-        connect(check, &QCheckBox::toggled, this, store);
-        if (!addWidgetTo(parent, check, element)) {
-            delete check;
-            return;
-        }
-        entry.check = check;
-    } else {
-        auto *action = new QAction(caption, parent);
-        action->setObjectName(key);
-        action->setCheckable(true);
-        connect(action, &QAction::toggled, this, store);
-        if (!addActionTo(parent, action, element)) {
-            delete action;
-            return;
-        }
-        entry.action = action;
-    }
-    bindEntry(entry);
+    if (addCheck(parent, element, key, caption, store, entry))
+        bindEntry(entry);
 }
 
 void GUIBuilder::addProperty(QObject *parent, const XMLElement *element)
@@ -90,45 +98,29 @@ void GUIBuilder::addProperty(QObject *parent, const XMLElement *element)
         caption = name;
     const int index = int(m_entries.size());
     BoundEntry entry{false, name, {}, {}, {}};
-    if (attributeString(element, "type") == QLatin1String("integer")) {
-        bool ok = false;
-        const int minimum = attributeString(element, "min").toInt(&ok);
-        const int low = ok ? minimum : 0;
-        const int maximum = attributeString(element, "max").toInt(&ok);
-        auto *slider = new QSlider(Qt::Horizontal);
-        slider->setObjectName(name);
-        slider->setToolTip(caption);
-        slider->setRange(low, ok && maximum >= low ? maximum : qMax(low, 100));
-        connect(slider, &QSlider::valueChanged, this, [this, index](int value) {
-            m_changingEntry = index;
-            sliderValueChanged(value);
-            m_changingEntry = -1;
-        });
-        if (!addWidgetTo(parent, slider, element)) {
-            delete slider;
-            return;
-        }
-        entry.slider = slider;
-    } else if (qobject_cast<WidgetStrip *>(parent)) {
-        auto *check = new QCheckBox(caption);
-        check->setObjectName(name);
-        connect(check, &QCheckBox::toggled, this, [this, index] { booleanPropertyToggled(index); });
-        if (!addWidgetTo(parent, check, element)) {
-            delete check;
-            return;
-        }
-        entry.check = check;
-    } else {
-        auto *action = new QAction(caption, parent);
-        action->setObjectName(name);
-        action->setCheckable(true);
-        connect(action, &QAction::toggled, this, [this, index] { booleanPropertyToggled(index); });
-        if (!addActionTo(parent, action, element)) {
-            delete action;
-            return;
-        }
-        entry.action = action;
+    if (attributeString(element, "type") != QLatin1String("integer")) {
+        if (addCheck(parent, element, name, caption, [this, index](bool) { booleanPropertyToggled(index); }, entry))
+            bindEntry(entry);
+        return;
     }
+    bool ok = false;
+    const int minimum = attributeString(element, "min").toInt(&ok);
+    const int low = ok ? minimum : 0;
+    const int maximum = attributeString(element, "max").toInt(&ok);
+    auto *slider = new QSlider(Qt::Horizontal);
+    slider->setObjectName(name);
+    slider->setToolTip(caption);
+    slider->setRange(low, ok && maximum >= low ? maximum : qMax(low, 100));
+    connect(slider, &QSlider::valueChanged, this, [this, index](int value) {
+        m_changingEntry = index;
+        sliderValueChanged(value);
+        m_changingEntry = -1;
+    });
+    if (!addWidgetTo(parent, slider, element)) {
+        delete slider;
+        return;
+    }
+    entry.slider = slider;
     bindEntry(entry);
 }
 

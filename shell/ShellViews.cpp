@@ -84,7 +84,8 @@ void addWidget(const QString &path, QWidget *widget, std::vector<Entry> &entries
         return;
     }
     if (auto *check = qobject_cast<QCheckBox *>(widget)) {
-        entries.push_back({path + u'/' + nameOf(check, plainText(check->text())), check->text(), QString(),
+        // A check box's object name may be a settings key with slashes: the caption names it here.
+        entries.push_back({path + u'/' + plainText(check->text()), check->text(), QString(),
                            check->isEnabled() ? (check->isChecked() ? QStringLiteral("checked") : QStringLiteral("unchecked"))
                                               : QStringLiteral("disabled")});
         return;

@@ -1,5 +1,6 @@
 #pragma once
 #include "foundation/XMLDocument.h"
+#include "shell/EditCommands.h"
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -25,6 +26,17 @@ public:
 private:
     QTemporaryDir m_directory;
     QByteArray m_oldHome;
+};
+
+// An editor that answers the shell from three flags.
+class StubEdit : public EditCommandInterface {
+public:
+    bool isEditable() const override { return editable; }
+    bool canUndo() const override { return undo; }
+    bool canRedo() const override { return redo; }
+    bool editable = true;
+    bool undo = false;
+    bool redo = false;
 };
 
 // Closes the modal dialogs that a command opens, so a test can run every command.

@@ -2,6 +2,7 @@
 #include "shell/EditCommands.h"
 #include "shell/ProxyAction.h"
 #include "shell/VarnelAction.h"
+#include "tests/shell/ShellTestSupport.h"
 #include <QApplication>
 #include <QLineEdit>
 #include <QSignalSpy>
@@ -153,17 +154,6 @@ TEST(ProxyActions, ForwardToTheFocusedWidgetsOwnActionElseToTheFallback)
     EXPECT_EQ(proxy.localAction(), nullptr);
 }
 
-// An editor that answers from three flags.
-class StubEdit : public EditCommandInterface {
-public:
-    bool isEditable() const override { return editable; }
-    bool canUndo() const override { return undo; }
-    bool canRedo() const override { return redo; }
-    bool editable = true;
-    bool undo = false;
-    bool redo = false;
-};
-
 struct RuleCase {
     const char *name;
     int command;
@@ -177,7 +167,7 @@ class EditCommandRule : public ::testing::TestWithParam<RuleCase> {};
 
 TEST_P(EditCommandRule, FollowsTheGroupOfTheNumber)
 {
-    StubEdit edit;
+    ShellTest::StubEdit edit;
     edit.editable = GetParam().editable;
     edit.undo = GetParam().undo;
     edit.redo = GetParam().redo;

@@ -122,19 +122,10 @@ TEST_F(Window, CommandsWithoutTheirSubsystemAreDisabled)
         EXPECT_TRUE(action(name)->isEnabled()) << name;
 }
 
-class StubEdit : public EditCommandInterface {
-public:
-    bool isEditable() const override { return editable; }
-    bool canUndo() const override { return undo; }
-    bool canRedo() const override { return false; }
-    bool editable = true;
-    bool undo = false;
-};
-
 TEST_F(Window, EditorCommandsAskTheFocusedEditor)
 {
     make();
-    StubEdit edit;
+    ShellTest::StubEdit edit;
     window->setEditor(&edit);
     EXPECT_FALSE(action("EditUndo")->isEnabled());
     EXPECT_TRUE(action("EditCut")->isEnabled());

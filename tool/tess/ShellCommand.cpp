@@ -34,19 +34,17 @@ int runShell(const CommandArguments &arguments, QStringList shellArguments)
     return shell.exitCode();
 }
 
-int menusCommand(const CommandArguments &arguments)
+// `tess shell menus` and `tess shell keys`: tessmark's --print of the same name.
+template <const char *what>
+int printCommand(const CommandArguments &arguments)
 {
     if (!arguments.operands().isEmpty())
         return arguments.usageError(QStringLiteral("no operands expected"));
-    return runShell(arguments, {QStringLiteral("--print"), QStringLiteral("menus")});
+    return runShell(arguments, {QStringLiteral("--print"), QLatin1String(what)});
 }
 
-int keysCommand(const CommandArguments &arguments)
-{
-    if (!arguments.operands().isEmpty())
-        return arguments.usageError(QStringLiteral("no operands expected"));
-    return runShell(arguments, {QStringLiteral("--print"), QStringLiteral("keys")});
-}
+constexpr char menus[] = "menus";
+constexpr char keys[] = "keys";
 
 int checkCommand(const CommandArguments &arguments)
 {
@@ -67,9 +65,9 @@ constexpr TessOption checkOptions[] = {
 constexpr TessCommand shellRows[] = {
     {"shell menus", "[--scheme NAME] [--keys FILE]",
      "print the built menu and tool bar tree (path, text, keys, state) and the builder's warnings",
-     viewOptions, "tess shell menus --scheme Classic", menusCommand},
+     viewOptions, "tess shell menus --scheme Classic", printCommand<menus>},
     {"shell keys", "[--scheme NAME] [--keys FILE]", "print the key assignments in force and any clashes",
-     viewOptions, "tess shell keys --keys my-keyboard.xml", keysCommand},
+     viewOptions, "tess shell keys --keys my-keyboard.xml", printCommand<keys>},
     {"shell check", "FILE [--timings]",
      "run a window description, message scheme or key scheme through the builder; status 1 if it says anything",
      checkOptions, "tess shell check gui.xml", checkCommand},
