@@ -24,11 +24,20 @@ std::unique_ptr<SchemeFile> SchemeFile::read(const QString &path, const char *ro
         messages->append(fileMessage(path, QStringLiteral("cannot read: %1").arg(file.errorString())));
         return nullptr;
     }
-    if (file.size() > maxFileSize) {
-        messages->append(fileMessage(path, QStringLiteral("too large (%1 bytes, at most %2)").arg(file.size()).arg(maxFileSize)));
+    // Read in pieces up to the limit: the size a file states is not trusted (a device or a
+    // file that grows says something else), and one read of the limit would take it all.
+    QByteArray bytes;
+    bytes.reserve(qsizetype(qBound<qint64>(0, file.size(), maxFileSize)));
+    while (bytes.size() <= maxFileSize) {
+        const QByteArray piece = file.read(qMin<qint64>(qint64(1) << 20, maxFileSize + 1 - bytes.size()));
+        if (piece.isEmpty())
+            break;
+        bytes += piece;
+    }
+    if (bytes.size() > maxFileSize) {
+        messages->append(fileMessage(path, QStringLiteral("too large (more than %1 bytes)").arg(maxFileSize)));
         return nullptr;
     }
-    QByteArray bytes = file.read(maxFileSize + 1);
     if (bytes.startsWith("\xEF\xBB\xBF"))
         bytes.remove(0, 3);
     auto document = std::make_unique<SchemeFile>();
