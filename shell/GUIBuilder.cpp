@@ -195,17 +195,20 @@ void GUIBuilder::iterateAndPopulate(QObject *parent, const XMLElement *element)
     }
     ++m_depth;
     for (const XMLNode *node = element->firstChild(); node; node = node->nextSibling()) {
-        if (node->kind() != XMLNode::Kind::Element)
-            continue;
-        const auto *child = static_cast<const XMLElement *>(node);
-        const Tag *tag = std::find_if(std::begin(tags), std::end(tags),
-                                      [child](const Tag &t) { return qstrcmp(t.name, child->name()) == 0; });
-        if (tag == std::end(tags))
-            fail(prefix + QStringLiteral("bad tag name <") + QString::fromUtf8(child->name()));
-        else
-            (this->*tag->handler)(parent, child);
+        if (node->kind() == XMLNode::Kind::Element)
+            populate(parent, static_cast<const XMLElement *>(node));
     }
     --m_depth;
+}
+
+void GUIBuilder::populate(QObject *parent, const XMLElement *child)
+{
+    const Tag *tag = std::find_if(std::begin(tags), std::end(tags),
+                                  [child](const Tag &t) { return qstrcmp(t.name, child->name()) == 0; });
+    if (tag == std::end(tags))
+        fail(prefix + QStringLiteral("bad tag name <") + QString::fromUtf8(child->name()));
+    else
+        (this->*tag->handler)(parent, child);
 }
 
 void GUIBuilder::buildWindow(QMainWindow *window, const XMLElement *root)
@@ -218,49 +221,52 @@ void GUIBuilder::buildWindow(QMainWindow *window, const XMLElement *root)
             continue;
         const auto *child = static_cast<const XMLElement *>(node);
         const char *tag = child->name();
-        const bool ribbon = qstrcmp(tag, "ribbon") == 0;
         if (qstrcmp(tag, "menubar") == 0) {
             QMenuBar *bar = window->menuBar();
             if (const QString name = attributeString(child, "name"); !name.isEmpty())
                 bar->setObjectName(name);
             iterateAndPopulate(bar, child);
             fillFromScheme(bar);
-        } else if (qstrcmp(tag, "toolbar") == 0 || ribbon) {
-            const QString name = requireName(child);
-            if (name.isEmpty())
-                continue;
-            auto *bar = window->findChild<QToolBar *>(name, Qt::FindDirectChildrenOnly);
-            if (!bar) {
-                const Qt::ToolBarArea area = toolBarArea(attributeString(child, "area"));
-                if (isYes(child, "break"))
-                    window->addToolBarBreak(area);
-                bar = new QToolBar(attributeString(child, "title"), window);
-                bar->setObjectName(name);
-                window->addToolBar(area, bar);
-                m_made.append(bar);
-                registerObject(name, bar);
-            }
-            if (attributeString(child, "visible").toLower() == QLatin1String("no"))
-                bar->hide();
-            QObject *content = bar;
-            if (ribbon) {
-                auto *panel = new FluentPanel(bar);
-                panel->setObjectName(name + QStringLiteral("Panels"));
-                bar->addWidget(panel);
-                content = panel;
-            }
-            iterateAndPopulate(content, child);
-            fillFromScheme(content, name);
+        } else if (qstrcmp(tag, "toolbar") == 0 || qstrcmp(tag, "ribbon") == 0) {
+            addToolBar(window, child, qstrcmp(tag, "ribbon") == 0);
         } else {
             // Anything else is a child of the window itself, with the usual rules.
-            const Tag *found = std::find_if(std::begin(tags), std::end(tags),
-                                            [tag](const Tag &t) { return qstrcmp(t.name, tag) == 0; });
-            if (found == std::end(tags))
-                fail(prefix + QStringLiteral("bad tag name <") + QString::fromUtf8(tag));
-            else
-                (this->*found->handler)(window, child);
+            populate(window, child);
         }
     }
+}
+
+void GUIBuilder::addToolBar(QMainWindow *window, const XMLElement *element, bool ribbon)
+{
+    const QString name = requireName(element);
+    if (name.isEmpty())
+        return;
+    auto *bar = window->findChild<QToolBar *>(name, Qt::FindDirectChildrenOnly);
+    if (!bar && m_objects.value(name)) {
+        fail(prefix + name + QStringLiteral(" used in <%1>, but isn't a tool bar.").arg(QString::fromUtf8(element->name())));
+        return;
+    }
+    if (!bar) {
+        const Qt::ToolBarArea area = toolBarArea(attributeString(element, "area"));
+        if (isYes(element, "break"))
+            window->addToolBarBreak(area);
+        bar = new QToolBar(attributeString(element, "title"), window);
+        bar->setObjectName(name);
+        window->addToolBar(area, bar);
+        m_made.append(bar);
+        registerObject(name, bar);
+    }
+    if (attributeString(element, "visible").toLower() == QLatin1String("no"))
+        bar->hide();
+    QObject *content = bar;
+    if (ribbon) {
+        auto *panels = new FluentPanel(bar);
+        panels->setObjectName(name + QStringLiteral("Panels"));
+        bar->addWidget(panels);
+        content = panels;
+    }
+    iterateAndPopulate(content, element);
+    fillFromScheme(content, name);
 }
 
 void GUIBuilder::clear()

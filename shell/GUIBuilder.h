@@ -115,6 +115,8 @@ private:
         QPointer<QAbstractSlider> slider;
     };
 
+    void populate(QObject *parent, const XMLElement *child);
+    void addToolBar(QMainWindow *window, const XMLElement *element, bool ribbon);
     void warn(const QString &text);
     void fail(const QString &text);
     [[nodiscard]] static Parent kindOf(const QObject *object);
