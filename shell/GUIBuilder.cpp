@@ -452,13 +452,26 @@ void GUIBuilder::addDropdown(QObject *parent, const XMLElement *element)
     fillFromScheme(menu);
     auto *button = new QToolButton;
     button->setObjectName(actionName + QStringLiteral("Dropdown"));
-    button->setDefaultAction(action);
     button->setMenu(menu);
     button->setPopupMode(QToolButton::MenuButtonPopup);
     button->setAutoRaise(true);
-    if (const QString label = attributeString(element, "label"); !label.isEmpty()) {
+    const QString label = attributeString(element, "label");
+    if (label.isEmpty()) {
+        button->setDefaultAction(action);
+    } else {
+        // A button with its own label follows the action by hand: as the button of a default
+        // action it would take the action's text on every change.
         button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-        button->setText(label);
+        button->setProperty("action", QVariant::fromValue<QObject *>(action));
+        const auto follow = [button, action, label] {
+            button->setText(label);
+            button->setIcon(action->icon());
+            button->setToolTip(action->toolTip());
+            button->setEnabled(action->isEnabled());
+        };
+        follow();
+        connect(action, &QAction::changed, button, follow);
+        connect(button, &QToolButton::clicked, action, &QAction::trigger);
     }
     if (isYes(element, "big")) {
         button->setIconSize(QSize(32, 32));

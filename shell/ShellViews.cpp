@@ -66,7 +66,11 @@ void addActions(const QString &path, const QList<QAction *> &actions, std::vecto
 void addWidget(const QString &path, QWidget *widget, std::vector<Entry> &entries, QSet<const QMenu *> &open)
 {
     if (auto *button = qobject_cast<QToolButton *>(widget)) {
-        if (QAction *action = button->defaultAction())
+        // A dropdown with a label of its own names its action in a property.
+        QAction *action = button->defaultAction();
+        if (!action)
+            action = qobject_cast<QAction *>(button->property("action").value<QObject *>());
+        if (action)
             addAction(path, action, entries, open);
         if (QMenu *menu = button->menu())
             addAction(path, menu->menuAction(), entries, open);
