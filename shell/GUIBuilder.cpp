@@ -119,16 +119,14 @@ QObject *GUIBuilder::namedObject(const QString &name) const
 
 QMenu *GUIBuilder::menu(const QString &name) const
 {
-    return m_menus.value(name);
+    return static_cast<QMenu *>(m_menus.value(name));
 }
 
 QList<QMenu *> GUIBuilder::menus() const
 {
     QList<QMenu *> result;
-    for (auto it = m_menus.cbegin(); it != m_menus.cend(); ++it) {
-        if (it.value())
-            result.append(it.value());
-    }
+    for (auto it = m_menus.cbegin(); it != m_menus.cend(); ++it)
+        result.append(static_cast<QMenu *>(it.value()));
     return result;
 }
 
@@ -295,7 +293,7 @@ void GUIBuilder::clear()
 
 QMenu *GUIBuilder::menuNamed(const QString &name, const QString &caption, bool create)
 {
-    if (QMenu *existing = m_menus.value(name)) {
+    if (QMenu *existing = menu(name)) {
         if (!caption.isEmpty())
             existing->setTitle(caption);
         return existing;
@@ -304,7 +302,7 @@ QMenu *GUIBuilder::menuNamed(const QString &name, const QString &caption, bool c
         return nullptr;
     auto *menu = new VarnelPopupMenu(caption, m_menuOwner);
     menu->setObjectName(name);
-    m_menus.insert(name, menu);
+    m_menus.insert(name, static_cast<QObject *>(menu));
     m_made.append(menu);
     connect(menu, &QObject::destroyed, this, &GUIBuilder::menuDestroyed);
     connect(menu, &QMenu::hovered, this, [this, menu](QAction *action) {
@@ -799,12 +797,7 @@ void GUIBuilder::templateSelected(int index)
 
 void GUIBuilder::menuDestroyed(QObject *menu)
 {
-    for (auto it = m_menus.begin(); it != m_menus.end();) {
-        if (!it.value() || it.value() == menu)
-            it = m_menus.erase(it);
-        else
-            ++it;
-    }
+    m_menus.removeIf([menu](const auto &entry) { return entry.value() == menu; });
     m_filledFromScheme.remove(menu);
     m_added.remove(menu);
 }

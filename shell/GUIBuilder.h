@@ -163,7 +163,9 @@ private:
     PropertyAccessInterface *m_propertyAccess = nullptr;
     QPointer<QWidget> m_menuOwner;
     QHash<QString, QPointer<QObject>> m_objects;
-    QHash<QString, QPointer<QMenu>> m_menus;
+    // The builder's menus by name, as plain objects: menuDestroyed() takes each out while it is
+    // being destroyed, when it is no menu any more.
+    QHash<QString, QObject *> m_menus;
     QSet<const QObject *> m_filledFromScheme;
     QHash<const QAction *, QList<QKeySequence>> m_describedKeys;
     QHash<const QObject *, int> m_added;   // entries added to each container
