@@ -29,6 +29,8 @@ constexpr int maxMessages = 1000;
 // Entries of one menu, tool bar or strip. Nobody reads a longer menu, and adding to a container
 // costs time in proportion to what it holds, so a runaway description would take hours.
 constexpr int maxEntries = 1000;
+// Entries of one build: a thousand menus of a thousand entries each are still a runaway file.
+constexpr qint64 maxBuildEntries = 100000;
 
 bool isYes(const XMLElement *element, const char *name)
 {
@@ -62,15 +64,15 @@ Qt::ToolBarArea toolBarArea(const QString &text)
 } // namespace
 
 const GUIBuilder::Tag GUIBuilder::tags[] = {
-    {"option", &GUIBuilder::addOption},       {"property", &GUIBuilder::addProperty},
-    {"panel", &GUIBuilder::addPanel},         {"menu", &GUIBuilder::addMenu},
-    {"dropdown", &GUIBuilder::addDropdown},   {"item", &GUIBuilder::addItem},
-    {"stretch", &GUIBuilder::addStretch},     {"space", &GUIBuilder::addSpace},
-    {"split", &GUIBuilder::addStrip},         {"strip", &GUIBuilder::addStrip},
-    {"stack", &GUIBuilder::addStrip},         {"group", &GUIBuilder::addStrip},
-    {"separator", &GUIBuilder::addSeparator}, {"tip", &GUIBuilder::addTip},
-    {"title", &GUIBuilder::addTitle},         {"placeholder", &GUIBuilder::addPlaceholder},
-    {"template", &GUIBuilder::addTemplate},   {"key", &GUIBuilder::addKey},
+    {"option", &GUIBuilder::addOption, true},       {"property", &GUIBuilder::addProperty, true},
+    {"panel", &GUIBuilder::addPanel, true},         {"menu", &GUIBuilder::addMenu, true},
+    {"dropdown", &GUIBuilder::addDropdown, true},   {"item", &GUIBuilder::addItem, true},
+    {"stretch", &GUIBuilder::addStretch, true},     {"space", &GUIBuilder::addSpace, true},
+    {"split", &GUIBuilder::addStrip, true},         {"strip", &GUIBuilder::addStrip, true},
+    {"stack", &GUIBuilder::addStrip, true},         {"group", &GUIBuilder::addStrip, true},
+    {"separator", &GUIBuilder::addSeparator, true}, {"tip", &GUIBuilder::addTip, false},
+    {"title", &GUIBuilder::addTitle, false},        {"placeholder", &GUIBuilder::addPlaceholder, true},
+    {"template", &GUIBuilder::addTemplate, true},   {"key", &GUIBuilder::addKey, false},
 };
 
 GUIBuilder::GUIBuilder(QObject *parent) : QObject(parent)
@@ -205,7 +207,7 @@ void GUIBuilder::populate(QObject *parent, const XMLElement *child)
                                   [child](const Tag &t) { return qstrcmp(t.name, child->name()) == 0; });
     if (tag == std::end(tags))
         fail(prefix + QStringLiteral("bad tag name <") + QString::fromUtf8(child->name()));
-    else
+    else if (!tag->addsEntry || !isFull(parent))   // nothing is made for a full container
         (this->*tag->handler)(parent, child);
 }
 
@@ -287,6 +289,8 @@ void GUIBuilder::clear()
         delete object.data();
     m_menus.clear();
     m_entryCount = 0;
+    m_granted = 0;
+    m_buildFull = false;
 }
 
 // --- menus
@@ -348,16 +352,28 @@ bool GUIBuilder::hasRoom(QObject *parent)
 {
     // What the builder added counts, not what the container holds: adding an entry it holds
     // already moves it and costs as much.
-    int &added = m_added[parent];
-    if (added < maxEntries) {
-        ++added;
+    if (isFull(parent))
+        return false;
+    ++m_added[parent];
+    ++m_granted;
+    return true;
+}
+
+bool GUIBuilder::isFull(QObject *parent)
+{
+    if (m_granted >= maxBuildEntries) {
+        if (!std::exchange(m_buildFull, true))
+            warn(prefix + QStringLiteral("the description holds more than %1 entries; the rest is left out.").arg(maxBuildEntries));
         return true;
     }
+    int &added = m_added[parent];
+    if (added < maxEntries)
+        return false;
     if (added == maxEntries) {
         ++added;
         warn(prefix + QStringLiteral("%1 holds %2 entries; the rest is left out.").arg(parent->objectName()).arg(maxEntries));
     }
-    return false;
+    return true;
 }
 
 bool GUIBuilder::addMenuTo(QObject *parent, QMenu *menu)

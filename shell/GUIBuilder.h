@@ -103,6 +103,7 @@ private:
     struct Tag {
         const char *name;
         Handler handler;
+        bool addsEntry;   // false for what only changes its parent: tip, title, key
     };
     static const Tag tags[];
 
@@ -151,6 +152,9 @@ private:
     [[nodiscard]] static bool menuContains(const QMenu *outer, const QObject *inner);
     // Whether `parent` takes another entry (counting it); says once when it is full.
     bool hasRoom(QObject *parent);
+    // Whether `parent` takes no more entries, or the whole build has taken its last one; says
+    // each once.
+    bool isFull(QObject *parent);
     // A check box in a strip, a checkable entry elsewhere, telling `changed` its state; false
     // when the parent takes no such entry.
     bool addCheck(QObject *parent, const XMLElement *element, const QString &name, const QString &caption,
@@ -179,4 +183,6 @@ private:
     int m_changingEntry = -1;
     int m_depth = 0;
     qint64 m_entryCount = 0;
+    qint64 m_granted = 0;       // entries of every kind that hasRoom let in
+    bool m_buildFull = false;   // the build has taken its last entry and said so
 };

@@ -70,6 +70,7 @@ bool MessageScheme::load(const QString &installedPath, const QString &userPath, 
     m_menuDocument->setRoot(new XMLElement(xmlDuplicate("menus")));
     m_menuIndex.clear();
     m_lastInsertedAfter.clear();
+    m_menuSizes.clear();
     m_texts.clear();
     m_textOrder.clear();
     m_name.clear();
@@ -207,6 +208,24 @@ XMLElement *MessageScheme::menuElement(const QString &name)
     return menu;
 }
 
+bool MessageScheme::hasRoom(const XMLElement *menu)
+{
+    int &size = m_menuSizes[menu];
+    if (size < maxMenuEntries) {
+        ++size;
+        return true;
+    }
+    if (size == maxMenuEntries) {
+        ++size;
+        note(QStringLiteral("message scheme '%1': menu %2 holds %3 entries; the rest is left out")
+                 .arg(m_name, attributeString(menu, "name"))
+                 .arg(maxMenuEntries));
+    }
+    return false;
+}
+
+// Entries go into the merged menu one by one, up to its limit: the menus stay short, so finding
+// an insertion point never walks far however many definitions a scheme holds.
 void MessageScheme::mergeMenu(const XMLElement *definition)
 {
     const QString name = attributeString(definition, "name");
@@ -214,17 +233,24 @@ void MessageScheme::mergeMenu(const XMLElement *definition)
         return;
     XMLElement *existing = m_menuIndex.value(name);
     if (!existing) {
-        XMLNode *copy = m_menuDocument->cloneNode(definition, m_menuDocument->root());
-        m_menuIndex.insert(name, static_cast<XMLElement *>(copy));
+        existing = m_menuDocument->createElement(xmlDuplicate("definemenu"));
+        for (const XMLAttribute &attribute : definition->attributes())
+            existing->setAttribute(xmlDuplicate(attribute.name), xmlDuplicate(attribute.value ? attribute.value : ""));
+        m_menuDocument->root()->appendChild(existing);
+        m_menuIndex.insert(name, existing);
+        for (const XMLNode *child = definition->firstChild(); child; child = child->nextSibling()) {
+            if (isElement(child) && hasRoom(existing))
+                existing->appendChild(m_menuDocument->cloneNode(child, nullptr));
+        }
         return;
     }
     const bool after = definition->hasAttribute("insert-after");
-    const QString anchorName = attributeString(definition, after ? "insert-after" : "insert-before");
+    const char *anchorName = definition->attribute(after ? "insert-after" : "insert-before");
     XMLNode *anchor = nullptr;
     XMLNode *beforeAnchor = nullptr;   // the node in front of the anchor, null when it is first
     if (after || definition->hasAttribute("insert-before")) {
         for (XMLNode *child = existing->firstChild(); child; child = child->nextSibling()) {
-            if (isElement(child) && attributeString(static_cast<XMLElement *>(child), "name") == anchorName) {
+            if (isElement(child) && qstrcmp(static_cast<XMLElement *>(child)->attribute("name"), anchorName) == 0) {
                 anchor = child;
                 break;
             }
@@ -233,7 +259,7 @@ void MessageScheme::mergeMenu(const XMLElement *definition)
     }
     XMLNode *previous = anchor && after ? m_lastInsertedAfter.value(anchor, anchor) : beforeAnchor;
     for (const XMLNode *child = definition->firstChild(); child; child = child->nextSibling()) {
-        if (!isElement(child))
+        if (!isElement(child) || !hasRoom(existing))
             continue;
         XMLNode *copy = m_menuDocument->cloneNode(child, nullptr);
         if (!anchor)
@@ -259,6 +285,8 @@ void MessageScheme::mergeList(const XMLElement *list, const char *defaultMenu)
         if (!isElement(node, "dialog") && !isElement(node, "window"))
             continue;
         const auto *entry = static_cast<const XMLElement *>(node);
+        if (!hasRoom(menu))
+            continue;
         XMLElement *item = m_menuDocument->createElement(xmlDuplicate("item"));
         for (const char *attribute : {"name", "url", "open-action", "style"}) {
             const char *value = entry->attribute(attribute);

@@ -17,10 +17,12 @@ class SchemeFile;
 // base's menus and texts come first and the scheme's own go over them. A definemenu that
 // extends a menu inserts its entries after or before the entry of the menu that has the name
 // given by insert-after or insert-before (an item, or a submenu or placeholder), or appends
-// them when there is no such entry.
+// them when there is no such entry. A merged menu holds at most maxMenuEntries entries, as many
+// as the builder shows.
 class MessageScheme {
 public:
     static constexpr const char *rootName = "messagescheme";
+    static constexpr int maxMenuEntries = 1000;
 
     // The texts of one action; an empty member was not given.
     struct Texts {
@@ -74,11 +76,14 @@ private:
     void mergeList(const XMLElement *list, const char *defaultMenu);
     void mergeTexts(const XMLElement *item);
     [[nodiscard]] XMLElement *menuElement(const QString &name);
+    // Whether the merged menu takes another entry (counting it); says once when it is full.
+    bool hasRoom(const XMLElement *menu);
 
     std::unique_ptr<SchemeFile> m_installed;
     std::unique_ptr<SchemeFile> m_user;
     std::unique_ptr<XMLDocument> m_menuDocument;   // root <menus>: the merged definemenu elements
     QHash<QString, XMLElement *> m_menuIndex;
+    QHash<const XMLElement *, int> m_menuSizes;   // entries of each merged menu
     // Where the last clone went behind an insert-after point, so that two definitions at one
     // point keep the order in which they were read.
     QHash<const XMLNode *, XMLNode *> m_lastInsertedAfter;

@@ -2,6 +2,7 @@
 #include "foundation/Report.h"
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 namespace {
 
@@ -19,6 +20,11 @@ void SchemeFile::error(const QString &message)
 std::unique_ptr<SchemeFile> SchemeFile::read(const QString &path, const char *rootName,
                                              QStringList *messages)
 {
+    // A pipe without a writer would block the open for ever, and a device never ends.
+    if (const QFileInfo info(path); info.exists() && !info.isFile()) {
+        messages->append(fileMessage(path, QStringLiteral("not a regular file")));
+        return nullptr;
+    }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         messages->append(fileMessage(path, QStringLiteral("cannot read: %1").arg(file.errorString())));

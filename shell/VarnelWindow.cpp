@@ -97,7 +97,7 @@ double threadCpuMilliseconds()
 bool looksLikeSolution(const QString &path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))   // a pipe would block
         return false;
     return file.read(4096).contains("<Tessbench_Project_File");
 }

@@ -397,8 +397,13 @@ int main(int argc, char **argv)
                           .arg(double(sinceStart.nsecsElapsed()) / 1e6 - beforeWindow, 0, 'f', 1)
                           .arg(window.buildMilliseconds(), 0, 'f', 1));
     }
-    if (headless)
-        return runHeadless(window, options);
+    if (headless) {
+        const int status = runHeadless(window, options);
+        // Every object made and never shown left events in the queue; each destroyed object
+        // would search the whole queue for its own, so the queue is emptied first.
+        QCoreApplication::sendPostedEvents();
+        return status;
+    }
 
     if (linked) {
         if (QString problem; !application.listen(instance, &problem))

@@ -396,4 +396,33 @@ TEST_F(Builder, ManyFaultsAreAllKeptButOnlyTheFirstThousandReported)
     setReportSink(nullptr);
 }
 
+// Regression: menus past a full menu bar were still made, each one costing more to tear down.
+TEST_F(Builder, NothingIsMadeForAFullContainerAndABuildStopsAtItsLimit)
+{
+    QByteArray description = "<gui><menubar>";
+    for (int i = 0; i < 1200; ++i)
+        description += "<menu name=\"M" + QByteArray::number(i) + "\" caption=\"M\"><item name=\"FileSave\"/></menu>";
+    description += "</menubar><toolbar name=\"T\">";
+    for (int i = 0; i < 100; ++i)
+        description += "<strip name=\"S" + QByteArray::number(i) + "\"><item name=\"FileSave\"/></strip>";
+    description += "</toolbar></gui>";
+    EXPECT_EQ(build(description), QStringList{QStringLiteral("warning: ") + prefix + QStringLiteral("Bar holds 1000 entries; the rest is left out.")});
+    EXPECT_EQ(builder.menus().size(), 1000);
+    EXPECT_EQ(builder.menu(QStringLiteral("M1000")), nullptr);
+
+    builder.clear();
+    QByteArray runaway = "<gui><menubar>";
+    for (int menu = 0; menu < 101; ++menu) {
+        runaway += "<menu name=\"R" + QByteArray::number(menu) + "\" caption=\"R\">";
+        for (int i = 0; i < 999; ++i)
+            runaway += "<separator/>";
+        runaway += "</menu>";
+    }
+    runaway += "</menubar></gui>";
+    const QStringList said = build(runaway);
+    EXPECT_EQ(said.last(), QStringLiteral("warning: ") + prefix + QStringLiteral("the description holds more than 100000 entries; the rest is left out."));
+    EXPECT_EQ(builder.menus().size(), 100);
+    EXPECT_EQ(builder.menu(QStringLiteral("R100")), nullptr);
+}
+
 } // namespace

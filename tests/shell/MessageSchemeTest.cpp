@@ -1,8 +1,10 @@
 #include "shell/MessageScheme.h"
 #include "tests/support/TestSupport.h"
 #include <QAction>
+#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -212,7 +214,7 @@ TEST_F(Scheme, UnknownElementsAreIgnoredWithANote)
     EXPECT_EQ(scheme.texts(QStringLiteral("A"))->text, QStringLiteral("a"));
 }
 
-TEST_F(Scheme, AHundredThousandItemsLoad)
+TEST_F(Scheme, AHundredThousandItemsLoadUpToTheLimitOfAMenu)
 {
     QByteArray text = "<messagescheme name=\"S\"><definemenu name=\"Big\">";
     for (int i = 0; i < 100000; ++i)
@@ -222,7 +224,33 @@ TEST_F(Scheme, AHundredThousandItemsLoad)
     int count = 0;
     for (const XMLNode *node = scheme.menuDefinition(QStringLiteral("Big"))->firstChild(); node; node = node->nextSibling())
         ++count;
-    EXPECT_EQ(count, 100000);
+    EXPECT_EQ(count, MessageScheme::maxMenuEntries);
+    EXPECT_EQ(scheme.messages(), QStringList{QStringLiteral("message scheme 'S': menu Big holds 1000 entries; the rest is left out")});
+}
+
+// Regression: each definition searched the whole grown menu for its insertion point and the
+// check of such a file ran for hours.
+TEST_F(Scheme, AHundredThousandDefinitionsAtOnePointKeepTheirOrderAndStopAtTheLimit)
+{
+    QByteArray text = "<messagescheme name=\"S\"><definemenu name=\"M\"><item name=\"First\"/><item name=\"Last\"/></definemenu>";
+    for (int i = 0; i < 100000; ++i)
+        text += "<definemenu name=\"M\" insert-after=\"First\"><item name=\"A" + QByteArray::number(i) + "\"/></definemenu>";
+    text += "</messagescheme>";
+    ASSERT_TRUE(load(text));
+    const QStringList entries = menus().trimmed().split(u' ');
+    ASSERT_EQ(entries.size(), 1 + MessageScheme::maxMenuEntries);
+    EXPECT_EQ(entries.mid(0, 4), (QStringList{QStringLiteral("M:"), QStringLiteral("First"), QStringLiteral("A0"), QStringLiteral("A1")}));
+    EXPECT_EQ(entries.back(), QStringLiteral("Last"));
+    EXPECT_EQ(entries.at(entries.size() - 2), QStringLiteral("A997"));
+    EXPECT_EQ(scheme.messages().size(), 1);
+}
+
+TEST_F(Scheme, APipeIsRefusedRatherThanWaitedFor)
+{
+    const QString pipe = directory.filePath(QStringLiteral("pipe.xml"));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    EXPECT_FALSE(scheme.load(pipe, {}, {}));
+    EXPECT_EQ(scheme.messages(), QStringList{pipe + QStringLiteral(": not a regular file")});
 }
 
 } // namespace
