@@ -2,6 +2,7 @@
 #include <QFile>
 #include <QProcess>
 #include <gtest/gtest.h>
+#include <csignal>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -28,13 +29,21 @@ ProgramRun runProgram(const QString &program, const QStringList &arguments,
             variables.insert(entry.section(u'=', 0, 0), entry.section(u'=', 1));
         process.setProcessEnvironment(variables);
     }
+    // The child leads a process group of its own, so that a child that hangs is ended together
+    // with whatever it started (tess runs tessmark, xvfb-run runs a server and a program).
+    process.setChildProcessModifier([] { ::setpgid(0, 0); });
     process.start(program, arguments);
     ProgramRun run;
     if (!process.waitForStarted(10000))
         return run;
     process.write(input);
     process.closeWriteChannel();
-    process.waitForFinished(120000);
+    if (!process.waitForFinished(programTimeoutMilliseconds)) {
+        ::kill(-pid_t(process.processId()), SIGKILL);
+        process.waitForFinished(10000);
+        ADD_FAILURE() << program.toStdString() << " " << arguments.join(u' ').toStdString() << ": still running after "
+                      << programTimeoutMilliseconds / 1000 << " s; it and its children were killed";
+    }
     run.out = process.readAllStandardOutput();
     run.err = process.readAllStandardError();
     run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;

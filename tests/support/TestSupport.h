@@ -15,6 +15,9 @@ struct ProgramRun {
 // Path of one of our programs in the build tree's bin/.
 QString binPath(const QString &program);
 
+// How long runProgram waits before it fails the test and kills the program and its children.
+constexpr int programTimeoutMilliseconds = 120000;
+
 // Runs a program to completion, feeding `input` on standard input. `environment` holds
 // "NAME=VALUE" entries laid over the test's own environment.
 ProgramRun runProgram(const QString &program, const QStringList &arguments,

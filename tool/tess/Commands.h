@@ -106,5 +106,6 @@ std::span<const TessCommand> loadCommands();
 std::span<const TessCommand> memmapCommands();
 std::span<const TessCommand> propertyCommands();
 std::span<const TessCommand> scCommands();
+std::span<const TessCommand> shellCommands();
 std::span<const TessCommand> solutionCommands();
 std::span<const TessCommand> templateCommands();
