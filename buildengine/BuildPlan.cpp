@@ -89,13 +89,14 @@ void BuildPlan::addProject(ProjectElement *project, const QString &configuration
                            (flags & BuildFlag::LowMask) | BuildFlag::ProjectHead
                                | (steps << BuildFlag::StepShift),
                            label});
+        uint tailFlags = flags;   // the next configuration starts from the request's flags
         if (!m_atomic) {
             addFiles(project, config, flags);
             addBarrier(config);
-            flags |= BuildFlag::SelfOnly;
+            tailFlags |= BuildFlag::SelfOnly;
         }
         m_items.push_back({project, config,
-                           (flags & BuildFlag::LowMask) | BuildFlag::ProjectTail, label});
+                           (tailFlags & BuildFlag::LowMask) | BuildFlag::ProjectTail, label});
     }
 }
 
