@@ -103,6 +103,7 @@ std::span<const TessCommand> forthCommands();
 std::span<const TessCommand> jsCommands();
 std::span<const TessCommand> linkCommands();
 std::span<const TessCommand> loadCommands();
+std::span<const TessCommand> pkgCommands();
 std::span<const TessCommand> propertyCommands();
 std::span<const TessCommand> scCommands();
 std::span<const TessCommand> solutionCommands();

@@ -12,7 +12,8 @@ using CommandRows = std::span<const TessCommand> (*)();
 constexpr CommandRows commandFiles[] = {
     buildCommands, clangCommands, commandsCommands, debugCommands, depsCommands,
     diagCommands,  editCommands,  exprCommands,     forthCommands, jsCommands,
-    linkCommands,  loadCommands,  propertyCommands, scCommands,    solutionCommands,
+    linkCommands,  loadCommands,  pkgCommands,      propertyCommands, scCommands,
+    solutionCommands,
 };
 
 // The command word of a row: "load" of "load info".
