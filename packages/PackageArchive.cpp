@@ -138,9 +138,10 @@ void PackageArchive::readHeader(FILE *file)
     }
     if (magic != packageArchiveMagic && magic != legacyZlibArchiveMagic)
         fail(QStringLiteral("unsupported package file format"));
-    const int version = magic == legacyZlibArchiveMagic ? legacyArchiveFormat : le16(header + 4) & 0xFFF;
-    const int algorithm = magic == legacyZlibArchiveMagic ? 0 : le16(header + 4) >> 12;
-    if (version != 1 && version != 2 && version != legacyArchiveFormat)
+    const bool legacy = magic == legacyZlibArchiveMagic;
+    const int version = legacy ? legacyArchiveFormat : le16(header + 4) & 0xFFF;
+    const int algorithm = legacy ? 0 : le16(header + 4) >> 12;
+    if (!legacy && version != 1 && version != 2)
         fail(QStringLiteral("unsupported package file format"));
     if (algorithm > 1)
         fail(QStringLiteral("unsupported compression algorithm"));
@@ -153,7 +154,7 @@ void PackageArchive::readHeader(FILE *file)
         input = std::make_unique<PackageArchiveCompressedGzInputFile>(guard.release(), d->offset + headerSize);
     input->openStream();
     d->input = std::move(input);
-    if (version == legacyArchiveFormat) {
+    if (legacy) {
         unsigned char inner[8];
         readExactly(*d->input, inner, sizeof inner, "bad header");
         if (le32(inner) != legacyPlainArchiveMagic)
@@ -458,6 +459,9 @@ void PackageArchive::createFile(const QString &path, int compressionLevel)
     if (d->writeFormat != packageArchiveWriteFormat)
         fail(QStringLiteral("unsupported package file version"));
     const int level = compressionLevel < 0 ? defaultLevel : std::min(compressionLevel, 9);
+    // A legacy plain archive read in is written back compressed like any other.
+    const PackageArchiveCompression compression =
+        d->compression == PackageArchiveCompression::Bzip2 ? PackageArchiveCompression::Bzip2 : PackageArchiveCompression::Zlib;
     qint64 offset = streamHeaderSize;
     qint64 total = 0;
     for (const auto &entry : d->files) {
@@ -473,15 +477,15 @@ void PackageArchive::createFile(const QString &path, int compressionLevel)
     if (!stream)
         fail(QStringLiteral("cannot open output file"));
     headerAboutToBeWritten(stream);
-    const QByteArray header = headerBytes(d->writeFormat, d->compression);
+    const QByteArray header = headerBytes(d->writeFormat, compression);
     if (std::fwrite(header.constData(), 1, headerSize, stream) != size_t(headerSize))
         fail(QStringLiteral("cannot write header"));
     std::unique_ptr<PackageArchiveCompressedOutputFile> output;
-    if (d->compression == PackageArchiveCompression::Bzip2)
+    if (compression == PackageArchiveCompression::Bzip2)
         output = std::make_unique<PackageArchiveCompressedBzOutputFile>(stream, 0, PackageArchiveIOFile::Ownership::Borrowed);
     else
         output = std::make_unique<PackageArchiveCompressedGzOutputFile>(stream, 0, PackageArchiveIOFile::Ownership::Borrowed);
-    output->openStream(d->compression == PackageArchiveCompression::Bzip2 ? std::max(level, 1) : level);
+    output->openStream(compression == PackageArchiveCompression::Bzip2 ? std::max(level, 1) : level);
     QByteArray block(streamHeaderSize, '\0');
     qToLittleEndian<quint32>(quint32(d->files.size()), block.data());
     if (!output->write(block.constData(), block.size()))
