@@ -31,7 +31,7 @@ void PackageDescriptionFile::parse(const QByteArray &bytes, const QString &name)
     if (!m_document.parseBuffer(bytes.constData(), bytes.size())) {
         throw HException(QStringLiteral("bad package description %1: %2 at line %3")
                              .arg(name, QString::fromUtf8(m_document.errorText()))
-                             .arg(m_document.errorLine()));
+                             .arg(m_document.errorLine() + 1));   // the parser counts from 0
     }
     m_package = m_document.root() ? findElement(m_document.root(), "package", true) : nullptr;
     if (!m_package)

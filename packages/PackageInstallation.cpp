@@ -146,7 +146,8 @@ void PackageInstallation::chooseTargetDirectory()
     const QString suggested = m_system.expand(info.installationDirectory.isEmpty() ? QStringLiteral("$(PackagesDir)")
                                                                                    : info.installationDirectory);
     QString chosen = suggested;
-    if (!m_options.target.isEmpty() && m_candidate.requested) {
+    const bool targetGiven = !m_options.target.isEmpty() && m_candidate.requested;
+    if (targetGiven) {
         chosen = m_options.target;
     } else if (!info.installationDirectoryPrompt.isEmpty()) {
         chosen = m_questions.chooseDirectory(info, suggested);
@@ -154,7 +155,7 @@ void PackageInstallation::chooseTargetDirectory()
             throw HException(cancelled);
     }
     // A directory the user chose may lie anywhere; one the package names must stay inside.
-    const bool chosenByUser = chosen != suggested;
+    const bool chosenByUser = targetGiven || chosen != suggested;
     m_directory = QDir::cleanPath(QDir(root).absoluteFilePath(chosen));
     if (!chosenByUser && !isInside(m_directory, root))
         throw HException(QStringLiteral("installation directory %1 lies outside %2").arg(m_directory, root));
