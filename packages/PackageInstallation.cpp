@@ -83,17 +83,21 @@ std::optional<quint32> fileCrc32(const QString &path)
     return got == 0 ? std::optional<quint32>(quint32(crc)) : std::nullopt;
 }
 
-void removeEmptyFolders(const QStringList &files, const QString &top, const QString &packagesDirectory)
+QStringList foldersToPrune(const QStringList &files, const QString &top, const QString &packagesDirectory)
 {
     const bool keepTop = isInside(packagesDirectory, top);
+    QStringList folders;
     for (const QString &file : files) {
         for (QString folder = QFileInfo(file).path(); isInside(folder, top); folder = QFileInfo(folder).path()) {
-            if ((folder == top && keepTop) || ::rmdir(encoded(folder).constData()) != 0)
+            if (folder == top && keepTop)
                 break;
+            if (!folders.contains(folder))
+                folders.append(folder);
             if (folder == top)
                 break;
         }
     }
+    return folders;
 }
 
 PackageInstallation::PackageInstallation(PackageSystem &system, PackageCandidate &candidate,
@@ -294,9 +298,9 @@ void PackageInstallation::commit(std::vector<PackageStaging::Item> &items)
         if (m_installed && m_installed->descriptionPath != target && present(m_installed->descriptionPath))
             operations.push_back({m_installed->descriptionPath, {}, registryStaging + QStringLiteral("/old-description"), true});
     }
-    transaction.commit(operations, folders);
     QStringList deleted;
     for (const PackageTransaction::Operation &operation : deletions)
         deleted.append(operation.target);
-    removeEmptyFolders(deleted, m_installed ? m_installed->installedDirectory : m_directory, root);
+    transaction.commit(operations, folders,
+                       foldersToPrune(deleted, m_installed ? m_installed->installedDirectory : m_directory, root));
 }

@@ -60,6 +60,6 @@ private:
 [[nodiscard]] bool isInside(const QString &path, const QString &directory);
 // CRC-32 of a file's bytes; empty when it cannot be read or is no plain file.
 [[nodiscard]] std::optional<quint32> fileCrc32(const QString &path);
-// Removes the folders that deleting `files` left empty, from each file's folder up to `top`;
-// `top` itself goes too unless it is `packagesDirectory` or holds it.
-void removeEmptyFolders(const QStringList &files, const QString &top, const QString &packagesDirectory);
+// The folders that deleting `files` may leave empty: each file's folder and its parents up to
+// `top`, and `top` itself unless it is `packagesDirectory` or holds it.
+[[nodiscard]] QStringList foldersToPrune(const QStringList &files, const QString &top, const QString &packagesDirectory);

@@ -464,8 +464,7 @@ void PackageSystem::removeInstalled(const QString &name, bool force)
         stagingFolders.prepend(staging);
     PackageTransaction transaction(journalPath());
     transaction.begin(stagingFolders, {});
-    transaction.commit(operations, {});
-    removeEmptyFolders(files, info->installedDirectory, m_root);
+    transaction.commit(operations, {}, foldersToPrune(files, info->installedDirectory, m_root));
     log(QStringLiteral("Removed package '%1'").arg(name));
     emit packageRemoved(info);
     refreshPackageList();

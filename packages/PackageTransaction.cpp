@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSaveFile>
+#include <algorithm>
 #include <cstdio>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,6 +15,7 @@
 namespace {
 
 PackageTransaction::StepHook stepHook = nullptr;
+int stepCount = 0;   // steps since the hook was set
 
 constexpr qint64 maxJournalSize = qint64(256) << 20;
 
@@ -51,6 +53,7 @@ QStringList fromJson(const QJsonValue &value)
 void PackageTransaction::setStepHook(StepHook hook)
 {
     stepHook = hook;
+    stepCount = 0;
 }
 
 QStringList missingFolders(const QString &path)
@@ -82,9 +85,8 @@ PackageTransaction::~PackageTransaction()
 
 void PackageTransaction::step()
 {
-    static int count = 0;
     if (stepHook)
-        stepHook(++count);
+        stepHook(++stepCount);
 }
 
 void PackageTransaction::writeJournal(const QString &state)
@@ -99,6 +101,7 @@ void PackageTransaction::writeJournal(const QString &state)
     const QJsonObject journal{{QStringLiteral("state"), state},
                               {QStringLiteral("staging"), toJson(m_staging)},
                               {QStringLiteral("created"), toJson(m_created)},
+                              {QStringLiteral("pruned"), toJson(m_pruned)},
                               {QStringLiteral("operations"), operations}};
     step();
     QSaveFile file(m_journalPath);
@@ -125,10 +128,12 @@ void PackageTransaction::begin(const QStringList &stagingFolders, const QStringL
     }
 }
 
-void PackageTransaction::commit(const std::vector<Operation> &operations, const QStringList &foldersToMake)
+void PackageTransaction::commit(const std::vector<Operation> &operations, const QStringList &foldersToMake,
+                                const QStringList &foldersToPrune)
 {
     m_operations = operations;
     m_created += foldersToMake;
+    m_pruned = foldersToPrune;
     writeJournal(QStringLiteral("committing"));
     try {
         for (const QString &folder : foldersToMake) {
@@ -150,10 +155,21 @@ void PackageTransaction::commit(const std::vector<Operation> &operations, const 
         throw;
     }
     m_open = false;
+    finish();
+}
+
+// The clean-up after the renames: staging folders (with the backups), folders left empty, and
+// the journal last.
+void PackageTransaction::finish()
+{
     for (const QString &folder : std::as_const(m_staging)) {
         step();
         removeTree(folder);
     }
+    QStringList pruned = m_pruned;
+    std::sort(pruned.begin(), pruned.end(), [](const QString &a, const QString &b) { return a.size() > b.size(); });
+    for (const QString &folder : std::as_const(pruned))
+        ::rmdir(encoded(folder).constData());
     step();
     QFile::remove(m_journalPath);
 }
@@ -194,10 +210,9 @@ bool PackageTransaction::recover(const QString &journalPath)
     PackageTransaction transaction(journalPath);
     transaction.m_staging = fromJson(journal.value(QStringLiteral("staging")));
     transaction.m_created = fromJson(journal.value(QStringLiteral("created")));
+    transaction.m_pruned = fromJson(journal.value(QStringLiteral("pruned")));
     if (journal.value(QStringLiteral("state")).toString() == QLatin1String("committed")) {
-        for (const QString &folder : std::as_const(transaction.m_staging))
-            removeTree(folder);
-        QFile::remove(journalPath);
+        transaction.finish();
         return false;
     }
     for (const QJsonValue &value : journal.value(QStringLiteral("operations")).toArray()) {

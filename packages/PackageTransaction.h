@@ -27,25 +27,30 @@ public:
     // (a staging folder left by an earlier run is cleared first).
     void begin(const QStringList &stagingFolders, const QStringList &foldersToMake);
     // Records the renames and the further folders they need, then performs them. On a failure
-    // everything is put back and the failure rethrown.
-    void commit(const std::vector<Operation> &operations, const QStringList &foldersToMake);
+    // everything is put back and the failure rethrown. Once all renames are done the folders of
+    // `foldersToPrune` that are left empty are removed, deepest first; recovery finishes that
+    // too.
+    void commit(const std::vector<Operation> &operations, const QStringList &foldersToMake,
+                const QStringList &foldersToPrune = {});
     // Puts back an unfinished transaction of `journalPath` (true), or finishes the clean-up of
     // a committed one. Nothing to do without a journal.
     static bool recover(const QString &journalPath);
 
-    // Test seam: called with a running number before each step that changes the disk, so a
-    // test can stop the process at any point. Null by default.
+    // Test seam: called with a running number (from 1 when the hook is set) before each step
+    // that changes the disk, so a test can stop the process at any point. Null by default.
     using StepHook = void (*)(int step);
     static void setStepHook(StepHook hook);
 
 private:
     void writeJournal(const QString &state);
     void rollBack();
+    void finish();
     void step();
 
     QString m_journalPath;
     QStringList m_staging;
     QStringList m_created;
+    QStringList m_pruned;
     std::vector<Operation> m_operations;
     bool m_open = false;
 };
