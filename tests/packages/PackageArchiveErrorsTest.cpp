@@ -203,4 +203,32 @@ TEST(ArchiveLimits, ATableOfHugeNamesStopsAtTheNameBound)
               "table of contents too large (more than 16777216 bytes of names)");
 }
 
+struct KeptCase {
+    const char *name;
+    const char *file;
+    std::string message;
+};
+
+class KeptArchives : public ::testing::TestWithParam<KeptCase> {};
+
+// The archives under data/ also seed the fuzz target; each keeps its verdict.
+TEST_P(KeptArchives, ExtractOrAreRefusedAsBefore)
+{
+    const QByteArray bytes = TestSupport::readFile(QStringLiteral(TESS_TEST_DATA "/data/") + QLatin1String(GetParam().file));
+    ASSERT_FALSE(bytes.isEmpty());
+    EXPECT_EQ(extractMessage(bytes), GetParam().message);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Data, KeptArchives,
+    ::testing::Values(KeptCase{"format2Zlib", "format2-zlib.qvPackage", "ok"},
+                      KeptCase{"format2Bzip2", "format2-bzip2.qvPackage", "ok"},
+                      KeptCase{"format1Zlib", "format1-zlib.qvPackage", "ok"},
+                      KeptCase{"legacyPlain", "legacy-plain.qvArchive", "ok"},
+                      KeptCase{"legacyZlib", "legacy-zlib.qvArchive", "ok"},
+                      KeptCase{"escapeParent", "escape-parent.qvPackage", "unsafe file name in archive: ../outside/x"},
+                      KeptCase{"escapeAbsolute", "escape-absolute.qvPackage", "unsafe file name in archive: /tmp/escaped"},
+                      KeptCase{"hugeCount", "huge-count.qvPackage", "too many files in archive (4294967295)"}),
+    [](const auto &info) { return std::string(info.param.name); });
+
 } // namespace
