@@ -85,16 +85,15 @@ std::optional<quint32> fileCrc32(const QString &path)
 
 QStringList foldersToPrune(const QStringList &files, const QString &top, const QString &packagesDirectory)
 {
-    const bool keepTop = isInside(packagesDirectory, top);
+    // Inside the packages directory the folders that led to the installation go too; outside
+    // it, the installation's own directory is the last.
+    const QString limit = isInside(top, packagesDirectory) ? packagesDirectory : QFileInfo(top).path();
     QStringList folders;
     for (const QString &file : files) {
-        for (QString folder = QFileInfo(file).path(); isInside(folder, top); folder = QFileInfo(folder).path()) {
-            if (folder == top && keepTop)
-                break;
+        for (QString folder = QFileInfo(file).path(); folder != limit && isInside(folder, limit);
+             folder = QFileInfo(folder).path()) {
             if (!folders.contains(folder))
                 folders.append(folder);
-            if (folder == top)
-                break;
         }
     }
     return folders;

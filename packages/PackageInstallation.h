@@ -61,5 +61,5 @@ private:
 // CRC-32 of a file's bytes; empty when it cannot be read or is no plain file.
 [[nodiscard]] std::optional<quint32> fileCrc32(const QString &path);
 // The folders that deleting `files` may leave empty: each file's folder and its parents up to
-// `top`, and `top` itself unless it is `packagesDirectory` or holds it.
+// `top` itself, or up to `packagesDirectory` (not included) when `top` lies inside it.
 [[nodiscard]] QStringList foldersToPrune(const QStringList &files, const QString &top, const QString &packagesDirectory);
