@@ -184,6 +184,11 @@ PackageStaging::~PackageStaging()
         removeTree(m_folder);
 }
 
+QString PackageStaging::failureText(const char *text, const QString &target) const
+{
+    return (m_writeFailureText.isEmpty() ? QString::fromLatin1(text) : m_writeFailureText).arg(target);
+}
+
 void PackageStaging::stage(PackageArchive &archive, std::vector<Item> &items, const FilterFactory &filters,
                            const Progress &progress)
 {
@@ -199,8 +204,8 @@ void PackageStaging::stage(PackageArchive &archive, std::vector<Item> &items, co
         item.stagedPath = m_folder + u'/' + QString::number(index);
         PackageOutputFile output(item.stagedPath);
         if (!output.isOpen())
-            fail(QStringLiteral("cannot create output file %1").arg(item.targetPath));
-        const QString writeFailure = QStringLiteral("cannot write to output file %1").arg(item.targetPath);
+            fail(failureText("cannot create output file %1", item.targetPath));
+        const QString writeFailure = failureText("cannot write to output file %1", item.targetPath);
         uLong crc = crc32_z(0, nullptr, 0);
         const PackageContentFilter::Sink sink = [&](const char *data, qint64 size) {
             crc = crc32_z(crc, reinterpret_cast<const Bytef *>(data), size_t(size));
@@ -220,7 +225,7 @@ void PackageStaging::stage(PackageArchive &archive, std::vector<Item> &items, co
         if (!output.close())
             fail(writeFailure);
         if (!output.replaceTarget())
-            fail(QStringLiteral("cannot create output file %1").arg(item.targetPath));
+            fail(failureText("cannot create output file %1", item.targetPath));
         if (progress)
             progress(++done, int(items.size()));
     }

@@ -73,6 +73,9 @@ public:
     PackageStaging &operator=(const PackageStaging &) = delete;
 
     const QString &folder() const { return m_folder; }
+    // One text for every failure to create or write a file, "%1" the target; by default the
+    // archive's own texts name what failed.
+    void setWriteFailureText(const QString &text) { m_writeFailureText = text; }
     // Writes each item's file in the order of the stream, then reads the stream to its end.
     void stage(PackageArchive &archive, std::vector<Item> &items, const FilterFactory &filters = {},
                const Progress &progress = {});
@@ -80,8 +83,11 @@ public:
     void release() { m_owned = false; }
 
 private:
+    QString failureText(const char *text, const QString &target) const;
+
     QString m_folder;
     bool m_owned = true;
+    QString m_writeFailureText;
 };
 
 // `tess pkg extract`: the chosen files below `directory`. Existing files are replaced only with

@@ -261,6 +261,7 @@ void PackageInstallation::commit(std::vector<PackageStaging::Item> &items)
     PackageTransaction transaction(m_system.journalPath());
     transaction.begin(m_stagingFolders.values(), missingFolders(m_directory));
     PackageStaging stager(PackageStaging::ExistingFolder{staging});
+    stager.setWriteFailureText(QStringLiteral("Cannot create %1 for writing."));
     const auto paths = std::make_shared<const PackageDeliveredPaths>(delivered);
     stager.stage(
         *m_candidate.archive, items,

@@ -22,6 +22,16 @@ const QString packagesDirMacro = QStringLiteral("PackagesDir");
     throw HException(message);
 }
 
+// The package among `infos` named `name` or replacing it.
+const PackageSystemPackageInfo *providerOf(const std::vector<const PackageSystemPackageInfo *> &infos, const QString &name)
+{
+    for (const PackageSystemPackageInfo *info : infos) {
+        if (info->name == name || info->replaces.contains(name))
+            return info;
+    }
+    return nullptr;
+}
+
 bool isSafeInstalledName(const QString &name)
 {
     if (name.isEmpty() || name.startsWith(u'/') || name.contains(QChar(0)))
@@ -322,53 +332,99 @@ void PackageSystem::openCandidate(PackageCandidate &candidate)
         fail(QStringLiteral("bad package description %1: no package name").arg(description->name()));
 }
 
-std::vector<PackageCandidate *> PackageSystem::installOrder(std::vector<std::unique_ptr<PackageCandidate>> &candidates,
-                                                            const PackageInstallOptions &options)
+std::vector<const PackageSystemPackageInfo *> PackageSystem::withDependencies(
+    std::vector<const PackageSystemPackageInfo *> infos, const std::function<const PackageSystemPackageInfo *(const QString &)> &pull) const
 {
-    const auto provider = [&](const QString &name) -> PackageCandidate * {
-        for (const auto &candidate : candidates) {
-            if (candidate->info.name == name || candidate->info.replaces.contains(name))
-                return candidate.get();
-        }
-        return nullptr;
-    };
-    // Pulls in what is missing from the available list; the vector grows while it is walked.
-    for (size_t i = 0; i < candidates.size(); ++i) {
-        const QStringList dependencies = candidates[i]->info.dependencies;
-        const QString dependent = candidates[i]->info.name;
+    // The list grows while it is walked: what is pulled in is looked at too.
+    for (size_t i = 0; i < infos.size(); ++i) {
+        const QStringList dependencies = infos[i]->dependencies;
+        const QString dependent = infos[i]->name;
         for (const QString &dependency : dependencies) {
-            if (provider(dependency) || isSatisfied(dependency))
+            if (providerOf(infos, dependency) || isSatisfied(dependency))
                 continue;
             const PackageSystemPackageInfo *const available = findPackage(dependency);
             if (!available || available->availableVersion.isEmpty())
                 fail(QStringLiteral("package %1 requires %2, which is not installed").arg(dependent, dependency));
-            candidates.push_back(resolve(dependency, options, false));
+            infos.push_back(pull(dependency));
         }
     }
-    std::vector<PackageCandidate *> order;
-    QList<PackageCandidate *> visiting;
-    const std::function<void(PackageCandidate *)> visit = [&](PackageCandidate *candidate) {
-        if (std::find(order.begin(), order.end(), candidate) != order.end())
+    std::vector<const PackageSystemPackageInfo *> order;
+    QList<const PackageSystemPackageInfo *> visiting;
+    const std::function<void(const PackageSystemPackageInfo *)> visit = [&](const PackageSystemPackageInfo *info) {
+        if (std::find(order.begin(), order.end(), info) != order.end())
             return;
-        if (visiting.contains(candidate)) {
+        if (visiting.contains(info)) {
             QStringList cycle;
-            for (qsizetype i = visiting.indexOf(candidate); i < visiting.size(); ++i)
-                cycle.append(visiting.at(i)->info.name);
-            cycle.append(candidate->info.name);
+            for (qsizetype i = visiting.indexOf(info); i < visiting.size(); ++i)
+                cycle.append(visiting.at(i)->name);
+            cycle.append(info->name);
             fail(QStringLiteral("dependency cycle between packages: %1").arg(cycle.join(QStringLiteral(" -> "))));
         }
-        visiting.append(candidate);
-        for (const QString &dependency : candidate->info.dependencies) {
-            PackageCandidate *const first = provider(dependency);
-            if (first && first != candidate)
+        visiting.append(info);
+        for (const QString &dependency : info->dependencies) {
+            const PackageSystemPackageInfo *const first = providerOf(infos, dependency);
+            if (first && first != info)
                 visit(first);
         }
         visiting.removeLast();
-        order.push_back(candidate);
+        order.push_back(info);
     };
-    for (const auto &candidate : candidates)
-        visit(candidate.get());
+    for (const PackageSystemPackageInfo *info : infos)
+        visit(info);
     return order;
+}
+
+std::vector<PackageCandidate *> PackageSystem::installOrder(std::vector<std::unique_ptr<PackageCandidate>> &candidates,
+                                                            const PackageInstallOptions &options)
+{
+    std::vector<const PackageSystemPackageInfo *> infos;
+    for (const auto &candidate : candidates)
+        infos.push_back(&candidate->info);
+    const std::vector<const PackageSystemPackageInfo *> order = withDependencies(infos, [&](const QString &name) {
+        candidates.push_back(resolve(name, options, false));
+        return &candidates.back()->info;
+    });
+    std::vector<PackageCandidate *> ordered;
+    for (const PackageSystemPackageInfo *info : order) {
+        for (const auto &candidate : candidates) {
+            if (&candidate->info == info)
+                ordered.push_back(candidate.get());
+        }
+    }
+    return ordered;
+}
+
+std::vector<PackagePlanStep> PackageSystem::plan() const
+{
+    QStringList removals;
+    std::vector<const PackageSystemPackageInfo *> installs;
+    for (const auto &info : m_packages) {
+        if (info->action == PackageSystemPackageInfo::Action::Remove && info->installed)
+            removals.append(info->name);
+        else if (info->action != PackageSystemPackageInfo::Action::None && info->action != PackageSystemPackageInfo::Action::Remove)
+            installs.push_back(info.get());
+    }
+    std::vector<PackagePlanStep> steps;
+    for (const PackageSystemPackageInfo *info : removalOrder(removals))
+        steps.push_back({PackageSystemPackageInfo::Action::Remove, info->name});
+    for (const PackageSystemPackageInfo *info : withDependencies(installs, [&](const QString &name) { return findPackage(name); })) {
+        const bool marked = std::find(installs.begin(), installs.end(), info) != installs.end();
+        steps.push_back({marked ? info->action : PackageSystemPackageInfo::Action::Install, info->name});
+    }
+    return steps;
+}
+
+void PackageSystem::carryOut(const std::vector<PackagePlanStep> &steps, const PackageInstallOptions &options,
+                             PackageInstallQuestions &questions)
+{
+    QStringList removals;
+    QStringList installs;
+    for (const PackagePlanStep &step : steps)
+        (step.action == PackageSystemPackageInfo::Action::Remove ? removals : installs).append(step.name);
+    if (!removals.isEmpty())
+        removePackages(removals, false);
+    if (!installs.isEmpty())
+        installPackages(installs, options, questions);
 }
 
 void PackageSystem::installPackages(const QStringList &packages, const PackageInstallOptions &options,

@@ -59,6 +59,12 @@ private:
     const PackageInstallOptions &m_options;
 };
 
+// One step of the package manager's plan.
+struct PackagePlanStep {
+    PackageSystemPackageInfo::Action action;
+    QString name;
+};
+
 // A dialog text without its markup: paragraphs joined by a blank, tags dropped.
 [[nodiscard]] QString plainText(const QString &html);
 
@@ -100,6 +106,15 @@ public:
     // one of them, unless forced.
     void removePackages(const QStringList &names, bool force);
 
+    // The package manager's summary of the actions set on the packages: removals first,
+    // dependents before what they depend on; then installations, updates and reinstallations
+    // after the packages they depend on, with missing ones of the available list added as
+    // installations. Refuses a dependency nobody offers and cycles.
+    [[nodiscard]] std::vector<PackagePlanStep> plan() const;
+    // Carries a plan out: the removals, then the installations from the available list.
+    void carryOut(const std::vector<PackagePlanStep> &steps, const PackageInstallOptions &options,
+                  PackageInstallQuestions &questions);
+
     // Compares the MD5 of a package file with the expected one, logging "Verified correct MD5
     // sum for <file> (<sum>)" or "Incorrect MD5 sum for <file> (expected <sum> got <sum>)"; the
     // second fails with "MD5 verification failed".
@@ -140,6 +155,11 @@ private:
     std::vector<PackageCandidate *> installOrder(std::vector<std::unique_ptr<PackageCandidate>> &candidates,
                                                  const PackageInstallOptions &options);
     std::vector<const PackageSystemPackageInfo *> removalOrder(const QStringList &names) const;
+    // `infos` with what they need and nothing among them or installed provides, got through
+    // `pull` from the available list, each after the packages it depends on.
+    std::vector<const PackageSystemPackageInfo *> withDependencies(
+        std::vector<const PackageSystemPackageInfo *> infos,
+        const std::function<const PackageSystemPackageInfo *(const QString &)> &pull) const;
 
     QString m_root;
     PropertyClassList *m_macros;

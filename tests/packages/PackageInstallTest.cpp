@@ -1,5 +1,7 @@
 // `tess pkg install`, `remove`, `show` and `status` on real packages in a scratch packages
 // directory: black-box runs of the program.
+#include "foundation/HException.h"
+#include "packages/PackageSystem.h"
 #include "tests/packages/ArchiveBytes.h"
 #include "tests/support/TestSupport.h"
 #include <QCryptographicHash>
@@ -333,6 +335,56 @@ TEST_F(PackageInstall, TheAvailableListSuppliesPackagesByNameWithTheirMd5)
     EXPECT_EQ(install({"remote"}).err, "Package installation error: cannot install package remote as it is not a local file\n");
     EXPECT_EQ(install({"nowhere"}).err, "Package installation error: cannot install package nowhere as no URL has been specified\n");
     EXPECT_EQ(install({"unknown"}).err, "Package installation error: no package file or available package named 'unknown'\n");
+}
+
+TEST_F(PackageInstall, AFullDiskLeavesTheFormerInstallation)
+{
+    ASSERT_EQ(install({make({"acme", "1.0", "", {{"a.h", "one"}}})}).exitCode, 0);
+    const QStringList before = snapshot();
+    const QString update = make({"acme", "2.0", "", {{"a.h", "two"}, {"big.bin", QByteArray(300000, 'b')}}, 1800000000});
+    const ProgramRun run = TestSupport::runProgram(
+        QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("trap '' XFSZ; ulimit -f 100; exec '%1' pkg install '%2' --root '%3'")
+                                                              .arg(TestSupport::binPath(QStringLiteral("tess")), update, root)});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err.toStdString(), "Package installation error: Cannot create " + (root + "/acme/big.bin").toStdString() + " for writing.\n");
+    EXPECT_EQ(snapshot(), before);
+    EXPECT_FALSE(QFileInfo::exists(root + "/acme/.tess-staging"));
+}
+
+// The package manager's plan: removals first, then installations after what they need, with
+// missing packages of the available list added.
+TEST_F(PackageInstall, ThePlanOrdersTheMarkedActions)
+{
+    ASSERT_EQ(install({make({"base", "1.0", "", {{"b.h", "b"}}}), make({"tool", "1.0", "dependencies=\"base\"", {{"t.h", "t"}}}),
+                       make({"old", "1.0", "", {{"o.h", "o"}}})})
+                  .exitCode,
+              0);
+    QDir().mkpath(root + "/downloads");
+    TestSupport::writeFile(root + "/downloads/available_packages.xml",
+                           "<packages><package name=\"base\" version=\"1.1\"/><package name=\"lib\" version=\"1.0\"/>"
+                           "<package name=\"app\" version=\"1.0\" dependencies=\"lib;base\"/>"
+                           "<package name=\"loop\" version=\"1.0\" dependencies=\"loop2\"/>"
+                           "<package name=\"loop2\" version=\"1.0\" dependencies=\"loop\"/></packages>");
+    PackageSystem system(root, nullptr);
+    system.open();
+    using Action = PackageSystemPackageInfo::Action;
+    system.findPackage(QStringLiteral("app"))->action = Action::Install;
+    system.findPackage(QStringLiteral("base"))->action = Action::Update;
+    system.findPackage(QStringLiteral("old"))->action = Action::Remove;
+    system.findPackage(QStringLiteral("tool"))->action = Action::Reinstall;
+    QStringList steps;
+    for (const PackagePlanStep &step : system.plan())
+        steps.append(PackageSystemPackageInfo::menuText(step.action) + u' ' + step.name);
+    EXPECT_EQ(steps, (QStringList{"&Remove Selected Packages old", "&Install Selected Packages lib",
+                                  "&Update Selected Packages base", "&Install Selected Packages app",
+                                  "Re&install Selected Packages tool"}));
+    system.findPackage(QStringLiteral("loop"))->action = Action::Install;
+    try {
+        (void)system.plan();
+        ADD_FAILURE() << "a cycle was planned";
+    } catch (const HException &error) {
+        EXPECT_EQ(error.message(), "dependency cycle between packages: loop -> loop2 -> loop");
+    }
 }
 
 struct BadPackageCase {
