@@ -154,6 +154,13 @@ void PackageArchive::readHeader(FILE *file)
         input = std::make_unique<PackageArchiveCompressedGzInputFile>(guard.release(), d->offset + headerSize);
     input->openStream();
     d->input = std::move(input);
+    readStreamTable(legacy, version);
+}
+
+// The table at the start of the decompressed stream: behind the legacy file's inner 8 bytes, or
+// behind the 20-byte block of formats 1 and 2.
+void PackageArchive::readStreamTable(bool legacy, int version)
+{
     if (legacy) {
         unsigned char inner[8];
         readExactly(*d->input, inner, sizeof inner, "bad header");
@@ -454,42 +461,14 @@ void PackageArchive::writeContents(PackageArchiveIOFileInterface &output)
     }
 }
 
-void PackageArchive::createFile(const QString &path, int compressionLevel)
+// The block and the entries, each entry's offset following the former's end.
+void PackageArchive::writeTable(PackageArchiveIOFileInterface &output, qint64 firstOffset)
 {
-    if (d->writeFormat != packageArchiveWriteFormat)
-        fail(QStringLiteral("unsupported package file version"));
-    const int level = compressionLevel < 0 ? defaultLevel : std::min(compressionLevel, 9);
-    // A legacy plain archive read in is written back compressed like any other.
-    const PackageArchiveCompression compression =
-        d->compression == PackageArchiveCompression::Bzip2 ? PackageArchiveCompression::Bzip2 : PackageArchiveCompression::Zlib;
-    qint64 offset = streamHeaderSize;
-    qint64 total = 0;
-    for (const auto &entry : d->files) {
-        if (entry->storedName.size() > maxNameLength)
-            fail(QStringLiteral("bad table of contents"));
-        offset += entryFixedSize + entry->storedName.size();
-        total += entry->size;
-    }
-    if (offset + total > qint64(0xFFFFFFFF))
-        fail(QStringLiteral("archive too large (%1 bytes in the stream, at most 4294967295)").arg(offset + total));
-    PackageOutputFile file(path);
-    FILE *const stream = file.stream();
-    if (!stream)
-        fail(QStringLiteral("cannot open output file"));
-    headerAboutToBeWritten(stream);
-    const QByteArray header = headerBytes(d->writeFormat, compression);
-    if (std::fwrite(header.constData(), 1, headerSize, stream) != size_t(headerSize))
-        fail(QStringLiteral("cannot write header"));
-    std::unique_ptr<PackageArchiveCompressedOutputFile> output;
-    if (compression == PackageArchiveCompression::Bzip2)
-        output = std::make_unique<PackageArchiveCompressedBzOutputFile>(stream, 0, PackageArchiveIOFile::Ownership::Borrowed);
-    else
-        output = std::make_unique<PackageArchiveCompressedGzOutputFile>(stream, 0, PackageArchiveIOFile::Ownership::Borrowed);
-    output->openStream(compression == PackageArchiveCompression::Bzip2 ? std::max(level, 1) : level);
     QByteArray block(streamHeaderSize, '\0');
     qToLittleEndian<quint32>(quint32(d->files.size()), block.data());
-    if (!output->write(block.constData(), block.size()))
+    if (!output.write(block.constData(), block.size()))
         fail(QStringLiteral("cannot write header2"));
+    qint64 offset = firstOffset;
     for (const auto &entry : d->files) {
         unsigned char fixed[entryFixedSize];
         qToLittleEndian<quint16>(quint16(entry->storedName.size()), fixed);
@@ -497,12 +476,47 @@ void PackageArchive::createFile(const QString &path, int compressionLevel)
         qToLittleEndian<quint32>(entry->size, fixed + 6);
         qToLittleEndian<quint32>(entry->mode & 0777, fixed + 10);
         qToLittleEndian<quint32>(entry->time, fixed + 14);
-        if (!output->write(reinterpret_cast<const char *>(fixed), entryFixedSize)
-            || !output->write(entry->storedName.constData(), entry->storedName.size())) {
+        if (!output.write(reinterpret_cast<const char *>(fixed), entryFixedSize)
+            || !output.write(entry->storedName.constData(), entry->storedName.size())) {
             fail(QStringLiteral("bad table of contents"));
         }
         offset += entry->size;
     }
+}
+
+void PackageArchive::createFile(const QString &path, int compressionLevel)
+{
+    if (d->writeFormat != packageArchiveWriteFormat)
+        fail(QStringLiteral("unsupported package file version"));
+    const int level = compressionLevel < 0 ? defaultLevel : std::min(compressionLevel, 9);
+    // A legacy plain archive read in is written back compressed like any other.
+    const bool bzip2 = d->compression == PackageArchiveCompression::Bzip2;
+    qint64 firstOffset = streamHeaderSize;
+    qint64 total = 0;
+    for (const auto &entry : d->files) {
+        if (entry->storedName.size() > maxNameLength)
+            fail(QStringLiteral("bad table of contents"));
+        firstOffset += entryFixedSize + entry->storedName.size();
+        total += entry->size;
+    }
+    if (firstOffset + total > qint64(0xFFFFFFFF))
+        fail(QStringLiteral("archive too large (%1 bytes in the stream, at most 4294967295)").arg(firstOffset + total));
+    PackageOutputFile file(path);
+    FILE *const stream = file.stream();
+    if (!stream)
+        fail(QStringLiteral("cannot open output file"));
+    headerAboutToBeWritten(stream);
+    const QByteArray header = headerBytes(d->writeFormat, bzip2 ? PackageArchiveCompression::Bzip2 : PackageArchiveCompression::Zlib);
+    if (std::fwrite(header.constData(), 1, headerSize, stream) != size_t(headerSize))
+        fail(QStringLiteral("cannot write header"));
+    constexpr auto borrowed = PackageArchiveIOFile::Ownership::Borrowed;
+    std::unique_ptr<PackageArchiveCompressedOutputFile> output;
+    if (bzip2)
+        output = std::make_unique<PackageArchiveCompressedBzOutputFile>(stream, 0, borrowed);
+    else
+        output = std::make_unique<PackageArchiveCompressedGzOutputFile>(stream, 0, borrowed);
+    output->openStream(bzip2 ? std::max(level, 1) : level);
+    writeTable(*output, firstOffset);
     writeContents(*output);
     output->closeStream();
     output.reset();

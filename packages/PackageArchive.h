@@ -126,10 +126,12 @@ protected:
 
 private:
     void readHeader(FILE *file);
+    void readStreamTable(bool legacy, int version);
     void readFormat2Table(quint32 count);
     void readFormat1Table(quint32 count);
     void addEntry(std::unique_ptr<PackageArchiveFile> entry);
     PackageArchiveFile *findExact(const QByteArray &name) const;
+    void writeTable(PackageArchiveIOFileInterface &output, qint64 firstOffset);
     void writeContents(PackageArchiveIOFileInterface &output);
 
     std::unique_ptr<PackageArchiveData> d;

@@ -120,6 +120,8 @@ void PackageInstallation::run()
     }
     checkArchiveNames(*m_candidate.archive);
     checkArchiveContents(*m_candidate.archive);
+    if (registered)
+        checkDescriptionOwner();
     std::vector<PackageStaging::Item> items = plannedItems();
     qint64 total = 0;
     for (const PackageStaging::Item &item : items)
@@ -243,11 +245,42 @@ QByteArray PackageInstallation::installedDescription(const std::vector<PackageSt
     return description.toBytes();
 }
 
+QString PackageInstallation::descriptionTarget() const
+{
+    return m_system.registryDirectory() + u'/' + QFileInfo(m_candidate.descriptionName).fileName();
+}
+
+// Another installed package whose description has the same file name would lose it.
+void PackageInstallation::checkDescriptionOwner() const
+{
+    const QString target = descriptionTarget();
+    const PackageSystemPackageInfo *const owner = m_system.findPackage(m_candidate.info.name);
+    for (const auto &other : m_system.packages()) {
+        if (other->installed && other->descriptionPath == target && other.get() != owner)
+            throw HException(QStringLiteral("package description %1 belongs to installed package '%2'").arg(target, other->name));
+    }
+}
+
+// The installed description staged, and the renames that put it in place of the former one.
+std::vector<PackageTransaction::Operation> PackageInstallation::descriptionOperations(
+    const std::vector<PackageStaging::Item> &items)
+{
+    const QString target = descriptionTarget();
+    const QString staging = stagingFolderFor(m_system.registryDirectory());
+    const QString staged = staging + QStringLiteral("/description.xml");
+    QSaveFile file(staged);
+    if (!file.open(QIODevice::WriteOnly) || file.write(installedDescription(items)) < 0 || !file.commit())
+        throw HException(QStringLiteral("Cannot create %1 for writing.").arg(target));
+    std::vector<PackageTransaction::Operation> operations{{target, staged, staging + QStringLiteral("/backup-description"), present(target)}};
+    if (m_installed && m_installed->descriptionPath != target && present(m_installed->descriptionPath))
+        operations.push_back({m_installed->descriptionPath, {}, staging + QStringLiteral("/old-description"), true});
+    return operations;
+}
+
 void PackageInstallation::commit(std::vector<PackageStaging::Item> &items)
 {
     const bool registered = m_candidate.description && !m_candidate.info.isPlainArchive();
     const QString root = m_system.packagesDirectory();
-    const QString registry = m_system.registryDirectory();
     QStringList delivered;
     QStringList deliveredTargets;
     for (const auto &file : m_candidate.archive->files()) {
@@ -255,7 +288,8 @@ void PackageInstallation::commit(std::vector<PackageStaging::Item> &items)
         delivered.append(QDir(root).relativeFilePath(deliveredTargets.last()));
     }
     const QString staging = stagingFolderFor(m_directory);
-    const QString registryStaging = registered ? stagingFolderFor(registry) : QString();
+    if (registered)
+        (void)stagingFolderFor(m_system.registryDirectory());
     const std::vector<PackageTransaction::Operation> deletions = oldFilesToDelete(deliveredTargets);
 
     PackageTransaction transaction(m_system.journalPath());
@@ -284,19 +318,8 @@ void PackageInstallation::commit(std::vector<PackageStaging::Item> &items)
     }
     operations.insert(operations.end(), deletions.begin(), deletions.end());
     if (registered) {
-        const QString target = registry + u'/' + QFileInfo(m_candidate.descriptionName).fileName();
-        const PackageSystemPackageInfo *const owner = m_system.findPackage(m_candidate.info.name);
-        for (const auto &other : m_system.packages()) {
-            if (other->installed && other->descriptionPath == target && other.get() != owner)
-                throw HException(QStringLiteral("package description %1 belongs to installed package '%2'").arg(target, other->name));
-        }
-        const QString staged = registryStaging + QStringLiteral("/description.xml");
-        QSaveFile file(staged);
-        if (!file.open(QIODevice::WriteOnly) || file.write(installedDescription(items)) < 0 || !file.commit())
-            throw HException(QStringLiteral("cannot write to output file %1").arg(staged));
-        operations.push_back({target, staged, registryStaging + QStringLiteral("/backup-description"), present(target)});
-        if (m_installed && m_installed->descriptionPath != target && present(m_installed->descriptionPath))
-            operations.push_back({m_installed->descriptionPath, {}, registryStaging + QStringLiteral("/old-description"), true});
+        const std::vector<PackageTransaction::Operation> description = descriptionOperations(items);
+        operations.insert(operations.end(), description.begin(), description.end());
     }
     QStringList deleted;
     for (const PackageTransaction::Operation &operation : deletions)

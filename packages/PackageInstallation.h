@@ -42,6 +42,9 @@ private:
     std::vector<PackageTransaction::Operation> oldFilesToDelete(const QStringList &deliveredTargets);
     QString stagingFolderFor(const QString &directory);
     QByteArray installedDescription(const std::vector<PackageStaging::Item> &items);
+    QString descriptionTarget() const;
+    void checkDescriptionOwner() const;
+    std::vector<PackageTransaction::Operation> descriptionOperations(const std::vector<PackageStaging::Item> &items);
     void commit(std::vector<PackageStaging::Item> &items);
 
     PackageSystem &m_system;
