@@ -26,20 +26,6 @@ QByteArray encoded(const QString &path)
     return QFile::encodeName(path);
 }
 
-bool isSafeName(const QByteArray &name)
-{
-    if (name.isEmpty() || name.contains('\0'))
-        return false;
-    const QList<QByteArray> parts = name.split('/');
-    if (parts.first() == stagingFolderName)
-        return false;
-    for (const QByteArray &part : parts) {
-        if (part.isEmpty() || part == "." || part == "..")
-            return false;
-    }
-    return true;
-}
-
 enum class Kind { Missing, Folder, Link, Other };
 
 Kind kindOf(const QString &path)
@@ -68,14 +54,28 @@ QString existingAncestor(QString path)
 
 PackageContentFilter::~PackageContentFilter() = default;
 
+bool isSafeArchiveName(const QString &name)
+{
+    if (name.isEmpty() || name.contains(QChar(0)))
+        return false;
+    const QStringList parts = name.split(u'/');
+    if (parts.first() == QLatin1String(stagingFolderName))
+        return false;
+    for (const QString &part : parts) {
+        if (part.isEmpty() || part == QLatin1String(".") || part == QLatin1String(".."))
+            return false;
+    }
+    return true;
+}
+
 void checkArchiveNames(const PackageArchive &archive)
 {
     QSet<QString> names;
     names.reserve(qsizetype(archive.files().size()));
     for (const auto &entry : archive.files()) {
-        if (!isSafeName(entry->storedName))
-            fail(QStringLiteral("unsafe file name in archive: %1").arg(entry->name()));
         const QString name = entry->name();
+        if (!isSafeArchiveName(name))
+            fail(QStringLiteral("unsafe file name in archive: %1").arg(name));
         if (names.contains(name))
             fail(QStringLiteral("duplicate file name in archive: %1").arg(name));
         names.insert(name);

@@ -18,6 +18,9 @@ constexpr qint64 defaultMaxExtractSize = qint64(4) << 30;
 // The name of the staging folders of installations; no archive may deliver into one.
 constexpr char stagingFolderName[] = ".tess-staging";
 
+// False for a name that is empty, absolute, has an empty, "." or ".." part or a NUL, or starts
+// with the staging folder: such a name could lead out of the folder it is written to.
+[[nodiscard]] bool isSafeArchiveName(const QString &name);
 // Refuses the archive if a name is empty, absolute, has an empty, "." or ".." part or a NUL byte,
 // or starts with the staging folder ("unsafe file name in archive: <name>"), comes twice
 // ("duplicate file name in archive: <name>"), or is also a folder of another entry.

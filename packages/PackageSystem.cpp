@@ -32,17 +32,6 @@ const PackageSystemPackageInfo *providerOf(const std::vector<const PackageSystem
     return nullptr;
 }
 
-bool isSafeInstalledName(const QString &name)
-{
-    if (name.isEmpty() || name.startsWith(u'/') || name.contains(QChar(0)))
-        return false;
-    for (const QString &part : name.split(u'/')) {
-        if (part.isEmpty() || part == QLatin1String(".") || part == QLatin1String(".."))
-            return false;
-    }
-    return true;
-}
-
 } // namespace
 
 PackageInstallQuestions::~PackageInstallQuestions() = default;
@@ -255,7 +244,7 @@ QStringList PackageSystem::deletableFiles(const PackageSystemPackageInfo &info, 
     const std::vector<PackageDescriptionFile::InstalledFile> files = description.installedFiles();
     QStringList deletable;
     for (auto it = files.rbegin(); it != files.rend(); ++it) {
-        if (!isSafeInstalledName(it->fileName))
+        if (!isSafeArchiveName(it->fileName))
             continue;
         const QString target = info.installedDirectory + u'/' + it->fileName;
         if (kept.contains(target) || others.contains(target) || (!QFileInfo(target).isSymLink() && !QFileInfo::exists(target)))

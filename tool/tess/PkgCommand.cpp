@@ -51,6 +51,14 @@ QString entryLine(const PackageArchiveFile &file, bool withOffset)
     return line + file.name();
 }
 
+// $(VarnelDir): the directory above the program's own.
+QString varnelDirectory()
+{
+    if (installationDirectory().isEmpty())
+        setInstallationDirectory(QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/..")).canonicalFilePath());
+    return installationDirectory();
+}
+
 // The macro system `$(VarnelDir)` and `$(PackagesDir)` live in while the command runs.
 class MacroSession {
 public:
@@ -60,9 +68,7 @@ public:
             return;
         m_owned = PropertyClassList::createMacroSystem();
         PropertyClassList::setGlobal(m_owned.get());
-        if (installationDirectory().isEmpty())
-            setInstallationDirectory(QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/..")).canonicalFilePath());
-        m_owned->defineSystemMacro(QStringLiteral("VarnelDir"), installationDirectory(),
+        m_owned->defineSystemMacro(QStringLiteral("VarnelDir"), varnelDirectory(),
                                    QStringLiteral("Installation directory of Tessmark."));
     }
     ~MacroSession()
@@ -81,7 +87,7 @@ private:
 class SystemSession {
 public:
     explicit SystemSession(const CommandArguments &arguments)
-        : m_system(arguments.value("--root", installationDirectoryOrSelf() + QStringLiteral("/packages")), m_macros.macros())
+        : m_system(arguments.value("--root", varnelDirectory() + QStringLiteral("/packages")), m_macros.macros())
     {
         QObject::connect(&m_system, &PackageSystem::logMessage, [](const QString &text) { writeLine(stdout, text); });
         m_system.setProgramVersion(QStringLiteral(TESS_VERSION));
@@ -90,13 +96,6 @@ public:
     PackageSystem &system() { return m_system; }
 
 private:
-    static QString installationDirectoryOrSelf()
-    {
-        if (installationDirectory().isEmpty())
-            setInstallationDirectory(QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/..")).canonicalFilePath());
-        return installationDirectory();
-    }
-
     MacroSession m_macros;
     PackageSystem m_system;
 };
