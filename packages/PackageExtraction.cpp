@@ -1,7 +1,7 @@
 #include "packages/PackageExtraction.h"
 #include "foundation/HException.h"
 #include "packages/PackageArchive.h"
-#include "packages/PackageOutputFile.h"
+#include "packages/PackageStagingWriter.h"
 #include <QDir>
 #include <QFile>
 #include <QSet>
@@ -184,9 +184,11 @@ PackageStaging::~PackageStaging()
         removeTree(m_folder);
 }
 
+// The text of a failure to create or write a file; "%1" stays for the target when it is empty.
 QString PackageStaging::failureText(const char *text, const QString &target) const
 {
-    return (m_writeFailureText.isEmpty() ? QString::fromLatin1(text) : m_writeFailureText).arg(target);
+    const QString pattern = m_writeFailureText.isEmpty() ? QString::fromLatin1(text) : m_writeFailureText;
+    return target.isEmpty() ? pattern : pattern.arg(target);
 }
 
 void PackageStaging::stage(PackageArchive &archive, std::vector<Item> &items, const FilterFactory &filters,
@@ -198,19 +200,18 @@ void PackageStaging::stage(PackageArchive &archive, std::vector<Item> &items, co
     std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
         return items[a].file->offset < items[b].file->offset;
     });
+    PackageStagingWriter writer({failureText("cannot create output file %1", {}),
+                                 failureText("cannot write to output file %1", {}),
+                                 QStringLiteral("cannot set mode of output file %1")});
     int done = 0;
     for (const size_t index : order) {
         Item &item = items[index];
         item.stagedPath = m_folder + u'/' + QString::number(index);
-        PackageOutputFile output(item.stagedPath);
-        if (!output.isOpen())
-            fail(failureText("cannot create output file %1", item.targetPath));
-        const QString writeFailure = failureText("cannot write to output file %1", item.targetPath);
+        writer.open(item.stagedPath, item.targetPath);
         uLong crc = crc32_z(0, nullptr, 0);
         const PackageContentFilter::Sink sink = [&](const char *data, qint64 size) {
             crc = crc32_z(crc, reinterpret_cast<const Bytef *>(data), size_t(size));
-            if (!output.write(data, size))
-                fail(writeFailure);
+            writer.write(data, size);
         };
         const std::unique_ptr<PackageContentFilter> filter = filters ? filters(item) : nullptr;
         if (filter) {
@@ -220,16 +221,12 @@ void PackageStaging::stage(PackageArchive &archive, std::vector<Item> &items, co
             archive.streamFile(*item.file, sink);
         }
         item.crc32 = quint32(crc);
-        if (!output.setModeAndTime(item.file->mode, item.file->time))
-            fail(QStringLiteral("cannot set mode of output file %1").arg(item.targetPath));
-        if (!output.close())
-            fail(writeFailure);
-        if (!output.replaceTarget())
-            fail(failureText("cannot create output file %1", item.targetPath));
+        writer.close(item.file->mode, item.file->time);
         if (progress)
             progress(++done, int(items.size()));
     }
     archive.verifyStreamEnd();
+    writer.finish();
 }
 
 void extractArchive(PackageArchive &archive, const QString &directory,
