@@ -357,6 +357,11 @@ int statusCommand(const CommandArguments &arguments)
     });
 }
 
+// Options several forms share.
+constexpr TessOption offsetRow = {"--offset", "N", "the archive starts N bytes into the file"};
+constexpr TessOption rootRow = {"--root", "DIR", "the packages directory $(PackagesDir) (default $(VarnelDir)/packages)"};
+constexpr TessOption maxSizeRow = {"--max-size", "BYTES", "refuse to write more than BYTES (default 4 GiB)"};
+
 constexpr TessOption createOptions[] = {
     {"--deflate", nullptr, "zlib compression (the default)"},
     {"--bzip2", nullptr, "bzip2 compression"},
@@ -365,42 +370,42 @@ constexpr TessOption createOptions[] = {
 };
 
 constexpr TessOption offsetOptions[] = {
-    {"--offset", "N", "the archive starts N bytes into the file"},
+    offsetRow,
     {"--long", nullptr, "print the format first and each file's offset"},
 };
 
 constexpr TessOption findOptions[] = {
-    {"--offset", "N", "the archive starts N bytes into the file"},
+    offsetRow,
 };
 
 constexpr TessOption extractOptions[] = {
-    {"--offset", "N", "the archive starts N bytes into the file"},
+    offsetRow,
     {"--overwrite", nullptr, "replace files that exist"},
-    {"--max-size", "BYTES", "refuse to write more than BYTES (default 4 GiB)"},
+    maxSizeRow,
 };
 
 constexpr TessOption verifyOptions[] = {
-    {"--offset", "N", "the archive starts N bytes into the file"},
+    offsetRow,
     {"--md5", "SUM", "check the file's MD5 sum too"},
 };
 
 constexpr TessOption installOptions[] = {
-    {"--root", "DIR", "the packages directory $(PackagesDir) (default $(VarnelDir)/packages)"},
+    rootRow,
     {"--target", "DIR", "install the packages named here into DIR (answers the directory prompt)"},
     {"--force", nullptr, "install incompatible or older packages"},
     {"--overwrite-newer", nullptr, "overwrite files dated later than the package's"},
     {"--keep-newer", nullptr, "keep files dated later than the package's"},
     {"--md5", "SUM", "check the package file's MD5 sum first"},
-    {"--max-size", "BYTES", "refuse to write more than BYTES (default 4 GiB)"},
+    maxSizeRow,
 };
 
 constexpr TessOption removeOptions[] = {
-    {"--root", "DIR", "the packages directory $(PackagesDir) (default $(VarnelDir)/packages)"},
+    rootRow,
     {"--force", nullptr, "remove even while other packages depend on it"},
 };
 
 constexpr TessOption rootOptions[] = {
-    {"--root", "DIR", "the packages directory $(PackagesDir) (default $(VarnelDir)/packages)"},
+    rootRow,
 };
 
 constexpr TessCommand pkgRows[] = {
