@@ -2,12 +2,11 @@
 // packages directory (install, remove, show, status).
 #include "foundation/Directories.h"
 #include "foundation/HException.h"
-#include "foundation/PropertyClass.h"
+#include "foundation/MacroSession.h"
 #include "packages/PackageArchive.h"
 #include "packages/PackageExtraction.h"
 #include "packages/PackageSystem.h"
 #include "tool/tess/Commands.h"
-#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QDirIterator>
@@ -51,43 +50,12 @@ QString entryLine(const PackageArchiveFile &file, bool withOffset)
     return line + file.name();
 }
 
-// $(VarnelDir): the directory above the program's own.
-QString varnelDirectory()
-{
-    if (installationDirectory().isEmpty())
-        setInstallationDirectory(QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/..")).canonicalFilePath());
-    return installationDirectory();
-}
-
-// The macro system `$(VarnelDir)` and `$(PackagesDir)` live in while the command runs.
-class MacroSession {
-public:
-    MacroSession()
-    {
-        if (PropertyClassList::global())
-            return;
-        m_owned = PropertyClassList::createMacroSystem();
-        PropertyClassList::setGlobal(m_owned.get());
-        m_owned->defineSystemMacro(QStringLiteral("VarnelDir"), varnelDirectory(),
-                                   QStringLiteral("Installation directory of Tessmark."));
-    }
-    ~MacroSession()
-    {
-        if (m_owned)
-            PropertyClassList::setGlobal(nullptr);
-    }
-    PropertyClassList *macros() const { return PropertyClassList::global(); }
-
-private:
-    std::unique_ptr<PropertyClassList> m_owned;
-};
-
 // The package system of --root (default $(VarnelDir)/packages), opened: locked, an unfinished
 // installation rolled back, the list read. Log lines go to standard output.
 class SystemSession {
 public:
     explicit SystemSession(const CommandArguments &arguments)
-        : m_system(arguments.value("--root", varnelDirectory() + QStringLiteral("/packages")), m_macros.macros())
+        : m_system(arguments.value("--root", installationDirectory() + QStringLiteral("/packages")), &m_macros.macros())
     {
         QObject::connect(&m_system, &PackageSystem::logMessage, [](const QString &text) { writeLine(stdout, text); });
         m_system.setProgramVersion(QStringLiteral(TESS_VERSION));
