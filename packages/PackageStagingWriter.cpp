@@ -29,12 +29,24 @@ void PackageStagingWriter::throwIfFailed()
 void PackageStagingWriter::push(Command command)
 {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_queuedBytes < maxQueuedBytes || !m_failure.isEmpty(); });
+    waitAsReader(lock, [this] { return m_queuedBytes < maxQueuedBytes || !m_failure.isEmpty(); });
     throwIfFailed();
+    // The writer sleeps only on an empty queue; otherwise it comes round to this command itself.
+    const bool wake = m_queue.empty();
     m_queuedBytes += qint64(command.bytes.size());
     m_queue.push_back(std::move(command));
     lock.unlock();
-    m_changed.notify_all();
+    if (wake)
+        m_changed.notify_all();
+}
+
+template <typename Ready> void PackageStagingWriter::waitAsReader(std::unique_lock<std::mutex> &lock, Ready ready)
+{
+    while (!ready()) {
+        m_readerWaiting = true;
+        m_changed.wait(lock);
+        m_readerWaiting = false;
+    }
 }
 
 void PackageStagingWriter::open(const QString &path, const QString &target)
@@ -55,7 +67,7 @@ void PackageStagingWriter::close(quint32 mode, quint32 time)
 void PackageStagingWriter::finish()
 {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return (m_queue.empty() && !m_busy) || !m_failure.isEmpty(); });
+    waitAsReader(lock, [this] { return (m_queue.empty() && !m_busy) || !m_failure.isEmpty(); });
     throwIfFailed();
 }
 
@@ -66,25 +78,33 @@ void PackageStagingWriter::run()
         m_changed.wait(lock, [this] { return !m_queue.empty() || m_stopping; });
         if (m_stopping)
             return;
-        Command command = std::move(m_queue.front());
-        m_queue.pop_front();
+        // Everything queued is taken at once: one lock per batch rather than per command.
+        std::deque<Command> batch;
+        batch.swap(m_queue);
         m_busy = true;
-        const bool skip = !m_failure.isEmpty();
+        bool skip = !m_failure.isEmpty();
         lock.unlock();
         QString failure;
-        if (!skip) {
+        qint64 bytes = 0;
+        for (Command &command : batch) {
+            bytes += qint64(command.bytes.size());
+            if (skip)
+                continue;
             try {
                 execute(command);
             } catch (const HException &error) {
                 failure = error.message();
+                skip = true;
             }
         }
+        batch.clear();
         lock.lock();
         m_busy = false;
-        m_queuedBytes -= qint64(command.bytes.size());
+        m_queuedBytes -= bytes;
         if (!failure.isEmpty() && m_failure.isEmpty())
             m_failure = failure;
-        m_changed.notify_all();
+        if (m_readerWaiting)
+            m_changed.notify_all();
     }
 }
 

@@ -43,6 +43,7 @@ private:
     };
 
     void push(Command command);
+    template <typename Ready> void waitAsReader(std::unique_lock<std::mutex> &lock, Ready ready);
     void throwIfFailed();
     void run();
     void execute(Command &command);
@@ -54,6 +55,9 @@ private:
     qint64 m_queuedBytes = 0;
     bool m_busy = false;      // the writer holds a command it took from the queue
     bool m_stopping = false;
+    // The reader waits for room or for the end: only then does the writer wake it, so small
+    // files do not cost a wake-up each.
+    bool m_readerWaiting = false;
     QString m_failure;        // the first failure; the writer skips everything after it
     int m_descriptor = -1;    // the file being written, on the writer's side
     QString m_target;
