@@ -104,6 +104,7 @@ std::span<const TessCommand> jsCommands();
 std::span<const TessCommand> linkCommands();
 std::span<const TessCommand> loadCommands();
 std::span<const TessCommand> memmapCommands();
+std::span<const TessCommand> pkgCommands();
 std::span<const TessCommand> propertyCommands();
 std::span<const TessCommand> scCommands();
 std::span<const TessCommand> shellCommands();

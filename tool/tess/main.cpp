@@ -12,8 +12,8 @@ using CommandRows = std::span<const TessCommand> (*)();
 constexpr CommandRows commandFiles[] = {
     buildCommands,    clangCommands,    commandsCommands, debugCommands,    depsCommands,
     diagCommands,     editCommands,     exprCommands,     forthCommands,    jsCommands,
-    linkCommands,     loadCommands,     memmapCommands,   propertyCommands, scCommands,
-    shellCommands,    solutionCommands, templateCommands,
+    linkCommands,     loadCommands,     memmapCommands,   pkgCommands,      propertyCommands,
+    scCommands,       shellCommands,    solutionCommands, templateCommands,
 };
 
 // The command word of a row: "load" of "load info".
