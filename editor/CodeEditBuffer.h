@@ -120,6 +120,15 @@ public:
     void setNeedsRescan(bool needed) { m_needsRescan = needed; }
     [[nodiscard]] quint32 changeCount() const { return m_changeCount; }
 
+    // Syntax colouring (CodeEditMarking.cpp). Brings the start state of every line up to date
+    // when a change asked for it, parsing only lines whose start state moved; returns the number
+    // of lines parsed that way.
+    int rescan();
+    // The marked text of a line with its tabs expanded, in a buffer shared by all documents that
+    // holds until the next call; null outside the buffer. A buffer without a parser gives the
+    // text as it stands, all in class 0.
+    const char16_t *markedLine(int line, int tabSize, bool showWhitespace);
+
     // Hands every line to `writer` in order; false when the writer stopped.
     bool writeLines(CodeEditLineWriter &writer) const;
 

@@ -10,9 +10,10 @@ namespace {
 using CommandRows = std::span<const TessCommand> (*)();
 
 constexpr CommandRows commandFiles[] = {
-    buildCommands, clangCommands, commandsCommands, debugCommands, depsCommands,
-    diagCommands,  editCommands,  exprCommands,     forthCommands, jsCommands,
-    linkCommands,  loadCommands,  propertyCommands, scCommands,    solutionCommands,
+    buildCommands, clangCommands, colourCommands, commandsCommands, debugCommands,
+    depsCommands,  diagCommands,  editCommands,   exprCommands,     forthCommands,
+    jsCommands,    linkCommands,  loadCommands,   propertyCommands, scCommands,
+    solutionCommands,
 };
 
 // The command word of a row: "load" of "load info".
