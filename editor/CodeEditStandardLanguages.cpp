@@ -49,7 +49,7 @@ CodeEditIARLinkScriptParser::CodeEditIARLinkScriptParser() : CodeEditStandardPar
 {
     // The directives and qualifiers of the linker configuration language, and the commands of
     // the other common linker script form that shares the .ld extension.
-    keywordsFolded = KeywordSet{
+    keywordsFolded = KeywordSet({
         "define", "memory", "region", "block", "overlay", "symbol", "exported", "initialize",
         "by", "copy", "manually", "zero", "do", "not", "place", "at", "in", "start", "end",
         "size", "with", "alignment", "align", "fixed", "order", "readonly", "readwrite", "ro",
@@ -61,7 +61,8 @@ CodeEditIARLinkScriptParser::CodeEditIARLinkScriptParser() : CodeEditStandardPar
         "sections", "entry", "provide", "provide_hidden", "origin", "length", "output_format",
         "output_arch", "search_dir", "input", "group", "output", "assert", "extern", "absolute",
         "addr", "loadaddr", "sizeof", "defined", "discard", "sort", "sort_by_name",
-        "sort_by_alignment", "fill", "byte", "short", "long", "quad", "noload", "startup"};
+        "sort_by_alignment", "fill", "byte", "short", "long", "quad", "noload", "startup"},
+                                Fold::Lower);
 }
 
 CodeEditXCParser::CodeEditXCParser() : CodeEditStandardParser(true)
@@ -97,11 +98,12 @@ CodeEditSTAPLParser::CodeEditSTAPLParser() : CodeEditStandardParser(true)
 
 CodeEditBatchParser::CodeEditBatchParser() : CodeEditStandardParser(false)
 {
-    keywordsFolded = KeywordSet{
+    keywordsFolded = KeywordSet({
         "break", "call", "chcp", "chdir", "cd", "cls", "copy", "ctty", "date", "del", "dir",
         "echo", "erase", "exit", "for", "goto", "if", "md", "mkdir", "path", "pause", "prompt",
         "rem", "ren", "rename", "rd", "rmdir", "set", "shift", "time", "type", "ver", "verify",
-        "vol"};
+        "vol"},
+                                Fold::Lower);
 }
 
 const char16_t *CodeEditBatchParser::parse(const char16_t *input, char16_t *output, int *blockDelta)
