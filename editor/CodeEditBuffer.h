@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringView>
 #include <compare>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -154,12 +155,21 @@ private:
     void rebuildIndex();
     void adjustCount(int blockIndex, int delta);
     void changed();
+    // Lines [first, last] as they are now changed, and lines from `shiftFrom` (counted before
+    // the change) moved by `delta`: the span the next rescan must look at.
+    void noteDirty(int first, int last, int shiftFrom, int delta);
+    CodeEditLine *iterateFrom(int index);
 
     CodeEditParser *m_parser = nullptr;
     std::vector<std::unique_ptr<Block>> m_blocks;
     std::vector<int> m_tree;   // Fenwick tree of the blocks' line counts
     int m_lineCount = 0;
     bool m_needsRescan = false;
+    // The lines changed since the last rescan lie within [m_dirtyFirst, m_dirtyLast], so the
+    // rescan need not walk the clean lines outside; a new parser makes it parse everything.
+    int m_dirtyFirst = 0;
+    int m_dirtyLast = std::numeric_limits<int>::max();
+    bool m_rescanAll = false;
     quint32 m_changeCount = 0;
     int m_longestLine = 0;
     struct Iterator {

@@ -101,20 +101,30 @@ int CodeEditBuffer::rescan()
     if (!m_needsRescan || !m_parser)
         return 0;
     m_needsRescan = false;
+    const bool all = m_rescanAll;
+    m_rescanAll = false;
+    const int first = m_dirtyFirst;
+    const int last = std::min(m_dirtyLast, m_lineCount - 1);
+    m_dirtyFirst = std::numeric_limits<int>::max();
+    m_dirtyLast = -1;
+    if (first > last)
+        return 0;
     CodeEditParser &parser = *m_parser;
     int parsed = 0;
     qint32 state = 0;
     QString stateText;
     int depth = 0;
-    CodeEditLine *previous = nullptr;
-    CodeEditLine *line = firstLine();
-    while (line) {
-        if (!line->dirty) {
-            state = line->startState;
-            stateText = line->startStateText;
-            depth = line->blockDepth;
-            previous = line;
-            line = nextLine();
+    // Lines before the first changed one are clean and keep their states; the walk starts there.
+    CodeEditLine *previous = first > 0 ? line(first - 1) : nullptr;
+    CodeEditLine *current = iterateFrom(first);
+    int index = first;
+    while (current) {
+        if (!all && !current->dirty) {
+            if (index >= last)
+                break;   // nothing after a clean line past the changes can differ
+            previous = current;
+            current = nextLine();
+            ++index;
             continue;
         }
         state = 0;
@@ -130,25 +140,27 @@ int CodeEditBuffer::rescan()
             stateText = parser.stateText;
             depth = std::max(0, previous->blockDepth + delta);
         }
-        line->startState = -1;
+        current->startState = -1;
         // Parse on while the start states differ; a clean line whose stored state agrees ends
-        // the run, since nothing after it can change.
-        while (line && (line->dirty || state != line->startState || stateText != line->startStateText)) {
-            line->dirty = 0;
-            line->startState = state;
-            line->startStateText = stateText;
-            line->blockDepth = depth;
+        // the run, since nothing after it changes until the next changed line.
+        while (current && ((all && index <= last) || current->dirty || state != current->startState
+                           || stateText != current->startStateText)) {
+            current->dirty = 0;
+            current->startState = state;
+            current->startStateText = stateText;
+            current->blockDepth = depth;
             parser.state = state;
             parser.stateText = stateText;
             int delta = 0;
-            parser.parse(parserInput(line->text), outputFor(line->text.size()), &delta);
+            parser.parse(parserInput(current->text), outputFor(current->text.size()), &delta);
             state = parser.state;
             stateText = parser.stateText;
             depth = std::max(0, depth + delta);
-            line->flags = (line->flags & ~lineBlockMask) | blockClass(delta, depth);
+            current->flags = (current->flags & ~lineBlockMask) | blockClass(delta, depth);
             ++parsed;
-            previous = line;
-            line = nextLine();
+            previous = current;
+            current = nextLine();
+            ++index;
         }
     }
     return parsed;

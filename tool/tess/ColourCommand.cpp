@@ -207,14 +207,43 @@ void appendEscaped(QString &to, QChar c)
     }
 }
 
-// One marked line in the chosen format, without its line end.
-void formatLine(const char16_t *marked, Format format, QString &to)
+// What stands before a run of each class: "{N}", an SGR sequence or a span's opening tag; made
+// once, so a line costs no formatting of numbers.
+struct RunOpeners {
+    explicit RunOpeners(Format format)
+    {
+        for (int code = 0; code < styleCount; ++code) {
+            if (format == Format::Marks) {
+                opener[code] = u'{' + QString::number(code) + u'}';
+            } else if (format == Format::Ansi) {
+                opener[code] = QStringLiteral("\x1b[0m");
+                if (ansiColours[code])
+                    opener[code] += QLatin1String("\x1b[") + QLatin1String(ansiColours[code]) + u'm';
+            } else if (code != 0) {
+                opener[code] = QLatin1String("<span class=\"ts") + QString::number(code) + QLatin1String("\">");
+            }
+        }
+    }
+    QString opener[styleCount];
+};
+
+// One marked line in the chosen format, without its line end, appended to `to`.
+void formatLine(const char16_t *marked, Format format, const RunOpeners &openers, QString &to)
 {
     int shown = 0;     // the class the text written so far has
     int current = 0;   // the class of the next character
-    for (const char16_t *p = marked; *p; ++p) {
-        if (*p == markSwitch) {   // its code may be 0, which is no terminator
+    const char16_t *run = marked;   // characters not yet copied that need no escaping
+    const auto flush = [&](const char16_t *end) {
+        if (end > run)
+            to.append(QStringView(run, end - run));
+    };
+    const char16_t *p = marked;
+    for (; *p; ++p) {
+        const char16_t c = *p;
+        if (c == markSwitch) {   // its code may be 0, which is no terminator
+            flush(p);
             const char16_t code = *++p;
+            run = p + 1;
             if (code < styleCount) {
                 current = code;
             } else if (format == Format::Marks && (code == markMisspeltBegin || code == markMisspeltEnd)) {
@@ -225,27 +254,21 @@ void formatLine(const char16_t *marked, Format format, QString &to)
             continue;
         }
         if (current != shown) {
-            if (format == Format::Marks) {
-                to += u'{' + QString::number(current) + u'}';
-            } else if (format == Format::Ansi) {
-                to += QLatin1String("\x1b[0m");
-                if (ansiColours[current])
-                    to += QLatin1String("\x1b[") + QLatin1String(ansiColours[current]) + u'm';
-            } else {
-                if (shown != 0)
-                    to += QLatin1String("</span>");
-                if (current != 0)
-                    to += QLatin1String("<span class=\"ts") + QString::number(current) + QLatin1String("\">");
-            }
+            flush(p);
+            run = p;
+            if (format == Format::Html && shown != 0)
+                to += QLatin1String("</span>");
+            to += openers.opener[current];
             shown = current;
         }
-        if (format == Format::Html)
-            appendEscaped(to, QChar(*p));
-        else if (format == Format::Marks && *p == '{')
-            to += QLatin1String("{{");
-        else
-            to += QChar(*p);
+        const bool escaped = format == Format::Html ? (c == '&' || c == '<' || c == '>') : (format == Format::Marks && c == '{');
+        if (escaped) {
+            flush(p);
+            run = p + 1;
+            to += c == '&' ? QLatin1String("&amp;") : c == '<' ? QLatin1String("&lt;") : c == '>' ? QLatin1String("&gt;") : QLatin1String("{{");
+        }
     }
+    flush(p);
     if (format == Format::Ansi && shown != 0)
         to += QLatin1String("\x1b[0m");
     if (format == Format::Html && shown != 0)
@@ -267,22 +290,30 @@ QString statePrefix(const CodeEditLine &line)
     return state + u'\t' + QString::number(line.blockDepth) + u'\t' + QLatin1String(block) + u'\t';
 }
 
+// Gathers the output as text and writes it in large UTF-8 pieces.
 class Writer {
 public:
     void add(const QString &text)
     {
-        m_bytes += text.toUtf8();
-        if (m_bytes.size() > (1 << 20))
+        m_text += text;
+        flushWhenFull();
+    }
+    // For appending in place; call flushWhenFull() after.
+    QString &text() { return m_text; }
+    void flushWhenFull()
+    {
+        if (m_text.size() > (1 << 19))
             flush();
     }
     void flush()
     {
-        std::fwrite(m_bytes.constData(), 1, size_t(m_bytes.size()), stdout);
-        m_bytes.clear();
+        const QByteArray bytes = m_text.toUtf8();
+        std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+        m_text.resize(0);
     }
 
 private:
-    QByteArray m_bytes;
+    QString m_text;
 };
 
 void writeDocument(CodeEditBuffer &buffer, const Options &options, const QString &title, Writer &writer)
@@ -297,15 +328,15 @@ void writeDocument(CodeEditBuffer &buffer, const Options &options, const QString
     if (count > 1 && buffer.lineLength(count - 1) == 0)
         --count;   // the empty line after the last terminator
     const int last = std::min(count, options.lastLine);
-    QString text;
+    const RunOpeners openers(options.format);
     for (int index = options.firstLine - 1; index < last; ++index) {
-        text.clear();
         const char16_t *marked = buffer.markedLine(index, options.tabSize, options.showWhitespace);
+        QString &text = writer.text();
         if (options.states)
             text += statePrefix(*buffer.line(index));
-        formatLine(marked, options.format, text);
+        formatLine(marked, options.format, openers, text);
         text += u'\n';
-        writer.add(text);
+        writer.flushWhenFull();
     }
     if (options.format == Format::Html)
         writer.add(QStringLiteral("</pre>\n</body>\n</html>\n"));
