@@ -225,19 +225,20 @@ bool allDigits(const char16_t *p, const char16_t *end, int base)
     return true;
 }
 
-// A number in Forth's forms: an optional sign, then $hex, #decimal, %binary, 0x hex or decimal,
-// with a trailing '.' for a double number.
+// A number in Forth's forms: $hex, #decimal, %binary, 0x hex or decimal, with a sign before or
+// after the base prefix and a trailing '.' for a double number.
 bool isForthNumber(const char16_t *p, const char16_t *end)
 {
     if (end > p && end[-1] == '.')
         --end;
+    if (p < end && *p == '-')
+        ++p;
     int base = 10;
     if (p < end && (*p == '$' || *p == '#' || *p == '%')) {
         base = *p == '$' ? 16 : *p == '#' ? 10 : 2;
-        ++p;
+        if (++p < end && *p == '-')
+            ++p;
     }
-    if (p < end && *p == '-')
-        ++p;
     if (base == 10 && end - p > 2 && p[0] == '0' && (p[1] | 0x20) == 'x') {
         base = 16;
         p += 2;
