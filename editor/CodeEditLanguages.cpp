@@ -3,13 +3,19 @@
 using namespace CodeEditScan;
 using Fold = KeywordSet::Fold;
 
-namespace {
-
-const char16_t *finish(Output &out, const char16_t *p)
+const char16_t *CodeEditLineParser::parse(const char16_t *input, char16_t *output, int *blockDelta)
 {
+    Output out(output);
+    if (!input) {
+        out.finish();
+        return nullptr;
+    }
+    const char16_t *end = scan(input, out, blockDelta);
     out.finish();
-    return p + 1;
+    return end + 1;
 }
+
+namespace {
 
 bool isQuote(char16_t c)
 {
@@ -43,13 +49,8 @@ CodeEditAssemblyParser::CodeEditAssemblyParser()
 {
 }
 
-const char16_t *CodeEditAssemblyParser::parse(const char16_t *input, char16_t *output, int *blockDelta)
+const char16_t *CodeEditAssemblyParser::scan(const char16_t *input, Output &out, int *blockDelta)
 {
-    Output out(output);
-    if (!input) {
-        out.finish();
-        return nullptr;
-    }
     const char16_t *p = input;
     if (state == 1)
         p = blockCommentBody(p, out, state);
@@ -95,7 +96,7 @@ const char16_t *CodeEditAssemblyParser::parse(const char16_t *input, char16_t *o
             p = otherCharacter(p, out, blockDelta);
         }
     }
-    return finish(out, p);
+    return p;
 }
 
 bool CodeEditAssemblyParser::isCode(QStringView text, int column) const
@@ -123,9 +124,7 @@ const char16_t *tripleBody(const char16_t *p, char16_t quote, Output &out, qint3
     out.setClass(ClassString);
     while (*p) {
         if (*p == '\\' && p[1]) {
-            out.run(ClassStringEscape, p, p + 2);
-            out.setClass(ClassString);
-            p += 2;
+            p = escapeAt(p, out);
         } else if (p[0] == quote && p[1] == quote && p[2] == quote) {
             out.run(ClassStringDelimiter, p, p + 3);
             state = 0;
@@ -139,13 +138,8 @@ const char16_t *tripleBody(const char16_t *p, char16_t quote, Output &out, qint3
 
 } // namespace
 
-const char16_t *CodeEditPythonParser::parse(const char16_t *input, char16_t *output, int *blockDelta)
+const char16_t *CodeEditPythonParser::scan(const char16_t *input, Output &out, int *blockDelta)
 {
-    Output out(output);
-    if (!input) {
-        out.finish();
-        return nullptr;
-    }
     const char16_t *p = input;
     if (state == 1 || state == 2)
         p = tripleBody(p, state == 1 ? '"' : '\'', out, state);
@@ -179,7 +173,7 @@ const char16_t *CodeEditPythonParser::parse(const char16_t *input, char16_t *out
             p = otherCharacter(p, out, blockDelta);
         }
     }
-    return finish(out, p);
+    return p;
 }
 
 // ---- Forth
@@ -263,13 +257,8 @@ const char16_t *forthComment(const char16_t *p, char16_t close, Output &out, qin
 
 } // namespace
 
-const char16_t *CodeEditForthParser::parse(const char16_t *input, char16_t *output, int *)
+const char16_t *CodeEditForthParser::scan(const char16_t *input, Output &out, int *)
 {
-    Output out(output);
-    if (!input) {
-        out.finish();
-        return nullptr;
-    }
     const char16_t *p = input;
     if (state == 1 || state == 2)
         p = forthComment(p, state == 1 ? ')' : '}', out, state);
@@ -286,7 +275,7 @@ const char16_t *CodeEditForthParser::parse(const char16_t *input, char16_t *outp
             ++end;
         p = forthWord(p, end, out);
     }
-    return finish(out, p);
+    return p;
 }
 
 // One word from `p` to `end`, and what it takes of the text after it.
@@ -395,9 +384,7 @@ const char16_t *cmakeQuoted(const char16_t *p, Output &out, qint32 &state)
     out.setClass(ClassString);
     while (*p) {
         if (*p == '\\' && p[1]) {
-            out.run(ClassStringEscape, p, p + 2);
-            out.setClass(ClassString);
-            p += 2;
+            p = escapeAt(p, out);
         } else if (p[0] == '$' && p[1] == '{') {
             const char16_t *end = variableEnd(p);
             out.run(ClassPreprocessor, p, end);
@@ -416,13 +403,8 @@ const char16_t *cmakeQuoted(const char16_t *p, Output &out, qint32 &state)
 
 } // namespace
 
-const char16_t *CodeEditCMakeParser::parse(const char16_t *input, char16_t *output, int *blockDelta)
+const char16_t *CodeEditCMakeParser::scan(const char16_t *input, Output &out, int *blockDelta)
 {
-    Output out(output);
-    if (!input) {
-        out.finish();
-        return nullptr;
-    }
     const char16_t *p = input;
     if (state == '"')
         p = cmakeQuoted(p, out, state);
@@ -455,7 +437,7 @@ const char16_t *CodeEditCMakeParser::parse(const char16_t *input, char16_t *outp
             p = otherCharacter(p, out, blockDelta);
         }
     }
-    return finish(out, p);
+    return p;
 }
 
 // ---- Device tree
@@ -501,13 +483,8 @@ const char16_t *dtsDirectiveEnd(const char16_t *p)
 
 } // namespace
 
-const char16_t *CodeEditDTSParser::parse(const char16_t *input, char16_t *output, int *blockDelta)
+const char16_t *CodeEditDTSParser::scan(const char16_t *input, Output &out, int *blockDelta)
 {
-    Output out(output);
-    if (!input) {
-        out.finish();
-        return nullptr;
-    }
     const char16_t *p = input;
     if (state == 1) {
         p = blockCommentBody(p, out, state);
@@ -518,7 +495,7 @@ const char16_t *CodeEditDTSParser::parse(const char16_t *input, char16_t *output
         if (isDirectiveLine(p)) {
             const char16_t *end = lineEnd(p);
             out.run(ClassPreprocessor, p, end);
-            return finish(out, end);
+            return end;
         }
     }
     while (const char16_t c = *p) {
@@ -560,7 +537,7 @@ const char16_t *CodeEditDTSParser::parse(const char16_t *input, char16_t *output
             p = otherCharacter(p, out, blockDelta);
         }
     }
-    return finish(out, p);
+    return p;
 }
 
 // ---- XML
@@ -595,13 +572,8 @@ bool startsWith(const char16_t *p, const char *text)
 
 } // namespace
 
-const char16_t *CodeEditXMLParser::parse(const char16_t *input, char16_t *output, int *)
+const char16_t *CodeEditXMLParser::scan(const char16_t *input, Output &out, int *)
 {
-    Output out(output);
-    if (!input) {
-        out.finish();
-        return nullptr;
-    }
     if (state != 1 && state != 2 && state != 4)
         state = 0;
     const char16_t *p = input;
@@ -675,7 +647,7 @@ const char16_t *CodeEditXMLParser::parse(const char16_t *input, char16_t *output
             break;
         }
     }
-    return finish(out, p);
+    return p;
 }
 
 // ---- Languages of words
@@ -685,13 +657,8 @@ const char16_t *CodeEditWordParser::special(const char16_t *, Output &)
     return nullptr;
 }
 
-const char16_t *CodeEditWordParser::parse(const char16_t *input, char16_t *output, int *blockDelta)
+const char16_t *CodeEditWordParser::scan(const char16_t *input, Output &out, int *blockDelta)
 {
-    Output out(output);
-    if (!input) {
-        out.finish();
-        return nullptr;
-    }
     const char16_t *p = input;
     if (isQuote(char16_t(state)))
         p = continuedString(p, out, state);
@@ -717,7 +684,7 @@ const char16_t *CodeEditWordParser::parse(const char16_t *input, char16_t *outpu
             p = otherCharacter(p, out, blockDelta);
         }
     }
-    return finish(out, p);
+    return p;
 }
 
 CodeEditVHDLParser::CodeEditVHDLParser()
@@ -789,11 +756,6 @@ const char16_t *svfData(const char16_t *p, Output &out, qint32 &state)
 }
 
 } // namespace
-
-const char16_t *CodeEditSVFParser::parse(const char16_t *input, char16_t *output, int *blockDelta)
-{
-    return CodeEditWordParser::parse(input, output, blockDelta);
-}
 
 const char16_t *CodeEditSVFParser::special(const char16_t *p, Output &out)
 {
@@ -874,13 +836,8 @@ const char16_t *CodeEditTessBasicParser::special(const char16_t *p, Output &out)
 
 // ---- YAML
 
-const char16_t *CodeEditYAMLParser::parse(const char16_t *input, char16_t *output, int *blockDelta)
+const char16_t *CodeEditYAMLParser::scan(const char16_t *input, Output &out, int *blockDelta)
 {
-    Output out(output);
-    if (!input) {
-        out.finish();
-        return nullptr;
-    }
     const char16_t *p = input;
     if (isQuote(char16_t(state))) {
         p = continuedString(p, out, state);
@@ -926,7 +883,7 @@ const char16_t *CodeEditYAMLParser::parse(const char16_t *input, char16_t *outpu
             p = otherCharacter(p, out, blockDelta);
         }
     }
-    return finish(out, p);
+    return p;
 }
 
 // ---- Markdown
@@ -950,19 +907,14 @@ const char16_t *emphasisClose(const char16_t *p, bool strong, const char16_t *&h
 
 } // namespace
 
-const char16_t *CodeEditMarkdownParser::parse(const char16_t *input, char16_t *output, int *)
+const char16_t *CodeEditMarkdownParser::scan(const char16_t *input, Output &out, int *)
 {
-    Output out(output);
     state = 0;
-    if (!input) {
-        out.finish();
-        return nullptr;
-    }
     const char16_t *p = input;
     if (*p == '#') {
         const char16_t *end = lineEnd(p);
         out.run(ClassKeyword, p, end);
-        return finish(out, end);
+        return end;
     }
     if (p[0] == '*' && p[1] == ' ') {
         out.run(ClassKeyword, p, p + 1);
@@ -983,7 +935,7 @@ const char16_t *CodeEditMarkdownParser::parse(const char16_t *input, char16_t *o
         out.setClass(ClassComment);
         out.put(*p++);
     }
-    return finish(out, p);
+    return p;
 }
 
 // ---- Documentation files
@@ -998,34 +950,24 @@ const DocVocabulary &CodeEditQvDocParser::vocabulary() const
     return qvDocVocabulary();
 }
 
-const char16_t *CodeEditDocGenParser::parse(const char16_t *input, char16_t *output, int *)
+const char16_t *CodeEditDocGenParser::scan(const char16_t *input, Output &out, int *)
 {
-    Output out(output);
-    if (!input) {
-        out.finish();
-        return nullptr;
-    }
     qint32 scanState = state == 4 ? 4 : 3;
     const char16_t *p = docText(input, out, scanState, vocabulary(), ClassText);
     state = scanState == 4 ? 4 : 0;
-    return finish(out, p);
+    return p;
 }
 
 // ---- Disassembly
 
-const char16_t *DisassemblyCodeEditParser::parse(const char16_t *input, char16_t *output, int *)
+const char16_t *DisassemblyCodeEditParser::scan(const char16_t *input, Output &out, int *)
 {
-    Output out(output);
     state = 0;
-    if (!input) {
-        out.finish();
-        return nullptr;
-    }
     const char16_t *p = input;
     if (!(isHexDigit(p[0]) && isHexDigit(p[1]) && isHexDigit(p[2]))) {
         const char16_t *end = lineEnd(p);
         out.run(ClassText, p, end);
-        return finish(out, end);
+        return end;
     }
     const char16_t *space = p;
     while (*space && *space != ' ')
@@ -1062,5 +1004,5 @@ const char16_t *DisassemblyCodeEditParser::parse(const char16_t *input, char16_t
             out.put(*p++);
         }
     }
-    return finish(out, p);
+    return p;
 }

@@ -4,12 +4,23 @@
 
 // Parsers of languages outside the C family, each on the base parser with its own scan.
 
+// A parser that scans a line into a marked line; the base handles a null input and the
+// terminator.
+class CodeEditLineParser : public CodeEditParser {
+public:
+    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) final;
+
+protected:
+    // Writes the line's marks and text; returns the address of the input's NUL.
+    virtual const char16_t *scan(const char16_t *input, CodeEditScan::Output &out, int *blockDelta) = 0;
+};
+
 // `;`, `@` or `#` at the line start or after a blank comment to the line end; block comments
 // (state 1); registers, `name:` labels, `.` directives, `$1F` numbers.
-class CodeEditAssemblyParser final : public CodeEditParser {
+class CodeEditAssemblyParser final : public CodeEditLineParser {
 public:
     CodeEditAssemblyParser();
-    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) override;
+    const char16_t *scan(const char16_t *input, CodeEditScan::Output &out, int *blockDelta) override;
     [[nodiscard]] bool isCode(QStringView text, int column) const override;
 
 private:
@@ -17,10 +28,10 @@ private:
 };
 
 // `#` comments; triple-quoted strings carried over lines in state 1 (""") and 2 (''').
-class CodeEditPythonParser final : public CodeEditParser {
+class CodeEditPythonParser final : public CodeEditLineParser {
 public:
     CodeEditPythonParser();
-    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) override;
+    const char16_t *scan(const char16_t *input, CodeEditScan::Output &out, int *blockDelta) override;
 
 private:
     CodeEditScan::KeywordSet m_keywords;
@@ -28,10 +39,10 @@ private:
 
 // Blank-separated words; `\`, `( )` (state 1) and `{ }` (state 2) comments; definitions, string
 // words and numbers. Braces are comments here, not blocks.
-class CodeEditForthParser final : public CodeEditParser {
+class CodeEditForthParser final : public CodeEditLineParser {
 public:
     CodeEditForthParser();
-    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) override;
+    const char16_t *scan(const char16_t *input, CodeEditScan::Output &out, int *blockDelta) override;
     [[nodiscard]] QString delimiters() const override;
 
 private:
@@ -40,10 +51,10 @@ private:
 };
 
 // `#` comments, command names, `${...}` variables, quoted arguments over lines (state 34).
-class CodeEditCMakeParser final : public CodeEditParser {
+class CodeEditCMakeParser final : public CodeEditLineParser {
 public:
     CodeEditCMakeParser();
-    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) override;
+    const char16_t *scan(const char16_t *input, CodeEditScan::Output &out, int *blockDelta) override;
 
 private:
     CodeEditScan::KeywordSet m_commands;
@@ -51,23 +62,23 @@ private:
 
 // Device trees: C comments (state 1), `/word/` directives and preprocessor lines, labels and
 // references.
-class CodeEditDTSParser final : public CodeEditParser {
+class CodeEditDTSParser final : public CodeEditLineParser {
 public:
-    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) override;
+    const char16_t *scan(const char16_t *input, CodeEditScan::Output &out, int *blockDelta) override;
 };
 
 // Markup. States: 0 text, 1 comment, 2 inside a tag, 4 in a quoted value (its quote in
 // stateText).
-class CodeEditXMLParser final : public CodeEditParser {
+class CodeEditXMLParser final : public CodeEditLineParser {
 public:
-    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) override;
+    const char16_t *scan(const char16_t *input, CodeEditScan::Output &out, int *blockDelta) override;
     [[nodiscard]] QString delimiters() const override;
 };
 
 // A language of words with line comments and keywords in any case.
-class CodeEditWordParser : public CodeEditParser {
+class CodeEditWordParser : public CodeEditLineParser {
 public:
-    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) override;
+    const char16_t *scan(const char16_t *input, CodeEditScan::Output &out, int *blockDelta) override;
 
 protected:
     // A comment opener at `p`: its length, else 0.
@@ -92,7 +103,6 @@ protected:
 class CodeEditSVFParser final : public CodeEditWordParser {
 public:
     CodeEditSVFParser();
-    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) override;
 
 protected:
     int commentOpener(const char16_t *p, const char16_t *lineStart) const override;
@@ -110,21 +120,21 @@ protected:
 };
 
 // `#` comments, keys, `-` items, `---` document markers.
-class CodeEditYAMLParser final : public CodeEditParser {
+class CodeEditYAMLParser final : public CodeEditLineParser {
 public:
-    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) override;
+    const char16_t *scan(const char16_t *input, CodeEditScan::Output &out, int *blockDelta) override;
 };
 
 // Headings, bullets and emphasis; no state.
-class CodeEditMarkdownParser final : public CodeEditParser {
+class CodeEditMarkdownParser final : public CodeEditLineParser {
 public:
-    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) override;
+    const char16_t *scan(const char16_t *input, CodeEditScan::Output &out, int *blockDelta) override;
 };
 
 // Documentation files: text, commands and their arguments, code blocks in state 4.
-class CodeEditDocGenParser : public CodeEditParser {
+class CodeEditDocGenParser : public CodeEditLineParser {
 public:
-    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) override;
+    const char16_t *scan(const char16_t *input, CodeEditScan::Output &out, int *blockDelta) override;
 
 protected:
     [[nodiscard]] virtual const CodeEditScan::DocVocabulary &vocabulary() const;
@@ -137,7 +147,7 @@ protected:
 };
 
 // Lines of a disassembly listing: the address of a code line, symbol references, comments.
-class DisassemblyCodeEditParser final : public CodeEditParser {
+class DisassemblyCodeEditParser final : public CodeEditLineParser {
 public:
-    const char16_t *parse(const char16_t *input, char16_t *output, int *blockDelta) override;
+    const char16_t *scan(const char16_t *input, CodeEditScan::Output &out, int *blockDelta) override;
 };

@@ -129,6 +129,13 @@ const char16_t *lineComment(const char16_t *p, int opener, Output &out);
 // escapes under ClassStringEscape, the closing quote under ClassStringDelimiter. Sets `state` to
 // the quote when a backslash ends the line, else leaves it alone.
 const char16_t *stringBody(const char16_t *p, char16_t quote, Output &out, qint32 &state);
+// A backslash and the character after it as an escape; the string goes on after them.
+inline const char16_t *escapeAt(const char16_t *p, Output &out)
+{
+    out.run(ClassStringEscape, p, p + 2);
+    out.setClass(ClassString);
+    return p + 2;
+}
 // A quote and its string.
 const char16_t *quotedString(const char16_t *p, Output &out, qint32 &state);
 

@@ -13,20 +13,16 @@
 
 namespace {
 
-void writeError(const QString &text)
-{
-    std::fflush(stdout);
-    const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
-}
-
+// The document's messages go to standard error; its one question, about a recovery file, stays
+// unanswered, so the file is coloured as it stands.
 class CommandQuestions final : public CodeEditQuestionsInterface {
 public:
-    void tell(const QString &, const QString &, const QString &message) override
-    {
-        writeError(QStringLiteral("tess colour: %1\n").arg(message));
-    }
+    explicit CommandQuestions(const CommandArguments &arguments) : m_arguments(arguments) {}
+    void tell(const QString &, const QString &, const QString &message) override { m_arguments.fail(message); }
     int ask(const QString &, const QString &, const QStringList &) override { return -1; }
+
+private:
+    const CommandArguments &m_arguments;
 };
 
 enum class Format { Marks, Ansi, Html };
@@ -363,19 +359,19 @@ int listSyntaxes()
     return exitSuccess;
 }
 
-bool loadDocument(CodeEdit &edit, const QString &file)
+bool loadDocument(const CommandArguments &arguments, CodeEdit &edit, const QString &file)
 {
     if (file != QLatin1String("-"))
         return edit.load(Path(file));
     QFile input;
     if (!input.open(stdin, QIODevice::ReadOnly)) {
-        writeError(QStringLiteral("tess colour: can't read standard input\n"));
+        arguments.fail(QStringLiteral("can't read standard input"));
         return false;
     }
     const qint64 limit = edit.settings().maximumFileSize;
     const QByteArray bytes = input.read(limit + 1);
     if (bytes.size() > limit) {
-        writeError(QStringLiteral("tess colour: standard input is too large to colour (more than %1 bytes)\n").arg(limit));
+        arguments.fail(QStringLiteral("standard input is too large to colour (more than %1 bytes)").arg(limit));
         return false;
     }
     return edit.loadBytes(bytes);
@@ -414,10 +410,10 @@ int colourCommand(const CommandArguments &arguments)
     setCommentTagSettings(arguments.value("--fixme-tags", QLatin1String(defaultFixmeTags)),
                           arguments.value("--attention-tags", QLatin1String(defaultAttentionTags)),
                           QLatin1String(defaultLintTags));
-    CommandQuestions questions;
+    CommandQuestions questions(arguments);
     CodeEdit edit;
     edit.setQuestions(&questions);
-    if (!loadDocument(edit, file))
+    if (!loadDocument(arguments, edit, file))
         return exitFailure;
     CodeEditBuffer &buffer = edit.buffer();
     buffer.setParser(syntax ? syntax->parser : nullptr);
