@@ -279,6 +279,7 @@ CodeEditBufferPosition CodeEditBuffer::insert(CodeEditBufferPosition position, c
         const int column = std::clamp(position.column, 0, oldLength);
         line.text.insert(column, text);
         lineChanged(block, line, oldLength);
+        noteDirty(position.line, position.line, m_lineCount, 0);
         return {position.line, column + int(text.size())};
     }
     std::vector<QString> parts;
@@ -286,6 +287,7 @@ CodeEditBufferPosition CodeEditBuffer::insert(CodeEditBufferPosition position, c
         parts.emplace_back(part.toString());
     if (position.line >= m_lineCount) {
         const int last = int(parts.back().size());
+        noteDirty(m_lineCount, m_lineCount + int(parts.size()) - 1, m_lineCount, 0);
         insertLines(m_lineCount, std::move(parts));
         return {m_lineCount - 1, last};
     }
@@ -297,6 +299,7 @@ CodeEditBufferPosition CodeEditBuffer::insert(CodeEditBufferPosition position, c
     if (parts.size() == 1) {
         const int end = column + int(parts.front().size());
         setLineText(block, line, QString(line.text).insert(column, parts.front()));
+        noteDirty(lineIndex, lineIndex, m_lineCount, 0);
         return {lineIndex, end};
     }
     const QString tail = line.text.mid(column);
@@ -305,6 +308,7 @@ CodeEditBufferPosition CodeEditBuffer::insert(CodeEditBufferPosition position, c
     const int endColumn = int(parts.back().size());
     parts.back() += tail;
     parts.erase(parts.begin());
+    noteDirty(lineIndex, lineIndex + added, lineIndex + 1, added);
     insertLines(lineIndex + 1, std::move(parts));
     return {lineIndex + added, endColumn};
 }
@@ -418,8 +422,10 @@ void CodeEditBuffer::remove(CodeEditBufferPosition start, CodeEditBufferPosition
         const int oldLength = int(line.text.size());
         line.text.remove(start.column, end.column - start.column);
         lineChanged(block, line, oldLength);
+        noteDirty(start.line, start.line, m_lineCount, 0);
         return;
     }
+    noteDirty(start.line, start.line, start.line + 1, start.line - end.line);
     const QString tail = text(end.line).mid(end.column);
     setLineText(block, line, line.text.left(start.column) + tail);
     removeLines(start.line + 1, end.line - start.line);
@@ -441,7 +447,26 @@ void CodeEditBuffer::clear()
     m_lastBlock = {};
     m_lineCount = 0;
     m_longestLine = 0;
+    m_dirtyFirst = 0;
+    m_dirtyLast = std::numeric_limits<int>::max();
     changed();
+}
+
+void CodeEditBuffer::noteDirty(int first, int last, int shiftFrom, int delta)
+{
+    if (m_dirtyLast != std::numeric_limits<int>::max() && m_dirtyLast >= shiftFrom)
+        m_dirtyLast = std::max(m_dirtyLast + delta, first);
+    m_dirtyFirst = std::min(m_dirtyFirst, first);
+    m_dirtyLast = std::max(m_dirtyLast, last);
+}
+
+CodeEditLine *CodeEditBuffer::iterateFrom(int index)
+{
+    if (index <= 0)
+        return firstLine();
+    const Located at = locate(index);
+    m_iterator = {at.block, at.line - 1};
+    return nextLine();
 }
 
 void CodeEditBuffer::setText(const QString &text)
@@ -488,6 +513,12 @@ int CodeEditBuffer::longestLength()
 
 void CodeEditBuffer::setParser(CodeEditParser *parser)
 {
+    if (parser != m_parser) {
+        // States kept by another parser mean nothing to this one.
+        m_rescanAll = true;
+        m_dirtyFirst = 0;
+        m_dirtyLast = std::numeric_limits<int>::max();
+    }
     m_parser = parser;
     m_needsRescan = true;
 }

@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringView>
 #include <compare>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -120,6 +121,15 @@ public:
     void setNeedsRescan(bool needed) { m_needsRescan = needed; }
     [[nodiscard]] quint32 changeCount() const { return m_changeCount; }
 
+    // Syntax colouring (CodeEditMarking.cpp). Brings the start state of every line up to date
+    // when a change asked for it, parsing only lines whose start state moved; returns the number
+    // of lines parsed that way.
+    int rescan();
+    // The marked text of a line with its tabs expanded, in a buffer shared by all documents that
+    // holds until the next call; null outside the buffer. A buffer without a parser gives the
+    // text as it stands, all in class 0.
+    const char16_t *markedLine(int line, int tabSize, bool showWhitespace);
+
     // Hands every line to `writer` in order; false when the writer stopped.
     bool writeLines(CodeEditLineWriter &writer) const;
 
@@ -145,12 +155,21 @@ private:
     void rebuildIndex();
     void adjustCount(int blockIndex, int delta);
     void changed();
+    // Lines [first, last] as they are now changed, and lines from `shiftFrom` (counted before
+    // the change) moved by `delta`: the span the next rescan must look at.
+    void noteDirty(int first, int last, int shiftFrom, int delta);
+    CodeEditLine *iterateFrom(int index);
 
     CodeEditParser *m_parser = nullptr;
     std::vector<std::unique_ptr<Block>> m_blocks;
     std::vector<int> m_tree;   // Fenwick tree of the blocks' line counts
     int m_lineCount = 0;
     bool m_needsRescan = false;
+    // The lines changed since the last rescan lie within [m_dirtyFirst, m_dirtyLast], so the
+    // rescan need not walk the clean lines outside; a new parser makes it parse everything.
+    int m_dirtyFirst = 0;
+    int m_dirtyLast = std::numeric_limits<int>::max();
+    bool m_rescanAll = false;
     quint32 m_changeCount = 0;
     int m_longestLine = 0;
     struct Iterator {

@@ -5,7 +5,8 @@
 #  2. 1,000,000 one-character insertions at random positions of a 100,000-line file, each its
 #     own operation, then undo all: the program over CodeEdit against the same workload over
 #     QTextDocument (QTextCursor::insertText, QTextDocument::undo), same seed; both print a digest
-#     of the edited text, which must agree.
+#     of the edited text, which must agree;
+#  3. syntax colouring against four highlighters and the rescan counts (colour.sh).
 # Usage: bench/editor/run.sh BIN_DIR   (RUNS=N load/save runs, default 7; UNDO_RUNS=N, default 3;
 #        INSERTS=N, default 1000000)
 set -eu
@@ -56,3 +57,6 @@ ours=$(median "$results/editor-undo.json" 0)
 anchor=$(median "$results/editor-undo.json" 1)
 printf 'median  CodeEdit %.3f s   QTextDocument %.3f s   %sx faster (target at least 10)\n' "$ours" "$anchor" \
     "$(ratio "$anchor" "$ours")"
+
+echo
+"$here/colour.sh" "$bin"

@@ -30,3 +30,28 @@ cmp -s before.txt latin1.txt && echo "latin1.txt is unchanged"
 echo "-- tess edit latin1.txt -e 'encoding utf-8' -e 'insert 1:1 \"\\u20ac \"' -e save"
 "$bin/tess" edit latin1.txt -e 'encoding utf-8' -e 'insert 1:1 "\u20ac "' -e save -e state 2>&1
 od -c latin1.txt | head -2
+
+echo
+echo "-- tess colour --list: the syntaxes"
+"$bin/tess" colour --list
+syntax="$here/syntax"
+echo "-- tess colour hello.c --format ansi"
+"$bin/tess" colour "$syntax/hello.c" --format ansi
+echo "-- tess colour startup.s --format ansi --states"
+"$bin/tess" colour "$syntax/startup.s" --format ansi --states
+echo "-- tess colour hello.c --rescan-stats: /* typed at the top, then the */ that closes it"
+"$bin/tess" colour "$syntax/hello.c" --rescan-stats --edit '1:1:/*' --edit '1:3:*/' --lines 1-2
+echo "-- HTML of every example (files known only by name take --lang)"
+for file in "$syntax"/*; do
+    name=$(basename "$file")
+    lang=()
+    case "$name" in
+        *.mdl) lang=(--lang md) ;;
+        *.stapl) lang=(--lang stapl) ;;
+        *.svf) lang=(--lang svf) ;;
+        *.lst) lang=(--lang disassembly) ;;
+    esac
+    "$bin/tess" colour "$file" "${lang[@]}" --format html > "$out/$name.html"
+    printf '%-16s -> %s.html: %d lines, %d coloured runs\n' "$name" "$name" \
+        "$(wc -l < "$file")" "$(grep -o '<span class="ts' "$out/$name.html" | wc -l)"
+done

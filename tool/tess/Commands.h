@@ -97,6 +97,7 @@ std::span<const TessCommand> commandsCommands();
 std::span<const TessCommand> debugCommands();
 std::span<const TessCommand> depsCommands();
 std::span<const TessCommand> diagCommands();
+std::span<const TessCommand> colourCommands();
 std::span<const TessCommand> editCommands();
 std::span<const TessCommand> exprCommands();
 std::span<const TessCommand> forthCommands();

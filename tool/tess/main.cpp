@@ -10,10 +10,10 @@ namespace {
 using CommandRows = std::span<const TessCommand> (*)();
 
 constexpr CommandRows commandFiles[] = {
-    buildCommands,    clangCommands,    commandsCommands, debugCommands,    depsCommands,
-    diagCommands,     editCommands,     exprCommands,     forthCommands,    jsCommands,
-    linkCommands,     loadCommands,     memmapCommands,   pkgCommands,      propertyCommands,
-    scCommands,       shellCommands,    solutionCommands, templateCommands,
+    buildCommands,    clangCommands,    colourCommands,   commandsCommands, debugCommands,
+    depsCommands,     diagCommands,     editCommands,     exprCommands,     forthCommands,
+    jsCommands,       linkCommands,     loadCommands,     memmapCommands,   pkgCommands,
+    propertyCommands, scCommands,       shellCommands,    solutionCommands, templateCommands,
 };
 
 // The command word of a row: "load" of "load info".

@@ -1,0 +1,2 @@
+chan c; par { master port p; select { case c :> int x: break; } }
+slave void f(streaming chanend d);
