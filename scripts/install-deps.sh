@@ -4,7 +4,7 @@
 set -eu
 declare -A sets=(
     [core]="cmake ninja-build g++ make qt6-base-dev qt6-5compat-dev libgtest-dev libgmock-dev zlib1g-dev libbz2-dev libxml2-utils git libdw-dev libelf-dev pkg-config binutils srecord socat libclang1-14"
-    [bench]="hyperfine time libxml2-utils ninja-build gforth duktape mujs libbenchmark-dev qt6-qpa-plugins clangd-14"
+    [bench]="hyperfine time python3 libxml2-utils ninja-build gforth duktape mujs libbenchmark-dev qt6-qpa-plugins clangd-14"
     [fuzz]="clang libclang-rt-14-dev"
 )
 missing=()

@@ -66,8 +66,11 @@ bool VarnelScriptSystem::run(const std::vector<Source> &sources, bool processEve
                              const std::function<void(ESContext &, ESValue)> &take)
 {
     enter(processEvents);
-    m_outcome = Outcome::Success;
-    m_scriptError.clear();
+    // A nested run (a host function running a script) reports its own errors; the outcome of
+    // this run is kept apart from it.
+    if (depth() == 1)
+        m_scriptError.clear();
+    Outcome outcome = Outcome::Success;
     const QString fileName = sources.empty() ? QString() : sources.back().fileName;
     try {
         ESValue value;
@@ -79,21 +82,25 @@ bool VarnelScriptSystem::run(const std::vector<Source> &sources, bool processEve
         }
         if (ran)
             take(*context(), value);
+        else
+            outcome = Outcome::Error;
     } catch (const ESFatalError &error) {
+        outcome = Outcome::Fatal;
         reportFatal(error.message);
     } catch (const HException &error) {
-        m_outcome = Outcome::Error;
+        outcome = Outcome::Error;
         report(QStringLiteral("Script runtime error"), error.message());
     } catch (...) {
-        m_outcome = Outcome::Fatal;
-        report(QStringLiteral("Script Fatal Error"), QStringLiteral("unexpected failure"));
+        outcome = Outcome::Fatal;
+        reportFatal(QStringLiteral("unexpected failure"));
     }
-    if (m_outcome == Outcome::Success && !m_scriptError.isEmpty()) {
-        m_outcome = Outcome::Error;
+    if (outcome == Outcome::Success && depth() == 1 && !m_scriptError.isEmpty()) {
+        outcome = Outcome::Error;
         report(m_productName + QStringLiteral(" Script runtime error ") + fileName, m_scriptError);
     }
     leave();
-    return m_outcome == Outcome::Success;
+    m_outcome = outcome;
+    return outcome == Outcome::Success;
 }
 
 bool VarnelScriptSystem::evaluateInContext(const QString &text, const QString &fileName,
