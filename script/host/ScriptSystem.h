@@ -54,6 +54,7 @@ public:
     static constexpr qint64 instructionLimit = 1000000;
     ThreadsWindowESContext() : ESContext(ContinuePolling::On) {}
     bool shouldContinue() override { return ++m_counter < instructionLimit; }
+    void resetBudget() { m_counter = 0; }
 
 private:
     qint64 m_counter = 0;

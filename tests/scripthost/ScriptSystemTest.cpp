@@ -1,9 +1,13 @@
 // The rules of entering the shared context and the texts a run reports, through the classes.
 #include "foundation/HException.h"
 #include "script/es/ESObject.h"
+#include "script/host/DebugScriptObjectClass.h"
 #include "script/host/HostClass.h"
 #include "script/host/ScriptSystem.h"
+#include "script/host/ThreadsWindowScript.h"
 #include "script/host/VarnelScriptSystem.h"
+#include "tests/support/TestSupport.h"
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
@@ -167,6 +171,43 @@ TEST(ScriptContexts, SecondContextRunsWhileKeepRunningHolds)
     context.keepRunning = false;
     const ESCompletion completion = context.evaluate(QString(), QStringLiteral("var n = 0; for (;;) ++n;"));
     EXPECT_EQ(completion.kind, ESCompletion::Normal);
+}
+
+} // namespace
+
+namespace {
+
+TEST(ThreadsWindow, UpdateFillsRowsAndGetregsAnswers)
+{
+    QTemporaryDir directory;
+    const QString path = directory.filePath(QStringLiteral("threads.js"));
+    TestSupport::writeFile(path, "function update() { Threads.clear(); Threads.setColumns(['Name', 'State']);"
+                                 " Threads.newqueue('Ready'); Threads.add(['idle', 'ready']); Threads.add(['main', 'run']); }\n"
+                                 "function getregs(n) { return 'regs of ' + n; }\n");
+    QStringList reports;
+    ThreadsWindowScript script({}, 64, [&](const QString &title, const QString &text) { reports.append(title + u':' + text); });
+    ASSERT_TRUE(script.load(path));
+    ASSERT_TRUE(script.update());
+    EXPECT_EQ(script.rows(), (QStringList{"Name\tState", "Ready", "idle\tready", "main\trun"}));
+    QString registers;
+    ASSERT_TRUE(script.getRegisters(QStringLiteral("2"), registers));
+    EXPECT_EQ(registers, QStringLiteral("regs of 2"));
+    EXPECT_TRUE(reports.isEmpty()) << reports.join(u'\n').toStdString();
+}
+
+TEST(ThreadsWindow, MissingScriptAndEndlessUpdate)
+{
+    QStringList reports;
+    ThreadsWindowScript script({}, 2, [&](const QString &title, const QString &text) { reports.append(title + u':' + text); });
+    EXPECT_FALSE(script.load(QStringLiteral("/nonexistent/threads.js")));
+    EXPECT_EQ(reports, QStringList{QStringLiteral("Threads Window:Cannot open: /nonexistent/threads.js")});
+
+    QTemporaryDir directory;
+    const QString path = directory.filePath(QStringLiteral("loop.js"));
+    TestSupport::writeFile(path, "function update() { for (var i = 0; ; ++i) Threads.add(['t' + i]); }\n");
+    ASSERT_TRUE(script.load(path));
+    EXPECT_TRUE(script.update()) << "the cut-off is no error";
+    EXPECT_EQ(script.rows(), (QStringList{"t0", "t1", ThreadsWindowScriptObjectClass::limitText(2)}));
 }
 
 } // namespace
