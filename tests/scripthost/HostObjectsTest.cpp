@@ -306,3 +306,37 @@ TEST(ScriptStop, InterruptStopsAnEndlessScript)
 }
 
 } // namespace
+
+namespace {
+
+// Every host function with arguments of every wrong kind: each call gives a result or the
+// function's error, the console goes on, nothing crashes or hangs.
+TEST(HostArgumentsSweep, WrongArgumentsNeverCrash)
+{
+    const QByteArray listing = TestSupport::readFile(QStringLiteral(TESS_TEST_DATA "/golden/host-functions.txt"));
+    const char *const argumentSets[] = {"", "undefined", "{}", "null, -1", "'x', 1e20, true", "[1, 2], NaN",
+                                        "-1, -1, -1, -1", "4294967296, 'y', {}, []", "'data.bin', 0, 4"};
+    QByteArray lines;
+    int calls = 0;
+    for (const QByteArray &row : listing.split('\n')) {
+        const QByteArray function = row.split('\t').value(0);
+        if (function.isEmpty() || function.startsWith("Varnel.Delay"))
+            continue;
+        for (const char *arguments : argumentSets) {
+            lines += function + '(' + arguments + ")\n";
+            ++calls;
+        }
+    }
+    lines += "'done'\n";
+    QTemporaryDir directory;
+    TestSupport::writeFile(directory.filePath(QStringLiteral("data.bin")), QByteArray(16, '\x5a'));
+    const TestSupport::ProgramRun run = runProgram(TestSupport::binPath(QStringLiteral("tess")),
+                                                   {QStringLiteral("js"), QStringLiteral("-i")}, lines,
+                                                   directory.path());
+    EXPECT_GT(calls, 1000);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.out.endsWith("done\n")) << run.out.right(200).toStdString();
+    EXPECT_FALSE(run.err.contains("Fatal")) << run.err.toStdString();
+}
+
+} // namespace
