@@ -36,7 +36,7 @@ constexpr HostFunctionRow tmsysRows[] = {
 };
 
 // Text files a script reads whole are held as one string of the engine.
-constexpr qint64 maxTextFile = ESNativeMaxTextLength;
+constexpr qint64 maxTextFile = qint64(1) << 27;
 
 ESValue boolean(bool value)
 {
