@@ -9,6 +9,7 @@
 #include <elfutils/libdwfl.h>
 #include <fcntl.h>
 #include <libelf.h>
+#include <cstdlib>
 #include <limits>
 #include <unistd.h>
 
@@ -547,6 +548,33 @@ std::vector<std::unique_ptr<SymbolInformation>> DwarfDebugger::globals()
 }
 
 // ---- Lines
+
+DwarfDebugger::SourcePosition DwarfDebugger::sourceAt(quint64 address)
+{
+    const Dwarf_Addr pc = address - m_bias;
+    Dwarf_Die unitDie;
+    if (address < m_bias || !dwarf_addrdie(m_dwarf, pc, &unitDie))
+        throw ParserException(QStringLiteral("no source at 0x%1").arg(address, 0, 16));
+    SourcePosition position;
+    if (Dwarf_Line *line = dwarf_getsrc_die(&unitDie, pc)) {
+        int number = 0;
+        if (const char *source = dwarf_linesrc(line, nullptr, nullptr))
+            position.file = QString::fromUtf8(source);
+        if (dwarf_lineno(line, &number) == 0)
+            position.line = number;
+    }
+    Dwarf_Die *scopes = nullptr;
+    const int count = dwarf_getscopes(&unitDie, pc, &scopes);
+    for (int i = 0; i < count; ++i) {
+        if (dwarf_tag(&scopes[i]) != DW_TAG_subprogram)
+            continue;
+        if (const char *name = dwarf_diename(&scopes[i]))
+            position.function = QString::fromUtf8(name);
+        break;
+    }
+    std::free(scopes);
+    return position;
+}
 
 quint64 DwarfDebugger::addressOfLine(const QString &file, int line)
 {

@@ -46,6 +46,15 @@ public:
     bool bigEndian() const override;
     int addressWidth() const override;
 
+    // Where an address lies in the sources: the function that holds it (empty when none does)
+    // and the nearest line at or before it. Throws ParserException when no unit covers it.
+    struct SourcePosition {
+        QString function;
+        QString file;
+        int line = 0;
+    };
+    [[nodiscard]] SourcePosition sourceAt(quint64 address);
+
     const ElfObjectFile &objectFile() const { return *m_object; }
     // The value of a constant attribute; negative only in DWARF's signed forms.
     [[nodiscard]] static std::optional<qint64> constantOf(Dwarf_Attribute &attribute);

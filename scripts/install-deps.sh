@@ -4,7 +4,7 @@
 set -eu
 declare -A sets=(
     [core]="cmake ninja-build g++ make qt6-base-dev qt6-5compat-dev libgtest-dev libgmock-dev zlib1g-dev libbz2-dev libxml2-utils git libdw-dev libelf-dev pkg-config binutils srecord socat libclang1-14 xvfb fonts-dejavu-core"
-    [bench]="hyperfine time bzip2 libxml2-utils ninja-build gforth duktape mujs libbenchmark-dev qt6-qpa-plugins clangd-14 source-highlight highlight libkf5syntaxhighlighting-tools python3-pygments"
+    [bench]="hyperfine time bzip2 python3 libxml2-utils ninja-build gforth duktape mujs libbenchmark-dev qt6-qpa-plugins clangd-14 source-highlight highlight libkf5syntaxhighlighting-tools python3-pygments"
     [fuzz]="clang libclang-rt-14-dev"
 )
 missing=()

@@ -39,7 +39,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, JsCommand, ::testing::Values(
                 "can't convert null to an object\nAt line 3\n\nSource line in error: y = null.z;\n"},
     CommandCase{"syntaxError", {"-e", "a === b"}, 1, "",
                 "expected ; found ===\nAt line 1\n\nSource line in error: a === b\n"},
-    CommandCase{"runawayRecursion", {"-e", "function f() { return f(); } f();"}, 1, "",
+    CommandCase{"runawayRecursion", {"-e", "function f() { return f(); } f();"}, 2, "",
                 "virtual machine stack too small\n"},
     CommandCase{"endlessLoopStopped", {"--max-instructions", "1000", "-e", "while (1) { }"}, 3, "",
                 "tess js: stopped after 1000 instructions\n"},
@@ -47,10 +47,12 @@ INSTANTIATE_TEST_SUITE_P(Cases, JsCommand, ::testing::Values(
                 "tess js: /nonexistent/x.js: No such file or directory\n"},
     CommandCase{"badOption", {"--frobnicate"}, 2, "",
                 "tess js: unknown option '--frobnicate'\n"
-                "usage: tess js [--max-instructions N] [--list] [-I DIR]... [-e TEXT | FILE...]\n"},
+                "usage: tess js [--solution FILE [--config NAME] [--project NAME]] [--elf FILE [--memory FILE@ADDR]...] "
+                "[--yes|--no] [--max-instructions N] [--list] [-I DIR]... (FILE... | -e TEXT | -i)\n"},
     CommandCase{"textAndFiles", {"-e", "1", "a.js"}, 2, "",
                 "tess js: give either -e TEXT or files\n"
-                "usage: tess js [--max-instructions N] [--list] [-I DIR]... [-e TEXT | FILE...]\n"}),
+                "usage: tess js [--solution FILE [--config NAME] [--project NAME]] [--elf FILE [--memory FILE@ADDR]...] "
+                "[--yes|--no] [--max-instructions N] [--list] [-I DIR]... (FILE... | -e TEXT | -i)\n"}),
     [](const auto &info) { return std::string(info.param.name); });
 
 TEST(JsFiles, RunInOneContextAndReportTheFile)
@@ -70,7 +72,11 @@ TEST(JsFiles, RunInOneContextAndReportTheFile)
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.out, "ran\n");
     EXPECT_EQ(run.err.toStdString(), ("not a function object\nAt line 2 of " + broken
-                                      + "\n\nSource line in error: undefinedFunction();\n").toStdString());
+                                      + "\n\nSource line in error: undefinedFunction();\n\n"
+                                        "Note that no Tessmark Script File has been specified. If "
+                                        "the script being executed calls\nTessmark Script File "
+                                        "functions then this is the cause of the error.\n")
+                                         .toStdString());
 }
 
 TEST(JsFiles, ListingShowsTheBytecode)

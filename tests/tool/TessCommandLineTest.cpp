@@ -101,7 +101,7 @@ TEST(TessCommandLine, LongOptionsTakeTheirValueAfterAnEqualsSignAndDashesEndTheO
 
 TEST(TessCommandLine, AScriptErrorQuotesAtMostTwoHundredCharactersOfItsLine)
 {
-    const QString line = QStringLiteral("var x = 1;") + QString(300, u' ') + QStringLiteral("nosuch();");
+    const QString line = QStringLiteral("var x = 1;") + QString(300, u' ') + QStringLiteral("null.nosuch;");
     const auto run = tess({"js", "-e", line});
     EXPECT_EQ(run.exitCode, 1);
     const QByteArray quoted = "Source line in error: " + line.left(200).toUtf8() + "...\n";

@@ -11,6 +11,7 @@
 #include "projects/SolutionSession.h"
 #include "projects/StandardProjectSystem.h"
 #include "tool/tess/Commands.h"
+#include "tool/tess/ConsoleBuildReporter.h"
 #include <QDir>
 #include <QSaveFile>
 #include <csignal>
@@ -92,60 +93,6 @@ int fail(const QString &text)
     return exitFailure;
 }
 
-// Prints the log as the build writes it.
-class ConsoleReporter : public BuildReporter {
-public:
-    explicit ConsoleReporter(bool verbose) : m_verbose(verbose) {}
-    void stepBegun(const BuildLogItem *project, const QString &title, int done,
-                   int total) override
-    {
-        heading(project);
-        print(QStringLiteral("[%1/%2] %3").arg(done).arg(qMax(done, total)).arg(title.trimmed()));
-    }
-    void itemAdded(const BuildLogItem *project, const BuildLogItem &item) override
-    {
-        if ((item.type() & LogItemFlag::Detail) && !m_verbose)
-            return;
-        heading(project);
-        static const char *const words[] = {"", "", "note", "warning", "error", "error"};
-        const int severity = int(item.severity());
-        const Bookmark &bookmark = item.bookmark();
-        if (severity < 2 || severity > 5) {
-            print(item.text());
-        } else if (bookmark.hasLocation()) {
-            QString location = bookmark.path;
-            if (bookmark.line >= 0)
-                location += u':' + QString::number(bookmark.line);
-            if (bookmark.column >= 0)
-                location += u':' + QString::number(bookmark.column);
-            print(QStringLiteral("%1: %2: %3").arg(location, QLatin1String(words[severity]),
-                                                   bookmark.message));
-        } else {
-            print(QStringLiteral("%1: %2").arg(QLatin1String(words[severity]),
-                                               bookmark.message.isEmpty() ? item.text()
-                                                                          : bookmark.message));
-        }
-    }
-
-private:
-    // Output is grouped by project: a heading whenever the project changes.
-    void heading(const BuildLogItem *project)
-    {
-        if (project == m_project)
-            return;
-        m_project = project;
-        if (project)
-            print(QStringLiteral("------ %1 ------").arg(project->text()));
-    }
-    static void print(const QString &text)
-    {
-        std::fprintf(stdout, "%s\n", text.toUtf8().constData());
-        std::fflush(stdout);
-    }
-    bool m_verbose;
-    const BuildLogItem *m_project = nullptr;
-};
-
 int operationOf(const BuildOptions &options, bool project)
 {
     const BuildAction action = options.rebuild ? BuildAction::Rebuild
@@ -204,7 +151,7 @@ int buildCommand(const CommandArguments &arguments)
     if (!options.exportFile.isEmpty())
         return writeExport(engine, targets, options, log);
 
-    ConsoleReporter reporter(options.verbose);
+    ConsoleBuildReporter reporter(options.verbose);
     VarnelIdler idler(log);
     idler.setReporter(&reporter);
     const int threads = options.clean ? 1 : buildThreads(options.settings);

@@ -5,6 +5,7 @@
 #include "debug/DebugExpressionParser.h"
 #include "debug/DwarfDebugger.h"
 #include "debug/MemoryDump.h"
+#include "debug/PrintFormat.h"
 #include "debug/QVariantBuilder.h"
 #include "debug/TextVariableView.h"
 #include "foundation/HException.h"
@@ -19,7 +20,6 @@ namespace {
 
 constexpr qint64 maxDumpLength = qint64(16) << 20;
 constexpr qint64 maxListSize = qint64(256) << 20;
-constexpr qint64 maxStringLength = 4096;
 
 void writeLine(FILE *to, const QString &text)
 {
@@ -90,13 +90,14 @@ std::optional<Session> openSession(const CommandArguments &arguments)
     return session;
 }
 
+PrintLimits limitsOf(const Session &session)
+{
+    return PrintLimits{session.depth, session.elements};
+}
+
 QString textOf(Session &session, const ExpressionValue &value, Radix radix)
 {
-    TextVariableView view;
-    view.setDepthLimit(session.depth);
-    view.setElementLimit(session.elements);
-    view.walk(*session.parser, QString(), value, radix);
-    return view.text();
+    return valueText(*session.parser, value, radix, limitsOf(session));
 }
 
 QString jsonOf(Session &session, const ExpressionValue &value)
@@ -109,36 +110,6 @@ QString jsonOf(Session &session, const ExpressionValue &value)
     // A lone scalar is no JSON document; it goes into a one-element array and comes out again.
     const QByteArray json = QJsonDocument::fromVariant(QVariantList{tree}).toJson(QJsonDocument::Compact);
     return QString::fromUtf8(json.mid(1, json.size() - 2));
-}
-
-// `Debug.print`'s one-letter formats.
-QString formatted(Session &session, const ExpressionValue &value, QChar letter)
-{
-    const BaseType *resolved = resolvedType(session.parser->typeOf(value));
-    const bool aggregate = value.kind == aggregateKind;
-    switch (letter.unicode()) {
-    case 'b': return textOf(session, value, Radix::Binary);
-    case 'c': return textOf(session, value, Radix::Character);
-    case 'd': return textOf(session, value, Radix::Decimal);
-    case 'o': return textOf(session, value, Radix::Octal);
-    case 'u': return textOf(session, value, Radix::UnsignedDecimal);
-    case 'x': return textOf(session, value, Radix::Hexadecimal);
-    case 's':
-        return VariableListBuilder::escape(QString::fromLatin1(session.parser->readString(value, maxStringLength)), true);
-    default: break;
-    }
-    if (aggregate || !value.isNumeric())
-        throw ParserException(QStringLiteral("format '%1' needs a number, not %2").arg(letter).arg(resolved ? resolved->name() : value.typeName()));
-    const ExpressionValue plain = value.normalised();
-    switch (letter.unicode()) {
-    case 'i': return QString::number(ExpressionValue::fromSigned(plain.integer, plain.width).integer);
-    case 'e': return QString::asprintf("%e", plain.toDouble());
-    case 'f': return QString::asprintf("%f", plain.toDouble());
-    case 'g': return QString::asprintf("%g", plain.toDouble());
-    default:
-        return VariableListBuilder::format(ExpressionValue::fromUnsigned(quint64(plain.toLongLong()), session.engine->addressWidth()),
-                                           16, true, false, session.engine->addressWidth());
-    }
 }
 
 // The expressions in order: operands after the ELF, and the lines of each --file at its place.
@@ -175,7 +146,7 @@ std::optional<QStringList> expressionsOf(const CommandArguments &arguments)
 int debugEval(const CommandArguments &arguments)
 {
     const QString format = arguments.value("--format");
-    if (arguments.has("--format") && (format.size() != 1 || !QStringLiteral("bcdefgiopsux").contains(format)))
+    if (arguments.has("--format") && (format.size() != 1 || !QLatin1String(printFormatLetters).contains(format)))
         return arguments.usageError(QStringLiteral("bad format '%1' (one of b c d e f g i o p s u x)").arg(format));
     std::optional<QStringList> expressions = expressionsOf(arguments);
     if (!expressions)
@@ -192,7 +163,7 @@ int debugEval(const CommandArguments &arguments)
             const std::unique_ptr<Expression> tree = session->parser->parse(text);
             const ExpressionValue value = tree->evaluate();
             const QString line = json                ? jsonOf(*session, value)
-                                 : !format.isEmpty() ? formatted(*session, value, format.at(0))
+                                 : !format.isEmpty() ? formattedValue(*session->parser, *session->engine, value, format.at(0), limitsOf(*session))
                                                      : textOf(*session, value, session->radix);
             writeLine(stdout, line);
         } catch (const ParserException &exception) {

@@ -1,25 +1,35 @@
-// `tess js`: runs scripts in the engine from the command line, or keeps a context open as a
-// console on standard input.
-#include "foundation/Directories.h"
-#include "foundation/Report.h"
+// `tess js`: runs scripts with every host object installed: Build on an opened solution, Debug
+// on an ELF image and its RAM dumps, BinaryFile and TMSys on files. Or keeps a context open as
+// a console on standard input.
+#include "foundation/HException.h"
+#include "projects/ProjectElement.h"
+#include "projects/SolutionSession.h"
+#include "projects/StandardProjectSystem.h"
 #include "script/es/ESContext.h"
-#include "script/es/ESNativeClass.h"
 #include "script/es/ESParser.h"
+#include "script/host/HostServices.h"
+#include "script/host/JavaScriptConsole.h"
+#include "script/host/ScriptBuildSession.h"
+#include "script/host/ScriptDebugSession.h"
+#include "script/host/VarnelScriptSystem.h"
 #include "tool/tess/Commands.h"
-#include <QCoreApplication>
+#include "tool/tess/ConsoleBuildReporter.h"
 #include <QFile>
 #include <QFileInfo>
 #include <QStringList>
+#include <csignal>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <unistd.h>
 
 namespace {
 
 constexpr qint64 maxScriptSize = qint64(64) << 20;
 
-// A fatal engine error (out of memory, nesting too deep) fails like a thrown one.
-enum Status { Success = exitSuccess, ScriptError = exitFailure, FatalError = exitFailure, Stopped = exitStopped };
+// Exit statuses of a run, as the script system ends it.
+constexpr int scriptError = exitFailure;
+constexpr int fatalError = 2;
 
 void writeText(FILE *to, const QString &text)
 {
@@ -27,66 +37,55 @@ void writeText(FILE *to, const QString &text)
     std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), to);
 }
 
-// The host object of the command line: WScript.Echo(x) writes x and a newline to stdout.
-class WScriptESClass : public ESNativeClass {
-public:
-    WScriptESClass();
-    void initialise(ESContext &context) override
-    {
-        ESObject *object = installGlobal(context);
-        installFunctions(context, nullptr, object);
-    }
-};
-
-void echo(ESNativeCall &call)
+void writeLine(FILE *to, const QString &text)
 {
-    writeText(stdout, call.context.toESString(call.argument(0)) + QLatin1Char('\n'));
-    call.setResult(ESValue::undefined());
+    if (to == stderr)
+        std::fflush(stdout);
+    writeText(to, text + QLatin1Char('\n'));
+    if (to == stdout)
+        std::fflush(stdout);
 }
 
-constexpr ESNativeFunctionRow wscriptRows[] = {
-    {"Echo", 1, 0, ESNativeRowFlag::Static, nullptr, echo, nullptr},
-};
+// The script system a Ctrl-C stops; set while a run may be going on.
+VarnelScriptSystem *interruptible = nullptr;
 
-WScriptESClass::WScriptESClass()
-    : ESNativeClass(QStringLiteral("WScript"), QStringLiteral("WScript"), wscriptRows)
+void onInterrupt(int)
 {
+    if (interruptible)
+        interruptible->requestStop();
 }
-
-// $(VarnelDir)/bin: the installation directory is the one above the program's own.
-QString binDirectory()
-{
-    return installationDirectory() + QStringLiteral("/bin");
-}
-
-// A context that counts instructions and stops the run when the budget is used up. load()
-// searches the programs' bin directory, as in the script system, then the -I directories.
-class CommandContext : public ESContext {
-public:
-    CommandContext(qint64 budget, const QStringList &searchDirectories)
-        : ESContext(budget > 0 ? ContinuePolling::On : ContinuePolling::Off), m_budget(budget)
-    {
-        m_wscript.initialise(*this);
-        globalClass->searchDirectories.append(binDirectory());
-        globalClass->searchDirectories.append(searchDirectories);
-    }
-    bool shouldContinue() override { return ++m_executed <= m_budget; }
-    bool stopped() const { return m_budget > 0 && m_executed > m_budget; }
-
-private:
-    WScriptESClass m_wscript;
-    qint64 m_budget;
-    qint64 m_executed = 0;
-};
 
 struct Options {
     qint64 maxInstructions = 0;
     bool list = false;
+    bool interactive = false;
     QString text;   // -e
     bool hasText = false;
     QStringList files;
     QStringList searchDirectories;   // -I
+    QString solution;
+    QString configuration;
+    QString project;
+    QString elf;
+    std::vector<ScriptDebugSession::Dump> dumps;
+    VarnelScriptSystem::PopupAnswer popupAnswer = VarnelScriptSystem::No;
 };
+
+// Reads --memory FILE@ADDRESS values; an empty text on success, else the usage error.
+QString readDumps(const CommandArguments &arguments, Options &options)
+{
+    for (const QString &memory : arguments.values("--memory")) {
+        const qsizetype at = memory.lastIndexOf(u'@');
+        bool ok = false;
+        const quint64 address = at > 0 ? memory.mid(at + 1).toULongLong(&ok, 0) : 0;
+        if (!ok)
+            return QStringLiteral("bad --memory '%1' (FILE@ADDRESS expected)").arg(memory);
+        options.dumps.emplace_back(memory.left(at), address);
+    }
+    if (!options.dumps.empty() && options.elf.isEmpty())
+        return QStringLiteral("--memory needs --elf");
+    return {};
+}
 
 // Reads the parsed arguments; an empty text on success, else the usage error.
 QString readOptions(const CommandArguments &arguments, Options &options)
@@ -98,64 +97,57 @@ QString readOptions(const CommandArguments &arguments, Options &options)
             return QStringLiteral("bad instruction count '%1'").arg(arguments.value("--max-instructions"));
     }
     options.list = arguments.has("--list");
+    options.interactive = arguments.has("--interactive");
     options.searchDirectories = arguments.values("--include");
     options.hasText = arguments.has("--eval");
     options.text = arguments.value("--eval");
     options.files = arguments.operands();
     if (options.hasText && !options.files.isEmpty())
         return QStringLiteral("give either -e TEXT or files");
-    return {};
+    if (options.interactive && (options.hasText || !options.files.isEmpty() || options.list))
+        return QStringLiteral("-i takes no -e TEXT, files or --list");
+    if (arguments.has("--yes") && arguments.has("--no"))
+        return QStringLiteral("--yes and --no exclude each other");
+    options.popupAnswer = arguments.has("--yes") ? VarnelScriptSystem::Yes : VarnelScriptSystem::No;
+    options.solution = arguments.value("--solution");
+    options.configuration = arguments.value("--config");
+    options.project = arguments.value("--project");
+    if (options.solution.isEmpty() && (arguments.has("--config") || arguments.has("--project")))
+        return QStringLiteral("--config and --project need --solution");
+    options.elf = arguments.value("--elf");
+    return readDumps(arguments, options);
 }
 
 bool readScript(const QString &path, QString &text)
 {
     QFile file(path);
+    if (QFileInfo(path).isDir()) {
+        writeLine(stderr, QStringLiteral("tess js: %1: is a directory").arg(path));
+        return false;
+    }
     if (!file.open(QIODevice::ReadOnly)) {
-        std::fprintf(stderr, "tess js: %s: %s\n", qPrintable(path), qPrintable(file.errorString()));
+        writeLine(stderr, QStringLiteral("tess js: %1: %2").arg(path, file.errorString()));
         return false;
     }
     if (file.size() > maxScriptSize) {
-        std::fprintf(stderr, "tess js: %s: script too large (%lld bytes, limit %lld)\n",
-                     qPrintable(path), qlonglong(file.size()), qlonglong(maxScriptSize));
+        writeLine(stderr, QStringLiteral("tess js: %1: script too large (%2 bytes, limit %3)")
+                              .arg(path).arg(file.size()).arg(maxScriptSize));
         return false;
     }
     text = QString::fromUtf8(file.readAll());
     return true;
 }
 
-// The texts the script system shows for an error that reached the top.
-void reportThrown(ESContext &context, ESValue value)
-{
-    if (!value.isObject() || !value.object) {
-        writeText(stderr, QStringLiteral("Uncaught exception: ") + context.toESString(value)
-                              + QLatin1Char('\n'));
-        return;
-    }
-    ESObject *error = value.object;
-    const auto property = [&](const char *name) {
-        return context.get(error, context.intern(QString::fromLatin1(name)));
-    };
-    QString text = context.toESString(property("message")) + QLatin1Char('\n');
-    const ESValue line = property("lineNumber");
-    if (!line.isUndefined()) {
-        text += QStringLiteral("At line ") + context.toESString(line);
-        const ESValue file = property("fileName");
-        if (!file.isUndefined())
-            text += QStringLiteral(" of ") + context.toESString(file);
-        text += QStringLiteral("\n\nSource line in error: ") + elidedSourceLine(context.toESString(property("sourceLine")))
-                + QLatin1Char('\n');
-    }
-    writeText(stderr, text);
-}
-
 int list(const Options &options)
 {
-    CommandContext context(0, options.searchDirectories);
-    int status = Success;
+    ESContext context;
+    VarnelScriptSystem reporter;
+    reporter.setReporter([](const QString &, const QString &text) { writeLine(stderr, text); });
+    int status = exitSuccess;
     for (const QString &path : options.files) {
         QString text;
         if (!readScript(path, text))
-            return ScriptError;
+            return scriptError;
         QString listing;
         context.fileName = path;
         context.sourceText = text;
@@ -166,47 +158,71 @@ int list(const Options &options)
             const std::unique_ptr<ESCode> code = parser.compileProgram();
             writeText(stdout, listing);
         } catch (const ESException &exception) {
-            reportThrown(context, exception.value);
-            status = ScriptError;
+            reporter.reportThrown(context, exception.value, path);
+            status = scriptError;
         }
     }
     return status;
 }
 
-int runSources(const Options &options)
+// The solution, configuration and active project Build acts on.
+struct BuildSetup {
+    std::unique_ptr<SolutionSession> projects;
+    std::unique_ptr<ScriptBuildSession> session;
+    std::unique_ptr<ConsoleBuildReporter> reporter;
+};
+
+std::optional<BuildSetup> openSolution(const CommandArguments &arguments, const Options &options)
 {
-    CommandContext context(options.maxInstructions, options.searchDirectories);
-    ESCompletion completion;
-    const QStringList sources = options.hasText ? QStringList{QString()} : options.files;
-    for (const QString &path : sources) {
-        QString text = options.text;
-        if (!options.hasText && !readScript(path, text))
-            return ScriptError;
-        completion = context.evaluate(path, text);
-        if (context.stopped()) {
-            std::fprintf(stderr, "tess js: stopped after %lld instructions\n",
-                         qlonglong(options.maxInstructions));
-            return Stopped;
+    BuildSetup setup;
+    if (options.solution.isEmpty())
+        return setup;
+    setup.projects = std::make_unique<SolutionSession>();
+    try {
+        setup.projects->load(options.solution);
+    } catch (const HException &error) {
+        arguments.fail(error.message());
+        return std::nullopt;
+    }
+    StandardProjectSystem &system = setup.projects->system();
+    QString configuration = options.configuration;
+    if (configuration.isEmpty()) {
+        const QStringList configurations = system.publicConfigurations();
+        configuration = configurations.isEmpty() ? QStringLiteral("Common") : configurations.first();
+    }
+    ProjectElement *project = nullptr;
+    if (!options.project.isEmpty()) {
+        project = system.findElement(options.project);
+        if (!project || project->kind() != ProjectElement::Kind::Project) {
+            arguments.fail(QStringLiteral("no project '%1' in %2").arg(options.project, options.solution));
+            return std::nullopt;
         }
-        if (completion.kind == ESCompletion::Thrown) {
-            reportThrown(context, completion.value);
-            return ScriptError;
+    } else if (ProjectElement *solution = system.solution()) {
+        for (ProjectElement *child : solution->children()) {
+            if (child->kind() == ProjectElement::Kind::Project) {
+                project = child;
+                break;
+            }
         }
     }
-    if (!completion.value.isUndefined())
-        writeText(stdout, context.toESString(completion.value) + QLatin1Char('\n'));
-    return Success;
+    setup.session = std::make_unique<ScriptBuildSession>(system, configuration, project);
+    if (!setup.session->setConfiguration(configuration)) {
+        arguments.fail(QStringLiteral("no configuration '%1' in %2").arg(configuration, options.solution));
+        return std::nullopt;
+    }
+    setup.reporter = std::make_unique<ConsoleBuildReporter>(false);
+    setup.session->setReporter(setup.reporter.get());
+    return setup;
 }
 
-// One context across the lines of standard input; a fatal error starts a fresh one.
-int console(const Options &options)
+// The console: one context across the lines of standard input.
+int console(VarnelScriptSystem &system)
 {
-    auto context = std::make_unique<CommandContext>(options.maxInstructions,
-                                                       options.searchDirectories);
+    JavaScriptConsole console(system, [](const QString &text) { writeLine(stdout, text); });
     const bool interactive = isatty(0);
     QFile input;
     if (!input.open(stdin, QIODevice::ReadOnly))
-        return FatalError;
+        return fatalError;
     for (;;) {
         if (interactive) {
             std::fputs("js> ", stdout);
@@ -215,20 +231,40 @@ int console(const Options &options)
         const QByteArray line = input.readLine(maxScriptSize);
         if (line.isEmpty())
             break;
-        try {
-            const ESCompletion completion = context->evaluate(QString(), QString::fromUtf8(line));
-            if (completion.kind == ESCompletion::Thrown)
-                reportThrown(*context, completion.value);
-            else if (!completion.value.isUndefined())
-                writeText(stdout, context->toESString(completion.value) + QLatin1Char('\n'));
-        } catch (const ESFatalError &error) {
-            writeText(stderr, error.message + QLatin1Char('\n'));
-            context = std::make_unique<CommandContext>(options.maxInstructions,
-                                                       options.searchDirectories);
-        }
-        std::fflush(stdout);
+        console.process(QString::fromUtf8(line));
     }
-    return Success;
+    return exitSuccess;
+}
+
+int runScripts(VarnelScriptSystem &system, const Options &options)
+{
+    std::vector<VarnelScriptSystem::Source> sources;
+    if (options.hasText)
+        sources.push_back({QString(), options.text});
+    for (const QString &path : options.files) {
+        QString text;
+        if (!readScript(path, text))
+            return scriptError;
+        sources.push_back({path, text});
+    }
+    QStringList results;
+    system.evaluate(sources, false, results);
+    if (system.budgetSpent()) {
+        writeLine(stderr, QStringLiteral("tess js: stopped after %1 instructions").arg(options.maxInstructions));
+        return exitStopped;
+    }
+    if (system.stopRequested()) {
+        writeLine(stderr, QStringLiteral("tess js: stopped"));
+        return exitStopped;
+    }
+    switch (system.lastOutcome()) {
+    case VarnelScriptSystem::Outcome::Error: return scriptError;
+    case VarnelScriptSystem::Outcome::Fatal: return fatalError;
+    case VarnelScriptSystem::Outcome::Success: break;
+    }
+    for (const QString &line : std::as_const(results))
+        writeLine(stdout, line);
+    return exitSuccess;
 }
 
 int jsCommand(const CommandArguments &arguments)
@@ -236,30 +272,67 @@ int jsCommand(const CommandArguments &arguments)
     Options options;
     if (const QString problem = readOptions(arguments, options); !problem.isEmpty())
         return arguments.usageError(problem);
+    if (options.list)
+        return list(options);
+    std::optional<BuildSetup> build = openSolution(arguments, options);
+    if (!build)
+        return exitFailure;
+    std::unique_ptr<ScriptDebugSession> debug;
+    if (!options.elf.isEmpty())
+        debug = std::make_unique<ScriptDebugSession>(options.elf, options.dumps);
+
+    VarnelScriptSystem system;
+    system.setPopupAnswer(options.popupAnswer);
+    system.setSearchDirectories(options.searchDirectories);
+    system.setInstructionBudget(options.maxInstructions);
+    system.setReporter([](const QString &, const QString &text) { writeLine(stderr, text); });
+    HostServices services;
+    services.system = &system;
+    services.output = [](const QString &text) { writeLine(stdout, text); };
+    services.note = [](const QString &text) { writeLine(stderr, text); };
+    services.build = build->session.get();
+    services.debug = debug.get();
+    if (build->session)
+        build->session->setStopCheck([&system] { return system.stopRequested(); });
+    system.setHostHook([&services](MyESContext &context) { installHostClasses(context, services); });
+
+    interruptible = &system;
+    std::signal(SIGINT, onInterrupt);
+    int status = exitSuccess;
     try {
-        if (options.list)
-            return list(options);
-        if (options.hasText || !options.files.isEmpty())
-            return runSources(options);
-        return console(options);
-    } catch (const ESFatalError &error) {
-        std::fflush(stdout);
-        writeText(stderr, error.message + QLatin1Char('\n'));
-        return FatalError;
+        const bool interactive = options.interactive || (!options.hasText && options.files.isEmpty());
+        status = interactive ? console(system) : runScripts(system, options);
+    } catch (const HException &error) {
+        writeLine(stderr, QStringLiteral("tess js: ") + error.message());
+        status = fatalError;
     }
+    std::signal(SIGINT, SIG_DFL);
+    interruptible = nullptr;
+    return status;
 }
 
 constexpr TessOption jsOptions[] = {
     {"--eval", "TEXT", "run TEXT instead of files", "-e"},
+    {"--interactive", nullptr, "a console on standard input: one context across the lines", "-i"},
     {"--include", "DIR", "search DIR too when a script calls load() (repeatable)", "-I"},
+    {"--solution", "FILE", "open the solution that Build acts on"},
+    {"--config", "NAME", "the build configuration (default: the solution's first)"},
+    {"--project", "NAME", "the active project (default: the solution's first)"},
+    {"--elf", "FILE", "the program Debug evaluates in (opened on first use)"},
+    {"--memory", "FILE@ADDRESS", "lay the bytes of FILE over the ELF image at ADDRESS (repeatable)", "-m"},
+    {"--yes", nullptr, "TMSys.popup answers yes"},
+    {"--no", nullptr, "TMSys.popup answers no (the default)"},
     {"--max-instructions", "N", "stop after N instructions (status 3)"},
     {"--list", nullptr, "print the byte code of each file instead of running it"},
 };
 
 constexpr TessCommand jsRows[] = {
-    {"js", "[--max-instructions N] [--list] [-I DIR]... [-e TEXT | FILE...]",
-     "run JavaScript files or text; with neither, a console on standard input", jsOptions,
-     "tess js -I lib -e 'WScript.Echo(1 + 2)'", jsCommand},
+    {"js",
+     "[--solution FILE [--config NAME] [--project NAME]] [--elf FILE [--memory FILE@ADDR]...] "
+     "[--yes|--no] [--max-instructions N] [--list] [-I DIR]... (FILE... | -e TEXT | -i)",
+     "run JavaScript with the host objects (Build, Debug, BinaryFile, TMSys...); -i: a console",
+     jsOptions, "tess js --solution demo.qvProject --elf app.elf -e 'Build.buildSolution()'",
+     jsCommand},
 };
 
 } // namespace

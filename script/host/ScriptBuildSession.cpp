@@ -1,0 +1,96 @@
+#include "script/host/ScriptBuildSession.h"
+#include "buildengine/BuildEngine.h"
+#include "buildengine/BuildLog.h"
+#include "buildengine/VarnelBuilder.h"
+#include "projects/ProjectElement.h"
+#include "projects/StandardProjectSystem.h"
+#include <memory>
+#include <vector>
+
+ScriptBuildSession::ScriptBuildSession(StandardProjectSystem &system, const QString &configuration,
+                                       ProjectElement *activeProject)
+    : m_system(system), m_configuration(configuration), m_activeProject(activeProject)
+{
+}
+
+int ScriptBuildSession::run(int operation)
+{
+    BuildEngine engine(m_system);
+    BuildLog log;
+    VarnelIdler idler(log);
+    idler.setReporter(m_reporter);
+    const BuildOperationInfo *info = buildOperation(operation);
+    const bool clean = info && info->action == BuildAction::Clean;
+    const int threads = clean ? 1 : buildThreads(m_settings);
+    std::vector<std::unique_ptr<VarnelBuilder>> owned;
+    std::vector<Builder *> builders;
+    for (int i = 0; i < threads; ++i) {
+        owned.push_back(std::make_unique<VarnelBuilder>(log, idler, engine.state()));
+        owned.back()->setShowCommandLines(m_settings.showCommandLines);
+        builders.push_back(owned.back().get());
+    }
+    idler.setIdleHook([&] {
+        if (!m_stopCheck || engine.state().stopped || !m_stopCheck())
+            return;
+        engine.cancelBuild(builders);
+        for (const auto &builder : owned)
+            builder->terminate();
+    });
+    const BuildTargets targets{m_system.solution(), m_activeProject, m_activeProject,
+                               m_configuration};
+    m_lastStatus.clear();
+    return runBuildOperation(engine, operation, targets, m_settings, builders, idler,
+                             &m_lastStatus);
+}
+
+bool ScriptBuildSession::setConfiguration(const QString &name)
+{
+    if (!m_system.publicConfigurations().contains(name)
+        && !m_system.privateConfigurations().contains(name))
+        return false;
+    m_configuration = name;
+    return true;
+}
+
+QString ScriptBuildSession::activeProjectName() const
+{
+    return m_activeProject ? m_activeProject->elementName() : QString();
+}
+
+bool ScriptBuildSession::setActiveProject(const QString &name)
+{
+    ProjectElement *project = m_system.findElement(name);
+    if (!project || project->kind() != ProjectElement::Kind::Project)
+        return false;
+    m_activeProject = project;
+    return true;
+}
+
+QStringList ScriptBuildSession::targetProcessors() const
+{
+    if (!m_activeProject)
+        return {};
+    const QString *list = m_activeProject->findValue(m_configuration, QLatin1String(targetProcessorsProperty));
+    if (!list)
+        list = m_activeProject->findProperty(QLatin1String(targetProcessorsProperty));
+    return list ? list->split(u';', Qt::SkipEmptyParts) : QStringList();
+}
+
+QString ScriptBuildSession::targetProcessor() const
+{
+    if (!m_activeProject)
+        return {};
+    if (const QString *selected = m_activeProject->findProperty(QLatin1String(targetProcessorProperty)))
+        return *selected;
+    const QStringList all = targetProcessors();
+    return all.isEmpty() ? QString() : all.first();
+}
+
+bool ScriptBuildSession::setTargetProcessor(const QString &name)
+{
+    if (!m_activeProject || !targetProcessors().contains(name))
+        return false;
+    m_activeProject->setProperty(QLatin1String(targetProcessorProperty), name);
+    m_system.invalidateCaches();
+    return true;
+}
