@@ -2,6 +2,7 @@
 // already running for the user and ends; `--print` and `--check` build everything without a
 // screen and print what was built, for `tess shell`.
 #include "foundation/Directories.h"
+#include "foundation/MacroSession.h"
 #include "foundation/PropertyClass.h"
 #include "foundation/Report.h"
 #include "shell/GUIBuilder.h"
@@ -287,18 +288,38 @@ QString prepareEnvironment(bool headless)
     return displayReachable(&why) ? QString() : why;
 }
 
-// The global macro system with the installation and user folders.
-std::unique_ptr<PropertyClassList> makeMacroSystem()
+// The user's folder beside the installation in the macros the window expands with.
+void defineUserFolderMacro(const MacroSession &macros)
 {
-    setInstallationDirectory(QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/..")).canonicalFilePath());
-    setBinaryDirectory(QCoreApplication::applicationDirPath());
-    std::unique_ptr<PropertyClassList> macroSystem = PropertyClassList::createMacroSystem();
-    PropertyClassList::setGlobal(macroSystem.get());
-    macroSystem->defineSystemMacro(QStringLiteral("VarnelDir"), installationDirectory(),
-                                   QStringLiteral("The installation directory of Tessmark."));
-    macroSystem->defineSystemMacro(QStringLiteral("VarnelUserDir"), ShellPaths::userFolder(),
-                                   QStringLiteral("The user's own Tessmark folder."));
-    return macroSystem;
+    macros.macros().defineSystemMacro(QStringLiteral("VarnelUserDir"), ShellPaths::userFolder(),
+                                      QStringLiteral("The user's own Tessmark folder."));
+}
+
+// The window's schemes and keys from the command line; a checked file stands in for its kind.
+VarnelWindow::Options windowOptionsFor(const Options &options)
+{
+    VarnelWindow::Options windowOptions;
+    windowOptions.messageScheme = options.scheme;
+    windowOptions.keyScheme = options.keyScheme;
+    windowOptions.userKeysPath = options.keys;
+    if (!options.check.isEmpty()) {
+        aimCheck(options.check, windowOptions);
+        reportedCount = 0;   // what the settings said is not the checked file's
+    }
+    return windowOptions;
+}
+
+// Files handed over by a second instance open in this window.
+void listenForHandOver(VarnelApplication &application, const QString &instance,
+                       VarnelWindow &window)
+{
+    if (QString problem; !application.listen(instance, &problem))
+        report(ReportChannel::Warning, problem);
+    QObject::connect(&application, &VarnelApplication::argumentsReceived, &window, [&window](const QStringList &received) {
+        if (MessageLog *messages = MessageLog::instance())
+            messages->note(QStringLiteral("handed over by another instance: %1").arg(received.join(QStringLiteral(", "))));
+        window.openPaths(received);
+    });
 }
 
 // What --print and --check ask for, once the window is made without a screen.
@@ -362,7 +383,9 @@ int main(int argc, char **argv)
         return exitFailure;
     }
 
-    const std::unique_ptr<PropertyClassList> macroSystem = makeMacroSystem();
+    setUpProgramDirectories();
+    const MacroSession macros;
+    defineUserFolderMacro(macros);
     setReportMask(reportErrors | reportWarnings);
     std::unique_ptr<MessageLog> log;
     if (headless)
@@ -381,14 +404,7 @@ int main(int argc, char **argv)
     SettingsFile settings;
     if (QString problem; !settings.load(ShellPaths::settingsFile(), &problem))
         report(ReportChannel::Warning, problem);
-    VarnelWindow::Options windowOptions;
-    windowOptions.messageScheme = options.scheme;
-    windowOptions.keyScheme = options.keyScheme;
-    windowOptions.userKeysPath = options.keys;
-    if (!options.check.isEmpty()) {
-        aimCheck(options.check, windowOptions);
-        reportedCount = 0;   // what the settings said is not the checked file's
-    }
+    const VarnelWindow::Options windowOptions = windowOptionsFor(options);
     const double beforeWindow = double(sinceStart.nsecsElapsed()) / 1e6;
     VarnelWindow window(&settings, windowOptions);
     if (options.timings) {
@@ -405,15 +421,8 @@ int main(int argc, char **argv)
         return status;
     }
 
-    if (linked) {
-        if (QString problem; !application.listen(instance, &problem))
-            report(ReportChannel::Warning, problem);
-        QObject::connect(&application, &VarnelApplication::argumentsReceived, &window, [&window](const QStringList &received) {
-            if (MessageLog *messages = MessageLog::instance())
-                messages->note(QStringLiteral("handed over by another instance: %1").arg(received.join(QStringLiteral(", "))));
-            window.openPaths(received);
-        });
-    }
+    if (linked)
+        listenForHandOver(application, instance, window);
     FirstPaint firstPaint(&window, [&] { afterFirstPaint(window, options, double(sinceStart.nsecsElapsed()) / 1e6); });
     window.show();
     if (!paths.isEmpty())
