@@ -1,5 +1,7 @@
 #include "shell/VarnelWindow.h"
 #include "foundation/XMLDocument.h"
+#include "projects/ProjectSystem.h"
+#include "projects/SolutionSession.h"
 #include "shell/ActionTable.h"
 #include "shell/Actions.h"
 #include "shell/EditCommands.h"
@@ -124,6 +126,10 @@ VarnelWindow::VarnelWindow(SettingsFile *settings, const Options &options, QWidg
     createActions();
     connectCommands();
     createWindows();
+    createEditorArea();
+    createProjectViews();
+    createBuildViews();
+    createConsoles();
     createStatusPanes();
     applySchemes();
     m_defaultState = saveState();
@@ -514,6 +520,17 @@ bool VarnelWindow::openSolution(const QString &path)
         showStatus(QStringLiteral("Cannot open %1: %2").arg(info.fileName(), why));
         return false;
     }
+    // A solution that does not load leaves the one open before, and the window, as they were.
+    auto session = std::make_unique<SolutionSession>();
+    try {
+        session->load(info.absoluteFilePath());
+    } catch (const SolutionLoadError &error) {
+        report(ReportChannel::Error, QStringLiteral("%1: %2").arg(path, error.message()));
+        showStatus(QStringLiteral("Cannot open %1: %2").arg(info.fileName(), error.message()));
+        return false;
+    }
+    closeSolution();
+    m_session = std::move(session);
     m_solutionPath = info.absoluteFilePath();
     setWindowTitle(QStringLiteral("%1 - Tessmark").arg(info.completeBaseName()));
     m_solutionLabel->setText(QStringLiteral("Solution: %1").arg(QDir::toNativeSeparators(m_solutionPath)));
@@ -530,6 +547,8 @@ void VarnelWindow::closeSolution()
     if (m_solutionPath.isEmpty())
         return;
     m_solutionPath.clear();
+    emit solutionClosing();
+    m_session.reset();
     setWindowTitle(QStringLiteral("Tessmark"));
     m_solutionLabel->setText(QStringLiteral("No solution is open."));
     emit solutionChanged(QString());

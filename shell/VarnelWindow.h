@@ -10,9 +10,14 @@
 #include <memory>
 
 class Actions;
+class BuildViews;
+class ConsoleViews;
+class DocumentHost;
 class EditCommandInterface;
+class EditorArea;
 class GUIBuilder;
 class MessageScheme;
+class ProjectViews;
 class ProxyAction;
 class QLabel;
 class QMenu;
@@ -20,6 +25,7 @@ class QListWidget;
 class QPlainTextEdit;
 class QTimer;
 class SettingsFile;
+class SolutionSession;
 class VarnelAction;
 struct ActionRow;
 
@@ -68,8 +74,17 @@ public:
     bool openSolution(const QString &path);
     void closeSolution();
     [[nodiscard]] QString solutionPath() const { return m_solutionPath; }
+    // The open solution (its macro session, project system and tree); null when none is open.
+    [[nodiscard]] SolutionSession *solutionSession() const { return m_session.get(); }
     // The editor that answers the editor commands' enable state; null when none has the focus.
     void setEditor(EditCommandInterface *editor);
+    [[nodiscard]] EditCommandInterface *editor() const { return m_editor; }
+    // The document area; null until the editors are made.
+    [[nodiscard]] DocumentHost *documents() const { return m_documents; }
+    [[nodiscard]] EditorArea *editorArea() const { return m_editorArea; }
+    [[nodiscard]] ProjectViews *projectViews() const { return m_projectViews; }
+    [[nodiscard]] BuildViews *buildViews() const { return m_buildViews; }
+    [[nodiscard]] ConsoleViews *consoleViews() const { return m_consoleViews; }
     [[nodiscard]] bool hasHandler(const QString &action) const;
     // Writes the settings; a failure is said once per run, and the window goes on.
     void saveSettings();
@@ -85,7 +100,11 @@ public slots:
     void updateGUI();
 
 signals:
+    // A solution was opened (its path) or closed (empty). The session is in place when it comes.
     void solutionChanged(const QString &path);
+    // The open solution is about to close: its session is still there, for the views that save
+    // what they keep of it.
+    void solutionClosing();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -105,6 +124,13 @@ private:
     // the action as one the window carries out.
     void addCommand(const QString &action, std::function<void()> command);
     void createWindows();
+    // The working views, each in its own file: the documents (VarnelWindowEditors.cpp), the
+    // project and properties views (VarnelWindowProjects.cpp), the build actions and log
+    // (VarnelWindowBuild.cpp), the consoles and the script commands (VarnelWindowConsoles.cpp).
+    void createEditorArea();
+    void createProjectViews();
+    void createBuildViews();
+    void createConsoles();
     void createStatusPanes();
     void loadTexts();
     void loadKeys();
@@ -161,6 +187,12 @@ private:
     QTimer *m_updateTimer = nullptr;
     QTimer *m_clock = nullptr;
     EditCommandInterface *m_editor = nullptr;
+    std::unique_ptr<SolutionSession> m_session;
+    DocumentHost *m_documents = nullptr;
+    EditorArea *m_editorArea = nullptr;
+    ProjectViews *m_projectViews = nullptr;
+    BuildViews *m_buildViews = nullptr;
+    ConsoleViews *m_consoleViews = nullptr;
     QString m_solutionPath;
     QByteArray m_defaultState;   // the layout right after the first build, for WindowResetLayout
     QString m_lastStatus;

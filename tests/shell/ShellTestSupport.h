@@ -28,15 +28,42 @@ private:
     QByteArray m_oldHome;
 };
 
-// An editor that answers the shell from three flags.
+// An editor that answers the shell from three flags and notes each command it is given.
 class StubEdit : public EditCommandInterface {
 public:
     bool isEditable() const override { return editable; }
-    bool canUndo() const override { return undo; }
-    bool canRedo() const override { return redo; }
+    bool canUndo() const override { return undoable; }
+    bool canRedo() const override { return redoable; }
+    void scrollUp() override { calls << QStringLiteral("scrollUp"); }
+    void scrollDown() override { calls << QStringLiteral("scrollDown"); }
+    void charLeft() override { calls << QStringLiteral("charLeft"); }
+    void charLeftExtend() override { calls << QStringLiteral("charLeftExtend"); }
+    void charRight() override { calls << QStringLiteral("charRight"); }
+    void charRightExtend() override { calls << QStringLiteral("charRightExtend"); }
+    void wordLeft() override { calls << QStringLiteral("wordLeft"); }
+    void wordLeftExtend() override { calls << QStringLiteral("wordLeftExtend"); }
+    void wordRight() override { calls << QStringLiteral("wordRight"); }
+    void wordRightExtend() override { calls << QStringLiteral("wordRightExtend"); }
+    void lineStartToggle() override { calls << QStringLiteral("lineStartToggle"); }
+    void lineStartToggleExtend() override { calls << QStringLiteral("lineStartToggleExtend"); }
+    void lineEnd() override { calls << QStringLiteral("lineEnd"); }
+    void lineEndExtend() override { calls << QStringLiteral("lineEndExtend"); }
+    void pageUp() override { calls << QStringLiteral("pageUp"); }
+    void pageUpExtend() override { calls << QStringLiteral("pageUpExtend"); }
+    void pageDown() override { calls << QStringLiteral("pageDown"); }
+    void pageDownExtend() override { calls << QStringLiteral("pageDownExtend"); }
+    void undo() override { calls << QStringLiteral("undo"); }
+    void redo() override { calls << QStringLiteral("redo"); }
+    void undoAll() override { calls << QStringLiteral("undoAll"); }
+    void redoAll() override { calls << QStringLiteral("redoAll"); }
+    void cut() override { calls << QStringLiteral("cut"); }
+    void copy() override { calls << QStringLiteral("copy"); }
+    void paste() override { calls << QStringLiteral("paste"); }
+    void insertText(const QString &text) override { calls << QStringLiteral("insertText:") + text; }
     bool editable = true;
-    bool undo = false;
-    bool redo = false;
+    bool undoable = false;
+    bool redoable = false;
+    QStringList calls;
 };
 
 // Closes the modal dialogs that a command opens, so a test can run every command.

@@ -169,8 +169,8 @@ TEST_P(EditCommandRule, FollowsTheGroupOfTheNumber)
 {
     ShellTest::StubEdit edit;
     edit.editable = GetParam().editable;
-    edit.undo = GetParam().undo;
-    edit.redo = GetParam().redo;
+    edit.undoable = GetParam().undo;
+    edit.redoable = GetParam().redo;
     EXPECT_EQ(edit.isCommandEnabled(GetParam().command), GetParam().enabled);
 }
 

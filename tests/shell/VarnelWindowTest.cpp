@@ -129,7 +129,7 @@ TEST_F(Window, EditorCommandsAskTheFocusedEditor)
     window->setEditor(&edit);
     EXPECT_FALSE(action("EditUndo")->isEnabled());
     EXPECT_TRUE(action("EditCut")->isEnabled());
-    edit.undo = true;
+    edit.undoable = true;
     window->updateGUI();
     EXPECT_TRUE(action("EditUndo")->isEnabled());
     EXPECT_FALSE(action("EditRedo")->isEnabled());
