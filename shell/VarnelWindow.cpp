@@ -1,6 +1,8 @@
 #include "shell/VarnelWindow.h"
 #include "foundation/XMLDocument.h"
+#include "projects/ProjectElement.h"
 #include "projects/ProjectSystem.h"
+#include "projects/StandardProjectSystem.h"
 #include "projects/SolutionSession.h"
 #include "shell/ActionTable.h"
 #include "shell/Actions.h"
@@ -102,6 +104,20 @@ bool looksLikeSolution(const QString &path)
     if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))   // a pipe would block
         return false;
     return file.read(4096).contains("<Tessbench_Project_File");
+}
+
+// The first project of the tree, depth first: the active project of a solution just opened.
+ProjectElement *firstProject(ProjectElement *element)
+{
+    if (!element)
+        return nullptr;
+    for (ProjectElement *child : element->children()) {
+        if (child->kind() == ProjectElement::Kind::Project)
+            return child;
+        if (ProjectElement *found = firstProject(child))
+            return found;
+    }
+    return nullptr;
 }
 
 } // namespace
@@ -531,6 +547,9 @@ bool VarnelWindow::openSolution(const QString &path)
     }
     closeSolution();
     m_session = std::move(session);
+    m_activeProject = firstProject(m_session->solution());
+    const QStringList configurations = m_session->system().publicConfigurations();
+    m_activeConfiguration = configurations.isEmpty() ? QString() : configurations.first();
     m_solutionPath = info.absoluteFilePath();
     setWindowTitle(QStringLiteral("%1 - Tessmark").arg(info.completeBaseName()));
     m_solutionLabel->setText(QStringLiteral("Solution: %1").arg(QDir::toNativeSeparators(m_solutionPath)));
@@ -538,6 +557,7 @@ bool VarnelWindow::openSolution(const QString &path)
     saveSettings();
     showStatus(QStringLiteral("Opened %1").arg(info.fileName()));
     emit solutionChanged(m_solutionPath);
+    emit activeChanged();
     updateGUI();
     return true;
 }
@@ -548,10 +568,35 @@ void VarnelWindow::closeSolution()
         return;
     m_solutionPath.clear();
     emit solutionClosing();
+    m_activeProject = nullptr;
+    m_selectedElement = nullptr;
+    m_activeConfiguration.clear();
+    emit activeChanged();
     m_session.reset();
     setWindowTitle(QStringLiteral("Tessmark"));
     m_solutionLabel->setText(QStringLiteral("No solution is open."));
     emit solutionChanged(QString());
+    updateGUI();
+}
+
+void VarnelWindow::setActiveProject(ProjectElement *project)
+{
+    m_activeProject = project;
+    emit activeChanged();
+    updateGUI();
+}
+
+void VarnelWindow::setActiveConfiguration(const QString &configuration)
+{
+    m_activeConfiguration = configuration;
+    emit activeChanged();
+    updateGUI();
+}
+
+void VarnelWindow::setSelectedElement(ProjectElement *element)
+{
+    m_selectedElement = element;
+    emit activeChanged();
     updateGUI();
 }
 

@@ -17,6 +17,7 @@ class EditCommandInterface;
 class EditorArea;
 class GUIBuilder;
 class MessageScheme;
+class ProjectElement;
 class ProjectViews;
 class ProxyAction;
 class QLabel;
@@ -76,6 +77,15 @@ public:
     [[nodiscard]] QString solutionPath() const { return m_solutionPath; }
     // The open solution (its macro session, project system and tree); null when none is open.
     [[nodiscard]] SolutionSession *solutionSession() const { return m_session.get(); }
+    // What the build actions and scripts act on: the active project (the first project when a
+    // solution opens), the active configuration (the first public one) and the element selected
+    // in the project tree (null: none). Each change emits activeChanged().
+    [[nodiscard]] ProjectElement *activeProject() const { return m_activeProject; }
+    [[nodiscard]] QString activeConfiguration() const { return m_activeConfiguration; }
+    [[nodiscard]] ProjectElement *selectedElement() const { return m_selectedElement; }
+    void setActiveProject(ProjectElement *project);
+    void setActiveConfiguration(const QString &configuration);
+    void setSelectedElement(ProjectElement *element);
     // The editor that answers the editor commands' enable state; null when none has the focus.
     void setEditor(EditCommandInterface *editor);
     [[nodiscard]] EditCommandInterface *editor() const { return m_editor; }
@@ -105,6 +115,7 @@ signals:
     // The open solution is about to close: its session is still there, for the views that save
     // what they keep of it.
     void solutionClosing();
+    void activeChanged();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -188,6 +199,9 @@ private:
     QTimer *m_clock = nullptr;
     EditCommandInterface *m_editor = nullptr;
     std::unique_ptr<SolutionSession> m_session;
+    ProjectElement *m_activeProject = nullptr;
+    ProjectElement *m_selectedElement = nullptr;
+    QString m_activeConfiguration;
     DocumentHost *m_documents = nullptr;
     EditorArea *m_editorArea = nullptr;
     ProjectViews *m_projectViews = nullptr;
