@@ -5,6 +5,8 @@
 #include "projects/StandardProjectSystem.h"
 #include "projects/SolutionSession.h"
 #include "shell/ActionTable.h"
+#include "shell/ConsoleViews.h"
+#include "shell/DocumentHost.h"
 #include "shell/Actions.h"
 #include "shell/EditCommands.h"
 #include "shell/GUIBuilder.h"
@@ -261,11 +263,13 @@ bool VarnelWindow::isEnabledByRule(const ActionRow &row) const
         }
         return m_editor && m_editor->isCommandEnabled(row.command);
     }
-    case EnableRule::Building:
     case EnableRule::Document:
+        return m_documents && m_documents->currentEditor();
+    case EnableRule::Script:
+        return m_consoleViews && m_consoleViews->isRunning();
+    case EnableRule::Building:
     case EnableRule::Debugging:
     case EnableRule::Browser:
-    case EnableRule::Script:
         return false;
     }
     return false;

@@ -55,7 +55,25 @@ ScriptEngine::~ScriptEngine() = default;
 void ScriptEngine::setLimits(const ForthLimits &limits)
 {
     m_limits = limits;
-    m_steps = limits.steps < 0 ? std::numeric_limits<qint64>::max() : limits.steps;
+    m_steps = 0;
+    m_stepsBeyondSlice = limits.steps < 0 ? std::numeric_limits<qint64>::max() : limits.steps;
+    startSlice();
+}
+
+void ScriptEngine::setInterruptCheck(InterruptCheck check, qint64 interval)
+{
+    m_stepsBeyondSlice += qMax<qint64>(m_steps, 0);
+    m_steps = 0;
+    m_interruptCheck = std::move(check);
+    m_pollInterval = qMax<qint64>(interval, 1);
+    startSlice();
+}
+
+void ScriptEngine::startSlice()
+{
+    const qint64 slice = m_interruptCheck ? qMin(m_pollInterval, m_stepsBeyondSlice) : m_stepsBeyondSlice;
+    m_steps = slice;
+    m_stepsBeyondSlice -= slice;
 }
 
 PCFA *ScriptEngine::addWord(const QString &name, std::unique_ptr<PCFA> word, quint32 flags)
@@ -131,8 +149,13 @@ void ScriptEngine::resetAfterError()
 
 void ScriptEngine::stepLimit()
 {
-    m_steps = 0;
-    forthThrow(-28);
+    if (m_stepsBeyondSlice <= 0) {
+        m_steps = 0;
+        forthThrow(-28);
+    }
+    startSlice();
+    if (m_interruptCheck && m_interruptCheck())
+        forthThrow(-28);
 }
 
 // ---- inner interpreter -------------------------------------------------------------------

@@ -72,6 +72,10 @@ public:
 
     void setLimits(const ForthLimits &limits);
     const ForthLimits &limits() const { return m_limits; }
+    // Asked every `interval` steps while a program runs (a host keeps its window alive there);
+    // true ends the run with the host interrupt, throw -28. An empty check removes it.
+    using InterruptCheck = std::function<bool()>;
+    void setInterruptCheck(InterruptCheck check, qint64 interval = 4096);
     // File words resolve names inside `root` and refuse absolute names and "..".
     void setFileRoot(const QString &root) { m_fileRoot = root; }
     void setMessages(ForthScriptMessageInterface *messages) { m_messages = messages; }
@@ -229,7 +233,9 @@ public:
 
 private:
     friend class NestScope;
-    [[noreturn]] void stepLimit();
+    // The current slice of steps ran out: polls the host, or throws -28 when the limit is spent.
+    void stepLimit();
+    void startSlice();
     [[noreturn]] static void noLoop();
     void interpretToken(const QString &token);
     std::optional<ForthException> guarded(const std::function<void()> &work, bool wholeText);
@@ -237,7 +243,12 @@ private:
 
     ForthScriptMessageInterface *m_messages;
     ForthLimits m_limits;
-    qint64 m_steps = std::numeric_limits<qint64>::max();   // left of the step limit
+    // Steps are counted down in slices so the hot path tests one counter: `m_steps` is what
+    // is left of the current slice, `m_stepsBeyondSlice` what the limit allows after it.
+    qint64 m_steps = std::numeric_limits<qint64>::max();
+    qint64 m_stepsBeyondSlice = 0;
+    InterruptCheck m_interruptCheck;
+    qint64 m_pollInterval = 0;
     qint32 m_nestDepth = 0;
     // Where each colon definition that `nest` entered in place returns to; every running `nest`
     // owns the entries above the size it found.

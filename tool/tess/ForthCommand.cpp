@@ -2,7 +2,7 @@
 // when asked (or when standard input is a terminal and nothing else was given). The status is 1
 // when any of them ended in an uncaught throw: a text or file stops the run there, a console
 // line does not.
-#include "script/forth/FSConsole.h"
+#include "script/forth/FSConsoleSession.h"
 #include "script/forth/ScriptEngine.h"
 #include "tool/tess/Commands.h"
 #include <QFile>
@@ -44,7 +44,7 @@ bool readLine(std::string &line)
 // The console on standard input; false when a line ended in an uncaught throw.
 bool runConsole(ScriptEngine &engine, StdioMessages &messages)
 {
-    FSConsole console(engine, messages);
+    FSConsoleSession console(engine, messages);
     console.showBanner();
     std::fflush(stdout);
     std::string line;

@@ -8,7 +8,7 @@
 #include "script/es/ESContext.h"
 #include "script/es/ESParser.h"
 #include "script/host/HostServices.h"
-#include "script/host/JavaScriptConsole.h"
+#include "script/host/JavaScriptConsoleSession.h"
 #include "script/host/ScriptBuildSession.h"
 #include "script/host/ScriptDebugSession.h"
 #include "script/host/VarnelScriptSystem.h"
@@ -218,7 +218,7 @@ std::optional<BuildSetup> openSolution(const CommandArguments &arguments, const 
 // The console: one context across the lines of standard input.
 int console(VarnelScriptSystem &system)
 {
-    JavaScriptConsole console(system, [](const QString &text) { writeLine(stdout, text); });
+    JavaScriptConsoleSession console(system, [](const QString &text) { writeLine(stdout, text); });
     const bool interactive = isatty(0);
     QFile input;
     if (!input.open(stdin, QIODevice::ReadOnly))

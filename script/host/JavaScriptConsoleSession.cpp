@@ -1,17 +1,17 @@
-#include "script/host/JavaScriptConsole.h"
+#include "script/host/JavaScriptConsoleSession.h"
 #include "script/host/VarnelScriptSystem.h"
 
-JavaScriptConsole::JavaScriptConsole(VarnelScriptSystem &system, Printer print, QObject *parent)
+JavaScriptConsoleSession::JavaScriptConsoleSession(VarnelScriptSystem &system, Printer print, QObject *parent)
     : QObject(parent), m_system(system), m_print(std::move(print))
 {
 }
 
-JavaScriptConsole::~JavaScriptConsole()
+JavaScriptConsoleSession::~JavaScriptConsoleSession()
 {
     deleteContext();
 }
 
-bool JavaScriptConsole::process(const QString &text)
+bool JavaScriptConsoleSession::process(const QString &text)
 {
     if (!m_entered) {
         m_system.enter(m_system.processEvents());
@@ -33,7 +33,7 @@ bool JavaScriptConsole::process(const QString &text)
     }
 }
 
-void JavaScriptConsole::deleteContext()
+void JavaScriptConsoleSession::deleteContext()
 {
     if (!m_entered)
         return;
@@ -41,7 +41,7 @@ void JavaScriptConsole::deleteContext()
     m_system.leave();
 }
 
-void JavaScriptConsole::stop()
+void JavaScriptConsoleSession::stop()
 {
     m_system.requestStop();
 }

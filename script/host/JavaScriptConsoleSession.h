@@ -8,12 +8,12 @@ class VarnelScriptSystem;
 // The logic of the script console: one context kept open across inputs, each input's result
 // printed, errors reported in the script system's words. The GUI console wraps it; `tess js -i`
 // drives it from standard input.
-class JavaScriptConsole : public QObject {
+class JavaScriptConsoleSession : public QObject {
     Q_OBJECT
 public:
     using Printer = std::function<void(const QString &text)>;
-    JavaScriptConsole(VarnelScriptSystem &system, Printer print, QObject *parent = nullptr);
-    ~JavaScriptConsole() override;
+    JavaScriptConsoleSession(VarnelScriptSystem &system, Printer print, QObject *parent = nullptr);
+    ~JavaScriptConsoleSession() override;
 
     bool hasContext() const { return m_entered; }
 

@@ -8,10 +8,10 @@ class ForthScriptMessageInterface;
 // The interactive face of the engine: a banner, then one line at a time; "OK" follows a line
 // that ran without error. A failing line's text reaches the host through the engine's error
 // channel, and the engine is reset for the next line.
-class FSConsole : public QObject {
+class FSConsoleSession : public QObject {
     Q_OBJECT
 public:
-    FSConsole(ScriptEngine &engine, ForthScriptMessageInterface &messages,
+    FSConsoleSession(ScriptEngine &engine, ForthScriptMessageInterface &messages,
               QObject *parent = nullptr);
     void showBanner();
     // Lines that ended in an uncaught throw since the console was made.
