@@ -88,8 +88,11 @@ ConsoleViews::ConsoleViews(VarnelWindow *window)
     m_window->installEventFilter(this);
 }
 
+// The consoles sit in docks of the window and outlive this object by a little: the context is
+// closed while the script system that owns it is still here.
 ConsoleViews::~ConsoleViews()
 {
+    m_javaScript->deleteContext();
     m_system->setReporter({});
     m_system->setHostHook({});
 }
@@ -116,7 +119,7 @@ bool ConsoleViews::isRunning() const
 
 bool ConsoleViews::runCurrentDocument()
 {
-    DocumentHost *documents = m_window->documents();
+    DocumentHost *documents = this->documents();
     if (!documents || !documents->currentEditor()) {
         status(QStringLiteral("Run Script: no document is open."));
         return false;
@@ -155,7 +158,7 @@ EditCommandInterface *ConsoleViews::focusedEditor() const
 {
     if (EditCommandInterface *editor = m_window->editor())
         return editor;
-    const DocumentHost *documents = m_window->documents();
+    const DocumentHost *documents = this->documents();
     return documents ? documents->currentEditor() : nullptr;
 }
 
@@ -177,7 +180,7 @@ bool ConsoleViews::openUrl(const QString &url)
 
 void ConsoleViews::locate(const QString &file, int line)
 {
-    if (DocumentHost *documents = m_window->documents())
+    if (DocumentHost *documents = this->documents())
         documents->openDocument(file, line);
     else
         status(QStringLiteral("No editor to open \"%1\" in.").arg(file));
@@ -208,4 +211,9 @@ bool ConsoleViews::eventFilter(QObject *watched, QEvent *event)
 void ConsoleViews::status(const QString &text)
 {
     m_window->statusBar()->showMessage(text, 8000);
+}
+
+DocumentHost *ConsoleViews::documents() const
+{
+    return m_documentsOverride ? m_documentsOverride : m_window->documents();
 }

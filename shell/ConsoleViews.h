@@ -6,6 +6,7 @@
 #include <memory>
 
 class BuildReporter;
+class DocumentHost;
 class FSConsole;
 class JavaScriptConsole;
 class QDockWidget;
@@ -42,6 +43,8 @@ public:
     // shown. False, with a status message, when there is nothing to run.
     bool runCurrentDocument();
     void stopScripts();
+    // The documents ScriptRun and the console's Locate use; null (the default): the window's.
+    void setDocuments(DocumentHost *documents) { m_documentsOverride = documents; }
     // Where LAUNCH-BROWSER sends an address (tests replace the desktop's browser).
     void setUrlOpener(std::function<bool(const QString &)> opener) { m_openUrl = std::move(opener); }
 
@@ -60,6 +63,7 @@ private:
     void locate(const QString &file, int line);
     void busyChanged(bool busy);
     void status(const QString &text);
+    [[nodiscard]] DocumentHost *documents() const;
 
     VarnelWindow *m_window;
     VarnelScriptSystem *m_system;
@@ -72,5 +76,6 @@ private:
     // What Build acts on in a script: the window's solution as the context was made.
     std::unique_ptr<ScriptBuildSession> m_build;
     std::unique_ptr<BuildReporter> m_buildReporter;
+    DocumentHost *m_documentsOverride = nullptr;
     bool m_closeWhenIdle = false;   // the window was closed while a script ran
 };

@@ -71,6 +71,35 @@ TEST(ForthEngine, StepLimitInterruptsEndlessLoops)
     EXPECT_EQ(forth.run(": x BEGIN AGAIN ; x"), -28);
 }
 
+TEST(ForthEngine, TheHostIsAskedBetweenStepsAndCanInterrupt)
+{
+    ForthRun forth;
+    int polls = 0;
+    forth.engine.setInterruptCheck([&polls] { return ++polls == 5; }, 100);
+    EXPECT_EQ(forth.run(": x BEGIN AGAIN ; x"), -28);
+    EXPECT_EQ(forth.lastMessage, "user interrupt");
+    EXPECT_EQ(polls, 5);
+    // The next run starts afresh: the check is asked again and the program ends normally.
+    EXPECT_EQ(forth.run(": y 1000 0 DO LOOP ; y 7 ."), 0);
+    EXPECT_EQ(forth.output, "7 ");
+    EXPECT_GT(polls, 5);
+}
+
+TEST(ForthEngine, TheStepLimitHoldsWithAHostCheck)
+{
+    ForthRun forth;
+    ForthLimits limits;
+    limits.steps = 10000;
+    forth.engine.setLimits(limits);
+    int polls = 0;
+    forth.engine.setInterruptCheck([&polls] { ++polls; return false; }, 64);
+    EXPECT_EQ(forth.run(": x BEGIN AGAIN ; x"), -28);
+    EXPECT_GT(polls, 100);
+    EXPECT_LT(polls, 200);
+    forth.engine.setInterruptCheck({});
+    EXPECT_EQ(forth.run("1 ."), -28);   // the limit is spent for good
+}
+
 TEST(ForthEngine, SealedDefinitionRefusesAppends)
 {
     ForthRun forth;
