@@ -11,7 +11,7 @@
 class ScriptSystem;
 
 // The context of a script run: polled before every instruction, it lets the event loop run
-// once when asked to and stops the run once the system's stop flag is set or the instruction
+// every `eventSlice` instructions when asked to, and stops the run once the system's stop flag is set or the instruction
 // budget is spent. It owns the host classes the scripting hook installed into it.
 class MyESContext : public ESContext {
 public:
@@ -30,9 +30,11 @@ public:
     ScriptSystem &system() const { return m_system; }
 
     const bool processEvents;
+    static constexpr int eventSlice = 512;
 
 private:
     ScriptSystem &m_system;
+    int m_sinceEvents = 0;
     std::vector<std::unique_ptr<ESClass>> m_hostClasses;
 };
 
