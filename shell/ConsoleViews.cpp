@@ -148,6 +148,14 @@ bool ConsoleViews::runCurrentDocument()
     return false;
 }
 
+void ConsoleViews::typeForth(const QString &text)
+{
+    m_forthDock->show();
+    m_forthDock->raise();
+    for (const QString &line : text.split(u'\n'))
+        emit m_forth->inputReady(line);
+}
+
 void ConsoleViews::stopScripts()
 {
     m_javaScript->stop();

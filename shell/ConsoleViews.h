@@ -43,6 +43,8 @@ public:
     // shown. False, with a status message, when there is nothing to run.
     bool runCurrentDocument();
     void stopScripts();
+    // Shows the Forth console and enters each line of `text` there, as if typed.
+    void typeForth(const QString &text);
     // The documents ScriptRun and the console's Locate use; null (the default): the window's.
     void setDocuments(DocumentHost *documents) { m_documentsOverride = documents; }
     // Where LAUNCH-BROWSER sends an address (tests replace the desktop's browser).

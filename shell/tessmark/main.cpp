@@ -5,6 +5,7 @@
 #include "foundation/MacroSession.h"
 #include "foundation/PropertyClass.h"
 #include "foundation/Report.h"
+#include "shell/ConsoleViews.h"
 #include "shell/GUIBuilder.h"
 #include "shell/MessageLog.h"
 #include "shell/MessageScheme.h"
@@ -50,6 +51,7 @@ const char help[] =
     "  --timings           print start-up and build times on standard error\n"
     "  --screenshot FILE   save a PNG of the window once painted and end\n"
     "  --open-menu NAME    with --screenshot: open the menu NAME first\n"
+    "  --forth TEXT        type TEXT into the Forth console, shown, once the window is up\n"
     "  --quit-after-paint  end once the window has been painted\n"
     "  --help, --version\n";
 
@@ -63,6 +65,7 @@ struct Options {
     QString check;
     QString screenshot;
     QString openMenu;
+    QString forth;
     bool timings = false;
     bool quitAfterPaint = false;
 };
@@ -90,7 +93,7 @@ std::optional<Options> parse(QStringList arguments, QString *error)
         {"--scheme", &Options::scheme},     {"--key-scheme", &Options::keyScheme},
         {"--print", &Options::print},       {"--keys", &Options::keys},
         {"--check", &Options::check},       {"--screenshot", &Options::screenshot},
-        {"--open-menu", &Options::openMenu},
+        {"--open-menu", &Options::openMenu}, {"--forth", &Options::forth},
     };
     bool optionsEnded = false;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
@@ -427,5 +430,7 @@ int main(int argc, char **argv)
     window.show();
     if (!paths.isEmpty())
         window.openPaths(paths);
+    if (!options.forth.isEmpty())
+        window.consoleViews()->typeForth(options.forth);
     return application.exec();
 }
