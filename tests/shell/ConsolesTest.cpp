@@ -564,6 +564,19 @@ TEST_F(ConsolesInWindow, ClosingTheWindowWhileAScriptRunsStopsItFirst)
     EXPECT_FALSE(window->isVisible());
 }
 
+TEST_F(ConsolesInWindow, ScriptsSeeTheOpenSolutionThroughBuild)
+{
+    ASSERT_TRUE(window->openSolution(QStringLiteral(TESS_SOURCE_DIR "/examples/solution/Blinky.qvProject")));
+    JavaScriptConsole &console = *views->javaScriptConsole();
+    const qsizetype before = console.outputText().size();
+    typeLine(console, QStringLiteral("Build.activeProject() + ' ' + Build.buildConfiguration()"));
+    EXPECT_TRUE(console.outputText().mid(before).endsWith("\nBlinky Debug\n")) << console.outputText().toStdString();
+    EXPECT_TRUE(console.hasContext());
+    // The context was made for that solution: it goes with it.
+    window->closeSolution();
+    EXPECT_FALSE(console.hasContext());
+}
+
 struct ScriptRunCase {
     const char *name;
     const char *file;
