@@ -32,26 +32,30 @@ public:
     virtual bool openUrl(const QString &url) = 0;
 };
 
-// Calls a member of the focused editor; with no editor it does nothing.
-class EditorMethodWrapper : public MethodWrapper {
+// A host word that acts through the window's interface.
+class HostWrapper : public MethodWrapper {
 public:
-    EditorMethodWrapper(ForthHostInterface &host, EditCommandMember member)
-        : m_host(host), m_member(member) {}
+    explicit HostWrapper(ForthHostInterface &host) : m_host(host) {}
+
+protected:
+    ForthHostInterface &m_host;
+};
+
+// Calls a member of the focused editor; with no editor it does nothing.
+class EditorMethodWrapper : public HostWrapper {
+public:
+    EditorMethodWrapper(ForthHostInterface &host, EditCommandMember member) : HostWrapper(host), m_member(member) {}
     void invoke(ScriptEngine &engine) override;
 
 private:
-    ForthHostInterface &m_host;
     EditCommandMember m_member;
 };
 
 // ( string -- ) inserts the string at the caret of the focused editor.
-class EditorInsert : public MethodWrapper {
+class EditorInsert : public HostWrapper {
 public:
-    explicit EditorInsert(ForthHostInterface &host) : m_host(host) {}
+    using HostWrapper::HostWrapper;
     void invoke(ScriptEngine &engine) override;
-
-private:
-    ForthHostInterface &m_host;
 };
 
 // ( -- flag ) true while a debug session is active.
@@ -65,34 +69,27 @@ private:
 };
 
 // Triggers one action of the window.
-class ActionWrapper : public MethodWrapper {
+class ActionWrapper : public HostWrapper {
 public:
-    ActionWrapper(ForthHostInterface &host, QString action) : m_host(host), m_action(std::move(action)) {}
+    ActionWrapper(ForthHostInterface &host, QString action) : HostWrapper(host), m_action(std::move(action)) {}
     void invoke(ScriptEngine &engine) override;
 
 private:
-    ForthHostInterface &m_host;
     QString m_action;
 };
 
 // Prints the current frame's locals into the console.
-class PrintLocalsWrapper : public MethodWrapper {
+class PrintLocalsWrapper : public HostWrapper {
 public:
-    explicit PrintLocalsWrapper(ForthHostInterface &host) : m_host(host) {}
+    using HostWrapper::HostWrapper;
     void invoke(ScriptEngine &engine) override;
-
-private:
-    ForthHostInterface &m_host;
 };
 
 // ( string -- ) opens the address in the system's web browser.
-class LaunchBrowserWrapper : public MethodWrapper {
+class LaunchBrowserWrapper : public HostWrapper {
 public:
-    explicit LaunchBrowserWrapper(ForthHostInterface &host) : m_host(host) {}
+    using HostWrapper::HostWrapper;
     void invoke(ScriptEngine &engine) override;
-
-private:
-    ForthHostInterface &m_host;
 };
 
 namespace ForthHostWords {
