@@ -71,7 +71,24 @@ ConsoleWidget::ConsoleWidget(QWidget *parent)
 
 void ConsoleWidget::print(const QString &text)
 {
-    m_pending += text;
+    if (m_lineLength + text.size() <= maxLineLength) {
+        m_pending += text;
+        const qsizetype lastBreak = text.lastIndexOf(u'\n');
+        m_lineLength = lastBreak < 0 ? m_lineLength + text.size() : text.size() - lastBreak - 1;
+    } else {
+        m_pending.reserve(m_pending.size() + text.size() + text.size() / maxLineLength + 1);
+        for (const QChar c : text) {
+            if (c == u'\n') {
+                m_lineLength = 0;
+            } else if (m_lineLength == maxLineLength) {
+                m_pending += u'\n';
+                m_lineLength = 0;
+            }
+            if (c != u'\n')
+                ++m_lineLength;
+            m_pending += c;
+        }
+    }
     if (m_pending.size() > maxPending)
         flush();
     else if (!m_flushTimer->isActive())
@@ -96,6 +113,7 @@ void ConsoleWidget::flush()
 void ConsoleWidget::clear()
 {
     m_pending.clear();
+    m_lineLength = 0;
     m_flushTimer->stop();
     m_output->clear();
 }

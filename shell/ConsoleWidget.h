@@ -18,6 +18,9 @@ public:
     // Lines the output keeps; older ones are dropped as new ones come.
     static constexpr int maxOutputLines = 50000;
     static constexpr int maxHistory = 500;
+    // A longer line is broken: a program that prints without end of line must not make one line
+    // that every later append has to lay out again.
+    static constexpr int maxLineLength = 4096;
 
     explicit ConsoleWidget(QWidget *parent = nullptr);
 
@@ -60,6 +63,7 @@ private:
     QToolButton *m_stop;
     QTimer *m_flushTimer;
     QString m_pending;
+    qsizetype m_lineLength = 0;   // characters since the last end of line, shown or pending
     QStringList m_history;
     int m_historyIndex = 0;   // m_history.size(): the line being typed
     QString m_typed;          // what was typed before walking the history

@@ -362,6 +362,36 @@ TEST_F(ForthConsoleOnStand, StopEndsAnEndlessLoopWithTheHostInterrupt)
     EXPECT_EQ(line(QStringLiteral("7 .")), "7 . 7 OK\n");
 }
 
+TEST_F(ForthConsoleOnStand, OutputWithoutEndOfLineIsBrokenIntoBoundedLines)
+{
+    const StoppedRun run = runAndStop([&] { typeLine(console, QStringLiteral(": spin BEGIN 65 EMIT AGAIN ; spin")); },
+                                      [&] { console.stop(); }, [&] { console.stop(); });
+    EXPECT_FALSE(run.watchdogFired);
+    const QStringList lines = console.outputText().split(u'\n');
+    qsizetype longest = 0;
+    for (const QString &line : lines)
+        longest = qMax(longest, line.size());
+    EXPECT_EQ(longest, ConsoleWidget::maxLineLength);
+    EXPECT_TRUE(console.outputText().endsWith("user interrupt (throw -28)\n"));
+}
+
+TEST(ConsoleWidget, BreaksALongLineAndKeepsShortOnesWhole)
+{
+    ConsoleWidget console;
+    console.print(QString(ConsoleWidget::maxLineLength - 2, u'a'));
+    console.print(QStringLiteral("bcd\nshort\n"));
+    console.print(QString(2 * ConsoleWidget::maxLineLength + 1, u'x') + QStringLiteral("\nend"));
+    const QStringList lines = console.outputText().split(u'\n');
+    ASSERT_EQ(lines.size(), 7);
+    EXPECT_EQ(lines.at(0), QString(ConsoleWidget::maxLineLength - 2, u'a') + QStringLiteral("bc"));
+    EXPECT_EQ(lines.at(1), "d");
+    EXPECT_EQ(lines.at(2), "short");
+    EXPECT_EQ(lines.at(3).size(), ConsoleWidget::maxLineLength);
+    EXPECT_EQ(lines.at(4).size(), ConsoleWidget::maxLineLength);
+    EXPECT_EQ(lines.at(5), "x");
+    EXPECT_EQ(lines.at(6), "end");
+}
+
 struct EditorWordCase {
     const char *word;
     const char *call;
