@@ -1,4 +1,5 @@
 #include "shell/ConsoleWidget.h"
+#include "script/forth/ScriptEngine.h"
 #include <QApplication>
 #include <QClipboard>
 #include <QFileInfo>
@@ -171,8 +172,41 @@ bool ConsoleWidget::eventFilter(QObject *watched, QEvent *event)
             recall(key == Qt::Key_Up ? -1 : 1);
             return true;
         }
+        if (key == Qt::Key_Tab && m_completions) {
+            complete();
+            return true;
+        }
     }
     return QWidget::eventFilter(watched, event);
+}
+
+// Completes the word before the caret as far as its candidates agree; several left are listed.
+void ConsoleWidget::complete()
+{
+    const QString text = m_input->text();
+    const int caret = m_input->cursorPosition();
+    int start = caret;
+    while (start > 0 && !text.at(start - 1).isSpace())
+        --start;
+    const QString prefix = text.mid(start, caret - start);
+    if (prefix.isEmpty())
+        return;
+    const QStringList candidates = m_completions->completions(prefix);
+    if (candidates.isEmpty())
+        return;
+    QString common = candidates.first();
+    for (const QString &candidate : candidates) {
+        qsizetype same = 0;
+        while (same < common.size() && same < candidate.size() && common.at(same) == candidate.at(same))
+            ++same;
+        common.truncate(same);
+    }
+    if (candidates.size() == 1)
+        common += u' ';
+    m_input->setText(text.left(start) + common + text.mid(caret));
+    m_input->setCursorPosition(int(start + common.size()));
+    if (candidates.size() > 1 && common == prefix)
+        print(candidates.join(u' ') + u'\n');
 }
 
 QMenu *ConsoleWidget::createContextMenu(const QPoint &position)

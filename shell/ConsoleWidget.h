@@ -3,6 +3,8 @@
 #include <QStringList>
 #include <QWidget>
 
+class AutocompleteInterface;
+
 class QLineEdit;
 class QMenu;
 class QPlainTextEdit;
@@ -34,6 +36,9 @@ public:
     [[nodiscard]] QToolButton *stopButton() const { return m_stop; }
     [[nodiscard]] const QStringList &history() const { return m_history; }
 
+    // Tab completes the word before the caret from these (null: Tab moves the focus).
+    void setCompletions(const AutocompleteInterface *completions) { m_completions = completions; }
+
     // While busy the input waits and the stop button is live.
     void setBusy(bool busy);
     [[nodiscard]] bool isBusy() const { return m_busy; }
@@ -57,11 +62,13 @@ protected:
 private:
     void enter();
     void recall(int step);
+    void complete();
 
     QPlainTextEdit *m_output;
     QLineEdit *m_input;
     QToolButton *m_stop;
     QTimer *m_flushTimer;
+    const AutocompleteInterface *m_completions = nullptr;
     QString m_pending;
     qsizetype m_lineLength = 0;   // characters since the last end of line, shown or pending
     QStringList m_history;

@@ -11,6 +11,7 @@ FSConsole::FSConsole(const ScriptEngine::Registrar &hostWords, QWidget *parent)
         QCoreApplication::processEvents();
         return m_stopRequested;
     }, pollInterval);
+    setCompletions(m_engine.get());
     connect(this, &ConsoleWidget::inputReady, this, &FSConsole::process);
     connect(this, &ConsoleWidget::stopRequested, this, &FSConsole::stop);
     m_session->showBanner();

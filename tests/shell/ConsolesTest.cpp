@@ -392,6 +392,23 @@ TEST(ConsoleWidget, BreaksALongLineAndKeepsShortOnesWhole)
     EXPECT_EQ(lines.at(6), "end");
 }
 
+TEST_F(ForthConsoleOnStand, TabCompletesWordsAndListsTheCandidates)
+{
+    QLineEdit &input = *console.input();
+    input.setText(QStringLiteral("2 DUP EDIT-CHAR-R"));
+    QTest::keyClick(&input, Qt::Key_Tab);
+    EXPECT_EQ(input.text(), "2 DUP EDIT-CHAR-RIGHT");
+    QTest::keyClick(&input, Qt::Key_Tab);
+    EXPECT_EQ(input.text(), "2 DUP EDIT-CHAR-RIGHT");
+    EXPECT_TRUE(console.outputText().endsWith("EDIT-CHAR-RIGHT EDIT-CHAR-RIGHT-EXTEND\n")) << console.outputText().toStdString();
+    input.setText(QStringLiteral("LAUNCH-BR"));
+    QTest::keyClick(&input, Qt::Key_Tab);
+    EXPECT_EQ(input.text(), "LAUNCH-BROWSER ");
+    input.setText(QStringLiteral("NO-SUCH-PREFIX"));
+    QTest::keyClick(&input, Qt::Key_Tab);
+    EXPECT_EQ(input.text(), "NO-SUCH-PREFIX");
+}
+
 struct EditorWordCase {
     const char *word;
     const char *call;
