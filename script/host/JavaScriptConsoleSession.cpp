@@ -1,5 +1,28 @@
 #include "script/host/JavaScriptConsoleSession.h"
 #include "script/host/VarnelScriptSystem.h"
+#include <QRegularExpression>
+
+namespace {
+
+// The help of a host function as the console shows it: its HTML as plain text. Empty for any
+// other value.
+QString helpText(ESContext &context, ESValue value)
+{
+    if (!value.isObject() || !value.object || !value.object->functionInfo)
+        return {};
+    const ESValue help = context.get(value.object, context.intern(QStringLiteral("help")));
+    if (!help.isString())
+        return {};
+    static const QRegularExpression tag(QStringLiteral("<[^>]*>"));
+    QString text = context.toESString(help);
+    text.remove(tag);
+    text.replace(QLatin1String("&lt;"), QLatin1String("<"));
+    text.replace(QLatin1String("&gt;"), QLatin1String(">"));
+    text.replace(QLatin1String("&amp;"), QLatin1String("&"));
+    return text;
+}
+
+} // namespace
 
 JavaScriptConsoleSession::JavaScriptConsoleSession(VarnelScriptSystem &system, Printer print, QObject *parent)
     : QObject(parent), m_system(system), m_print(std::move(print))
@@ -22,6 +45,10 @@ bool JavaScriptConsoleSession::process(const QString &text)
         ESValue value;
         if (!m_system.evaluateInContext(text, QString(), value))
             return false;
+        if (const QString help = helpText(*m_system.context(), value); !help.isEmpty()) {
+            m_print(help);
+            return true;
+        }
         for (const QString &line : VarnelScriptSystem::resultList(*m_system.context(), value))
             m_print(line);
         return true;

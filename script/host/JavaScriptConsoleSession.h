@@ -6,8 +6,8 @@
 class VarnelScriptSystem;
 
 // The logic of the script console: one context kept open across inputs, each input's result
-// printed, errors reported in the script system's words. The GUI console wraps it; `tess js -i`
-// drives it from standard input.
+// printed (a host function by its help text), errors reported in the script system's words.
+// The GUI console wraps it; `tess js -i` drives it from standard input.
 class JavaScriptConsoleSession : public QObject {
     Q_OBJECT
 public:

@@ -297,6 +297,13 @@ TEST_F(JavaScriptConsoleTest, PrintsTheResultOfALine)
     EXPECT_EQ(line(QStringLiteral("WScript.Echo('hi')")), "> WScript.Echo('hi')\nhi\n");
 }
 
+TEST_F(JavaScriptConsoleTest, ShowsAHostFunctionByItsHelp)
+{
+    EXPECT_EQ(line(QStringLiteral("TMSys.copyFile")),
+              "> TMSys.copyFile\nTMSys.copyFile(srcPath, destPath) copies file srcPath to destPath.\n");
+    EXPECT_EQ(line(QStringLiteral("(function () {})")), "> (function () {})\n<<function>>\n");
+}
+
 TEST_F(JavaScriptConsoleTest, ReportsErrorsAsUncaughtExceptions)
 {
     const QString output = line(QStringLiteral("nothing()"));
