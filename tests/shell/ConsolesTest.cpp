@@ -702,3 +702,31 @@ TEST_F(ConsolesInWindow, AFailedScriptsLineOpensFromTheConsoleMenu)
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(ConsolesInWindow, AFailedJavaScriptLineOpensFromTheConsoleMenu)
+{
+    QTemporaryDir directory;
+    documents.editor = &editor;
+    documents.path = directory.filePath(QStringLiteral("broken.js"));
+    documents.text = QStringLiteral("var x = 1;\nnothing();\n");
+    TestSupport::writeFile(documents.path, documents.text.toUtf8());
+    views->setDocuments(&documents);
+    EXPECT_FALSE(views->runCurrentDocument());
+    JavaScriptConsole &console = *views->javaScriptConsole();
+    views->javaScriptDock()->setFloating(true);
+    views->javaScriptDock()->resize(900, 400);
+    views->javaScriptDock()->show();
+    EXPECT_GE(lineIndex(console, QStringLiteral("Uncaught exception: not a function object")), 0)
+        << console.outputText().toStdString();
+    const int index = lineIndex(console, QStringLiteral("At line 2 of "));
+    ASSERT_GE(index, 0) << console.outputText().toStdString();
+    std::unique_ptr<QMenu> menu(console.createContextMenu(linePosition(console, index)));
+    QAction *locate = menuAction(menu.get(), QStringLiteral("&Locate \"%1\", line 2").arg(documents.path));
+    ASSERT_NE(locate, nullptr) << menuTexts(menu.get()).join(u'|').toStdString();
+    locate->trigger();
+    EXPECT_EQ(documents.opened, QStringList{documents.path + QStringLiteral(":2:0")});
+}
+
+} // namespace
