@@ -50,6 +50,9 @@ public:
     // The height of the view in lines: the caret may stand that far below the last line.
     void setVisibleLines(int lines) { m_visibleLines = lines; }
     [[nodiscard]] int topLine() const { return m_topLine; }
+    // A view that scrolls by itself tells the document, so the next edit keeps the caret in
+    // sight from where the view really stands.
+    void setTopLine(int line) { m_topLine = line < 0 ? 0 : line; }
 
     // Edit primitives. Each first refuses when the document is not editable. With `record`,
     // the change joins the current transaction (or one of its own outside an operation).

@@ -521,6 +521,8 @@ void VarnelWindow::openPaths(const QStringList &paths)
     for (const QString &path : paths) {
         if (path.endsWith(QLatin1String(".qvProject"), Qt::CaseInsensitive)) {
             openSolution(path);
+        } else if (m_documents) {
+            m_documents->openDocument(path);
         } else if (MessageLog *log = MessageLog::instance()) {
             log->note(QStringLiteral("%1 is not opened: this build has no editor yet").arg(path));
         }
