@@ -34,6 +34,9 @@ struct EditorArea::Document {
     QDateTime modified;
     qint64 size = -1;
     bool missing = false;   // the file went away while the document was open
+    bool binary = false;    // NUL bytes: saved only when edited, never for line endings alone
+    // What the window's commands were last enabled for: undo, redo, a selection.
+    int commandState = -1;
 };
 
 namespace {
@@ -45,6 +48,20 @@ constexpr qint64 largestSession = 16 * 1024 * 1024;
 QString absolute(const QString &path)
 {
     return QFileInfo(path).absoluteFilePath();
+}
+
+// No one may write the file: its mode says so even to a user whom the system would let write
+// (the superuser), since the mode is what the user set.
+bool readOnlyOnDisk(const QFileInfo &info)
+{
+    constexpr QFile::Permissions anyWrite = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
+    return info.exists() && (!info.isWritable() || !(info.permissions() & anyWrite));
+}
+
+bool looksBinary(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.read(64 * 1024).contains('\0');
 }
 
 } // namespace
@@ -204,8 +221,18 @@ CodeEditView *EditorArea::addView(const QString &path)
         document->title = QStringLiteral("Untitled %1").arg(++m_untitled);
     m_documents.insert(view, document);
     connect(view, &CodeEditView::caretChanged, this, [this, view] {
-        if (view == currentView())
-            refreshStatus();
+        if (view != currentView())
+            return;
+        refreshStatus();
+        // The shortcuts of Undo, Cut and the like must work at once, not at the window's next
+        // update; the update runs only when what they depend on changed.
+        Document *document = documentOf(view);
+        const int state = int(view->canUndo()) | int(view->canRedo()) << 1 | int(view->edit().hasSelection()) << 2
+                          | int(view->isEditable()) << 3;
+        if (document && state != document->commandState) {
+            document->commandState = state;
+            m_window->updateGUI();
+        }
     });
     connect(view, &CodeEditView::modificationChanged, this, [this, view] { refreshTab(view); });
     connect(view, &CodeEditView::gotFocus, this, [this](CodeEditView *focused) { m_window->setEditor(focused); });
@@ -230,6 +257,9 @@ bool EditorArea::openDocument(const QString &path, int line, int column)
             delete view;
             return false;
         }
+        if (readOnlyOnDisk(QFileInfo(file)))
+            view->edit().setReadOnly(1, false);
+        documentOf(view)->binary = looksBinary(file);
         view->chooseSyntaxForFile(file);
         view->documentReset();
         remember(view);
@@ -346,11 +376,18 @@ bool EditorArea::save(CodeEditView *view)
         return saveAs(view);
     // A file made read-only under us is not replaced behind the user's back.
     const QFileInfo info(document->path);
-    if (info.exists() && !info.isWritable()) {
+    if (readOnlyOnDisk(info)) {
         m_questions->tell(QStringLiteral("Code Editor"), QStringLiteral("Can't write file"),
                           QStringLiteral("%1 is read-only; the document keeps its changes (use Save As to write them elsewhere)")
                               .arg(document->path));
         return false;
+    }
+    // A binary file read with mixed line endings counts as modified; writing it unedited would
+    // only rewrite its line breaks, so it stays as it is.
+    if (document->binary && view->edit().undoCount() == 0 && !document->missing) {
+        view->edit().setUnmodified();
+        refreshTab(view);
+        return true;
     }
     if (!view->edit().save())   // the document told the user why; its text stays
         return false;
@@ -455,7 +492,7 @@ void EditorArea::checkFile(const QString &path)
     }
     watch(path);   // a file replaced by rename is a new file to the watcher
     const bool wasReadOnly = changed->edit().isReadOnly();
-    changed->edit().updateReadOnlyFromFile();
+    changed->edit().setReadOnly(readOnlyOnDisk(info) ? 1 : 0, false);
     if (changed->edit().isReadOnly() != wasReadOnly) {
         refreshStatus();
         if (changed->edit().isReadOnly())
@@ -484,6 +521,8 @@ void EditorArea::reload(CodeEditView *view)
     const int top = view->topLine();
     if (!view->edit().load(Path(path)))
         return;
+    if (readOnlyOnDisk(QFileInfo(path)))
+        view->edit().setReadOnly(1, false);
     view->documentReset();
     view->setTopLine(top);
     view->setCaretPosition({std::min(caret.line, view->edit().numberOfLines() - 1), 0});
