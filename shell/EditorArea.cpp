@@ -431,7 +431,7 @@ bool EditorArea::closeDocument(CodeEditView *view, bool force)
     if (!document)
         return false;
     m_tabs->setCurrentWidget(view);
-    if (!force && view->edit().isModified() && !view->edit().queryClose())
+    if (!force && !mayClose(view))
         return false;
     const QString path = document->path;
     m_documents.remove(view);
@@ -446,6 +446,20 @@ bool EditorArea::closeDocument(CodeEditView *view, bool force)
         m_stack->setCurrentIndex(0);
     refreshStatus();
     return true;
+}
+
+// Asks about unsaved changes; a new document has no file to save into and is saved as.
+bool EditorArea::mayClose(CodeEditView *view)
+{
+    const Document *document = documentOf(view);
+    if (!view->edit().isModified())
+        return true;
+    if (!document->path.isEmpty())
+        return view->edit().queryClose();
+    const int answer = m_questions->ask(QStringLiteral("File %1 is modified").arg(document->title),
+                                        QStringLiteral("Do you want to save the changes made to %1").arg(document->title),
+                                        {QStringLiteral("Save"), QStringLiteral("Discard"), QStringLiteral("Cancel")});
+    return answer == 1 || (answer == 0 && saveAs(view));
 }
 
 bool EditorArea::closeAll(bool force)
@@ -635,7 +649,7 @@ bool EditorArea::closeForWindow()
         CodeEditView *each = view(index);
         if (each->edit().isModified()) {
             m_tabs->setCurrentIndex(index);
-            if (!each->edit().queryClose())
+            if (!mayClose(each))
                 return false;
         }
     }

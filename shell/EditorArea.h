@@ -104,6 +104,7 @@ private:
     void makeFindBar();
     void focusChanged(QWidget *now);
     bool closeForWindow();
+    bool mayClose(CodeEditView *view);
 
     VarnelWindow *m_window;
     QStackedWidget *m_stack;

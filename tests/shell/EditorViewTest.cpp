@@ -356,6 +356,19 @@ TEST_F(Documents, ClosingAModifiedDocumentAsksAndCancelKeepsIt)
     EXPECT_EQ(window->documents()->currentEditor(), nullptr);
 }
 
+TEST_F(Documents, ClosingAModifiedNewDocumentAsksByItsTitle)
+{
+    CodeEditView *view = area().newDocument();
+    QTest::keyClicks(view, QStringLiteral("draft"));
+    questions.answer = QStringLiteral("Cancel");
+    EXPECT_FALSE(area().closeDocument(view));
+    ASSERT_EQ(questions.asked.size(), 1);
+    EXPECT_EQ(questions.asked[0], QStringLiteral("File Untitled 1 is modified"));
+    questions.answer = QStringLiteral("Discard");
+    EXPECT_TRUE(area().closeDocument(view));
+    EXPECT_EQ(area().count(), 0);
+}
+
 TEST_F(Documents, OpeningTheSameFileTwiceBringsItsTabForwardAtTheLine)
 {
     const QString a = file(QStringLiteral("a.c"), "a\n");
