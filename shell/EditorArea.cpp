@@ -3,6 +3,7 @@
 #include "foundation/Path.h"
 #include "shell/CodeEditView.h"
 #include "shell/MessageLog.h"
+#include "shell/SettingsFile.h"
 #include "shell/VarnelWindow.h"
 #include <QApplication>
 #include <QCheckBox>
@@ -56,6 +57,49 @@ bool readOnlyOnDisk(const QFileInfo &info)
 {
     constexpr QFile::Permissions anyWrite = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
     return info.exists() && (!info.isWritable() || !(info.permissions() & anyWrite));
+}
+
+// The editor's settings as the environment keeps them; a missing or unreadable value keeps the
+// document's default.
+struct NumberSetting {
+    const char *key;
+    int CodeEditSettings::*field;
+    int lowest;
+    int highest;
+};
+
+struct YesNoSetting {
+    const char *key;
+    bool CodeEditSettings::*field;
+};
+
+constexpr NumberSetting numberSettings[] = {
+    {"Text Editor/Undo Mode", &CodeEditSettings::undoMode, 0, 2},
+    {"Text Editor/Default Line Endings", &CodeEditSettings::defaultLineEnding, 0, 2},
+    {"Text Editor/Cleanup Tabs On Save", &CodeEditSettings::cleanupTabsOnSave, 0, 2},
+    {"Text Editor/Tab Size", &CodeEditSettings::tabSize, 1, 32},
+};
+
+constexpr YesNoSetting yesNoSettings[] = {
+    {"Text Editor/Detect UTF-8", &CodeEditSettings::detectUtf8},
+    {"Text Editor/Delete Trailing Space On Save", &CodeEditSettings::deleteTrailingSpaceOnSave},
+    {"Text Editor/Edit Read Only", &CodeEditSettings::editReadOnly},
+    {"Text Editor/Insert Tabs", &CodeEditSettings::insertTabs},
+};
+
+CodeEditSettings editorSettings(const SettingsFile &file)
+{
+    CodeEditSettings settings;
+    for (const NumberSetting &row : numberSettings) {
+        bool ok = false;
+        const int value = file.value(QLatin1String(row.key)).toInt(&ok);
+        if (ok && value >= row.lowest && value <= row.highest)
+            settings.*row.field = value;
+    }
+    for (const YesNoSetting &row : yesNoSettings)
+        settings.*row.field = file.isYes(QLatin1String(row.key), settings.*row.field);
+    settings.defaultCodec = file.value(QStringLiteral("Text Editor/Default Codec"), settings.defaultCodec);
+    return settings;
 }
 
 bool looksBinary(const QString &path)
@@ -131,6 +175,15 @@ EditorArea::EditorArea(VarnelWindow *window, QWidget *startPage)
             return;
         writeSession(m_solutionPath);
         closeAll();
+    });
+    connect(window->settings(), &SettingsFile::changed, this, [this](const QString &key) {
+        if (!key.startsWith(QLatin1String("Text Editor/")))
+            return;
+        const CodeEditSettings settings = editorSettings(*m_window->settings());
+        for (int index = 0; index < count(); ++index) {
+            view(index)->edit().setSettings(settings);
+            view(index)->documentReset();
+        }
     });
     window->installEventFilter(this);
 }
@@ -215,6 +268,7 @@ CodeEditView *EditorArea::addView(const QString &path)
 {
     auto *view = new CodeEditView(m_tabs);
     view->edit().setQuestions(m_questions);
+    view->edit().setSettings(editorSettings(*m_window->settings()));
     auto document = std::make_shared<Document>();
     document->path = path;
     if (path.isEmpty())

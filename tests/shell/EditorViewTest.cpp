@@ -14,6 +14,8 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QImage>
+#include <QSet>
 #include <QLabel>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -129,11 +131,9 @@ class UndoGroups : public Documents, public ::testing::WithParamInterface<UndoCa
 
 TEST_P(UndoGroups, TypingMergesAsTheUndoModeSaysAndUndoAllRestoresTheText)
 {
+    settings.setValue(QStringLiteral("Text Editor/Undo Mode"), QString::number(GetParam().undoMode));
     const QString path = file(QStringLiteral("u.txt"), "start\n");
     CodeEditView &view = open(path);
-    CodeEditSettings editorSettings = view.edit().settings();
-    editorSettings.undoMode = GetParam().undoMode;
-    view.edit().setSettings(editorSettings);
     view.setCaretPosition({0, 5});
     QTest::keyClicks(&view, QStringLiteral("ab cd"));
     EXPECT_EQ(view.edit().undoCount(), GetParam().steps);
@@ -453,6 +453,28 @@ TEST_F(Documents, TheExampleSolutionKeepsItsSessionAcrossCloseAndOpen)
     ASSERT_EQ(area().count(), 1);
     EXPECT_EQ(area().currentPath(), main);
     EXPECT_EQ(area().currentView()->caretPosition(), caret);
+}
+
+// The painted window holds the colours of the classes in the example file; the picture is kept
+// in the build tree's screenshots folder for a look.
+TEST_F(Documents, PaintsTheSyntaxColoursOfACFile)
+{
+    CodeEditView &view = open(QStringLiteral(TESS_SOURCE_DIR "/examples/shell/hello.c"));
+    view.goToLine(9);
+    view.selectWord();
+    area().showFind();
+    QApplication::processEvents();
+    const QImage picture = window->grab().toImage();
+    QDir().mkpath(QStringLiteral(TESS_BUILD_DIR "/screenshots"));
+    picture.save(QStringLiteral(TESS_BUILD_DIR "/screenshots/editor-view.png"));
+    const QImage text = view.viewport()->grab().toImage();
+    QSet<QRgb> colours;
+    for (int y = 0; y < text.height(); ++y) {
+        for (int x = 0; x < text.width(); ++x)
+            colours.insert(text.pixel(x, y) | 0xff000000);
+    }
+    for (const QRgb wanted : {QRgb(0xff1a3fb0), QRgb(0xff2e7d32), QRgb(0xff9c6500), QRgb(0xffb3d4fc), QRgb(0xffffcdd2)})
+        EXPECT_TRUE(colours.contains(wanted)) << std::hex << wanted;
 }
 
 TEST_F(Documents, OnlyTheLinesInSightArePaintedOnABigFile)
