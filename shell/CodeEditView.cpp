@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QFontDatabase>
+#include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -637,6 +638,24 @@ void CodeEditView::typeText(const QString &text)
         i += length - 1;
     }
     afterChange();
+}
+
+// Text composed through an input method arrives whole; it is typed like keys.
+void CodeEditView::inputMethodEvent(QInputMethodEvent *event)
+{
+    if (!event->commitString().isEmpty())
+        typeText(event->commitString());
+    event->accept();
+}
+
+QVariant CodeEditView::inputMethodQuery(Qt::InputMethodQuery query) const
+{
+    if (query == Qt::ImCursorRectangle) {
+        const CodeEditBufferPosition caret = m_edit->caret();
+        const int x = m_gutterWidth + (screenColumn(caret.line, caret.column) - m_leftColumn) * m_charWidth;
+        return QRect(x, (caret.line - m_edit->topLine()) * m_lineHeight, 2, m_lineHeight);
+    }
+    return QAbstractScrollArea::inputMethodQuery(query);
 }
 
 // --- mouse

@@ -4,7 +4,9 @@
 #include "shell/CodeEditView.h"
 #include "shell/MessageLog.h"
 #include "shell/SettingsFile.h"
+#include "shell/VarnelAction.h"
 #include "shell/VarnelWindow.h"
+#include <QAction>
 #include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -22,6 +24,7 @@
 #include <QStackedWidget>
 #include <QStatusBar>
 #include <QTabWidget>
+#include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
 #include <QXmlStreamReader>
@@ -35,6 +38,7 @@ struct EditorArea::Document {
     QDateTime modified;
     qint64 size = -1;
     bool missing = false;   // the file went away while the document was open
+    bool recoveryFailed = false;   // said once; the timer leaves the document alone after that
     bool binary = false;    // NUL bytes: saved only when edited, never for line endings alone
     // What the window's commands were last enabled for: undo, redo, a selection.
     int commandState = -1;
@@ -43,6 +47,13 @@ struct EditorArea::Document {
 namespace {
 
 constexpr int statusMilliseconds = 8000;
+// The editor's context menu; an empty name is a separator.
+constexpr const char *contextCommands[] = {
+    "EditUndo", "EditRedo", "", "EditCut", "EditCopy", "EditPaste", "EditDelete", "", "EditSelectAll",
+    "EditToggleComment", "", "EditFind", "EditGoToLine",
+};
+// How often edited documents are written to their recovery files.
+constexpr int recoveryMilliseconds = 30000;
 // Sessions larger than this are not ours.
 constexpr qint64 largestSession = 16 * 1024 * 1024;
 
@@ -185,6 +196,9 @@ EditorArea::EditorArea(VarnelWindow *window, QWidget *startPage)
             view(index)->documentReset();
         }
     });
+    auto *recovery = new QTimer(this);
+    connect(recovery, &QTimer::timeout, this, &EditorArea::writeRecoveries);
+    recovery->start(recoveryMilliseconds);
     window->installEventFilter(this);
 }
 
@@ -289,6 +303,16 @@ CodeEditView *EditorArea::addView(const QString &path)
         }
     });
     connect(view, &CodeEditView::modificationChanged, this, [this, view] { refreshTab(view); });
+    view->setContextMenuPolicy(Qt::ActionsContextMenu);
+    for (const char *name : contextCommands) {
+        if (!*name) {
+            auto *separator = new QAction(view);
+            separator->setSeparator(true);
+            view->addAction(separator);
+        } else if (QAction *action = m_window->action(QLatin1String(name))) {
+            view->addAction(action);
+        }
+    }
     connect(view, &CodeEditView::gotFocus, this, [this](CodeEditView *focused) { m_window->setEditor(focused); });
     connect(&view->edit(), &CodeEdit::statusMessage, this, [this](const QString &text) {
         m_window->statusBar()->showMessage(text, statusMilliseconds);
@@ -597,6 +621,18 @@ void EditorArea::reload(CodeEditView *view)
     remember(view);
     refreshTab(view);
     m_window->statusBar()->showMessage(QStringLiteral("Reloaded %1").arg(QFileInfo(path).fileName()), statusMilliseconds);
+}
+
+void EditorArea::writeRecoveries()
+{
+    for (int index = 0; index < count(); ++index) {
+        CodeEditView *each = view(index);
+        Document *document = documentOf(each);
+        CodeEdit &edit = each->edit();
+        if (document->path.isEmpty() || document->recoveryFailed || !edit.isModified() || edit.recoveryUpToDate())
+            continue;
+        document->recoveryFailed = !edit.writeRecovery();
+    }
 }
 
 // --- find and go to line

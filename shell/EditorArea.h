@@ -80,6 +80,10 @@ public:
     // False, with a note in the messages, when the file is missing or damaged.
     bool restoreSession(const QString &solutionPath);
 
+    // Writes each edited document with a file to its recovery file, from which the next session
+    // offers to restore it should this one end without saving. Runs on a timer.
+    void writeRecoveries();
+
     // A file of an open document changed on disk: reload it (asking when it was edited), or
     // note that it was deleted or made read-only.
     void checkFile(const QString &path);

@@ -356,6 +356,20 @@ TEST_F(Documents, ClosingAModifiedDocumentAsksAndCancelKeepsIt)
     EXPECT_EQ(window->documents()->currentEditor(), nullptr);
 }
 
+TEST_F(Documents, AnEditedDocumentGoesToItsRecoveryFileAndASaveRemovesIt)
+{
+    const QString path = file(QStringLiteral("rec.c"), "saved\n");
+    CodeEditView &view = open(path);
+    view.setCaretPosition({0, 5});
+    QTest::keyClicks(&view, QStringLiteral(" edited"));
+    area().writeRecoveries();
+    const QString recovery = view.edit().recoveryPath();
+    ASSERT_TRUE(QFileInfo::exists(recovery)) << recovery.toStdString();
+    EXPECT_EQ(readFile(recovery), QByteArray("saved edited\n"));
+    ASSERT_TRUE(area().save(&view));
+    EXPECT_FALSE(QFileInfo::exists(recovery));
+}
+
 TEST_F(Documents, ClosingAModifiedNewDocumentAsksByItsTitle)
 {
     CodeEditView *view = area().newDocument();
@@ -521,3 +535,25 @@ TEST_F(Documents, TheFileCommandsWorkThroughTheWindowActions)
 }
 
 } // namespace
+
+// The program itself, started with a source file: it opens it in a tab and paints it.
+TEST(EditorProgram, TessmarkOpensAFileGivenOnItsCommandLine)
+{
+    ShellTest::TemporaryHome home;
+    const QString picture = home.path() + QStringLiteral("/shot.png");
+    const TestSupport::ProgramRun run = TestSupport::runProgram(
+        TestSupport::binPath(QStringLiteral("tessmark")),
+        {QStringLiteral("--new-instance"), QStringLiteral("--screenshot=") + picture, QStringLiteral(TESS_SOURCE_DIR "/examples/shell/hello.c")},
+        {}, {}, {QStringLiteral("QT_QPA_PLATFORM=offscreen")});
+    EXPECT_EQ(run.exitCode, 0) << run.err.constData();
+    EXPECT_FALSE(run.err.contains("is not opened")) << run.err.constData();
+    const QImage image(picture);
+    ASSERT_FALSE(image.isNull());
+    // The keyword colour of the editor shows somewhere in the window.
+    bool keyword = false;
+    for (int y = 0; y < image.height() && !keyword; ++y) {
+        for (int x = 0; x < image.width() && !keyword; ++x)
+            keyword = (image.pixel(x, y) | 0xff000000) == 0xff1a3fb0;
+    }
+    EXPECT_TRUE(keyword);
+}
