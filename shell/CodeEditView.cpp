@@ -153,9 +153,13 @@ void CodeEditView::updateMetrics()
     m_charWidth = std::max(1, metrics.horizontalAdvance(u'M'));
     m_lineHeight = std::max(1, metrics.height());
     m_ascent = metrics.ascent();
+    for (int look = 0; look < 4; ++look) {
+        m_fonts[look] = font();
+        m_fonts[look].setBold(look & 1);
+        m_fonts[look].setItalic(look & 2);
+    }
     const int digits = int(QString::number(std::max(1, m_edit->numberOfLines())).size());
     m_gutterWidth = (std::max(digits, 3) + 1) * m_charWidth + 2 * gutterPadding;
-    setViewportMargins(0, 0, 0, 0);
 }
 
 int CodeEditView::visibleLines() const
@@ -338,7 +342,6 @@ void CodeEditView::paintLine(QPainter &painter, int line, int y)
     const int columns = (viewport()->width() - m_gutterWidth) / m_charWidth + 2;
     const int firstColumn = m_leftColumn;
     const int endColumn = m_leftColumn + columns;
-    const QFont plain = font();
     int style = 0;
     int column = 0;
     const auto drawRun = [&](const char16_t *begin, int length) {
@@ -350,10 +353,7 @@ void CodeEditView::paintLine(QPainter &painter, int line, int y)
             const int x = m_gutterWidth + (from - m_leftColumn) * m_charWidth;
             if (look.background)
                 painter.fillRect(QRect(x, y, (to - from) * m_charWidth, m_lineHeight), QColor::fromRgb(look.background));
-            QFont runFont = plain;
-            runFont.setBold(look.bold);
-            runFont.setItalic(look.italic);
-            painter.setFont(runFont);
+            painter.setFont(m_fonts[int(look.bold) | int(look.italic) << 1]);
             painter.setPen(QColor::fromRgb(look.colour));
             painter.drawText(x, y + m_ascent, QString::fromUtf16(begin + (from - column), to - from));
         }
@@ -371,7 +371,7 @@ void CodeEditView::paintLine(QPainter &painter, int line, int y)
         run = p + 1;
     }
     drawRun(run, int(p - run));
-    painter.setFont(plain);
+    painter.setFont(m_fonts[0]);
 }
 
 void CodeEditView::paintSelection(QPainter &painter, int line, int y)
@@ -770,6 +770,17 @@ bool CodeEditView::canRedo() const
     return m_edit->redoCount() > 0;
 }
 
+// Whether a change may go ahead; a read-only document says why through the document's signal,
+// as its own primitives do, before anything moves.
+bool CodeEditView::mayEdit()
+{
+    if (m_edit->isEditable())
+        return true;
+    if (m_edit->readOnlyMode() == 1)
+        emit m_edit->readOnlyFileEdit();
+    return m_edit->isEditable();   // a receiver may have made it writable
+}
+
 void CodeEditView::undo()
 {
     m_edit->undo();
@@ -805,7 +816,7 @@ void CodeEditView::copy()
 
 void CodeEditView::cut()
 {
-    if (!m_edit->isEditable())
+    if (!mayEdit())
         return;
     if (!m_edit->hasSelection()) {
         copy();
@@ -821,6 +832,8 @@ void CodeEditView::cut()
 
 void CodeEditView::paste()
 {
+    if (!mayEdit())
+        return;
     QString text = QApplication::clipboard()->text();
     text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
     text.replace(u'\r', u'\n');
@@ -835,6 +848,8 @@ void CodeEditView::paste()
 
 void CodeEditView::insertText(const QString &text)
 {
+    if (!mayEdit())
+        return;
     if (text.isEmpty())
         return;
     m_edit->beginOperation(0, KindMacro);
@@ -846,6 +861,8 @@ void CodeEditView::insertText(const QString &text)
 
 void CodeEditView::newLine()
 {
+    if (!mayEdit())
+        return;
     const CodeEditBufferPosition caret = m_edit->buffer().clamped(m_edit->caret());
     const QString text = m_edit->buffer().text(caret.line);
     int indentLength = 0;
@@ -861,6 +878,8 @@ void CodeEditView::newLine()
 
 void CodeEditView::deleteBackward()
 {
+    if (!mayEdit())
+        return;
     if (m_edit->hasSelection()) {
         m_edit->deleteSelection();
         afterChange();
@@ -888,6 +907,8 @@ void CodeEditView::deleteBackward()
 
 void CodeEditView::deleteForward()
 {
+    if (!mayEdit())
+        return;
     if (m_edit->hasSelection()) {
         m_edit->deleteSelection();
         afterChange();
@@ -910,6 +931,8 @@ void CodeEditView::deleteForward()
 
 void CodeEditView::deleteLine()
 {
+    if (!mayEdit())
+        return;
     const int line = m_edit->caret().line;
     const int lines = m_edit->numberOfLines();
     if (line >= lines)
@@ -929,6 +952,8 @@ void CodeEditView::deleteLine()
 
 void CodeEditView::duplicateLine()
 {
+    if (!mayEdit())
+        return;
     const int line = m_edit->caret().line;
     const QString text = m_edit->buffer().text(line);
     const CodeEditBufferPosition caret = m_edit->caret();
@@ -952,7 +977,7 @@ CodeEditView::LineRange CodeEditView::selectedLines() const
 
 template <typename Change> void CodeEditView::changeLines(int kind, Change change)
 {
-    if (!m_edit->isEditable())
+    if (!mayEdit())
         return;
     const LineRange lines = selectedLines();
     const bool selected = m_edit->hasSelection();
@@ -974,6 +999,8 @@ template <typename Change> void CodeEditView::changeLines(int kind, Change chang
 
 void CodeEditView::indent()
 {
+    if (!mayEdit())
+        return;
     const QString unit = m_edit->settings().insertTabs ? QStringLiteral("\t") : QString(m_tabSize, u' ');
     const CodeEditBufferPosition caret = m_edit->caret();
     const bool single = !m_edit->hasSelection();
@@ -987,6 +1014,9 @@ void CodeEditView::indent()
 
 void CodeEditView::outdent()
 {
+    const CodeEditBufferPosition caret = m_edit->caret();
+    const bool single = !m_edit->hasSelection();
+    int removedOnCaretLine = 0;
     changeLines(KindOutdent, [&](int line) {
         const QString text = m_edit->buffer().text(line);
         int remove = 0;
@@ -997,7 +1027,11 @@ void CodeEditView::outdent()
                 ++remove;
         if (remove > 0)
             m_edit->deleteText({line, 0}, {line, remove}, true);
+        if (line == caret.line)
+            removedOnCaretLine = remove;
     });
+    if (single && removedOnCaretLine > 0)   // the caret stays by the text it stood at
+        setCaretPosition({caret.line, std::max(0, caret.column - removedOnCaretLine)});
 }
 
 QString CodeEditView::commentPrefix() const

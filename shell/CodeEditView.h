@@ -3,6 +3,7 @@
 #include "shell/EditCommands.h"
 #include <QAbstractScrollArea>
 #include <QElapsedTimer>
+#include <QFont>
 #include <QString>
 
 class CodeEdit;
@@ -126,6 +127,7 @@ private:
     [[nodiscard]] bool handleEditingKey(const QKeyEvent *event);
     [[nodiscard]] static bool isMovementOrEditingKey(const QKeyEvent *event);
     void typeText(const QString &text);
+    bool mayEdit();
     // Runs a change of kind `kind` over the lines of the selection, or the caret's line.
     template <typename Change> void changeLines(int kind, Change change);
     [[nodiscard]] LineRange selectedLines() const;
@@ -154,6 +156,7 @@ private:
     int m_preferredColumn = -1;   // screen column vertical moves aim for; -1: the caret's
     bool m_caretShown = true;
     bool m_selecting = false;     // a drag with the left button is growing the selection
+    QFont m_fonts[4];             // plain, bold, italic, bold italic
     QTimer *m_blink;
     QElapsedTimer m_lastDoubleClick;   // a third click soon after selects the line
     int m_paintedLines = 0;

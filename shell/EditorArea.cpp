@@ -425,10 +425,15 @@ void EditorArea::refreshTab(CodeEditView *view)
 void EditorArea::refreshStatus()
 {
     const CodeEditView *view = currentView();
-    if (auto *caret = m_window->findChild<QLabel *>(QStringLiteral("ToggleCaretPositionStatusPane")))
-        caret->setText(view ? view->edit().statusText() : QString());
-    if (auto *readOnly = m_window->findChild<QLabel *>(QStringLiteral("ToggleReadOnlyStatusPane")))
-        readOnly->setText(view && view->edit().isReadOnly() ? QStringLiteral("READ") : QString());
+    // Found once: the search walks the whole window, and this runs on every key.
+    if (!m_caretPane)
+        m_caretPane = m_window->findChild<QLabel *>(QStringLiteral("ToggleCaretPositionStatusPane"));
+    if (!m_readOnlyPane)
+        m_readOnlyPane = m_window->findChild<QLabel *>(QStringLiteral("ToggleReadOnlyStatusPane"));
+    if (m_caretPane)
+        m_caretPane->setText(view ? view->edit().statusText() : QString());
+    if (m_readOnlyPane)
+        m_readOnlyPane->setText(view && view->edit().isReadOnly() ? QStringLiteral("READ") : QString());
 }
 
 CodeEditView *EditorArea::newDocument()
@@ -727,7 +732,8 @@ void EditorArea::focusChanged(QWidget *now)
             return;
         }
     }
-    if (m_window->isAncestorOf(now) && m_window->editor() && m_documents.contains(static_cast<CodeEditView *>(m_window->editor())))
+    const auto *focused = dynamic_cast<const CodeEditView *>(m_window->editor());
+    if (m_window->isAncestorOf(now) && focused && m_documents.contains(focused))
         m_window->setEditor(nullptr);
 }
 

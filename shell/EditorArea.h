@@ -11,6 +11,7 @@
 class CodeEditView;
 class QCheckBox;
 class QFileSystemWatcher;
+class QLabel;
 class QLineEdit;
 class QStackedWidget;
 class QTabWidget;
@@ -118,6 +119,8 @@ private:
     QLineEdit *m_findText = nullptr;
     QCheckBox *m_findCase = nullptr;
     QFileSystemWatcher *m_watcher;
+    QPointer<QLabel> m_caretPane;      // the status bar's panes, once found
+    QPointer<QLabel> m_readOnlyPane;
     QString m_solutionPath;   // the open solution, kept for its session after the window let go
     std::unique_ptr<MessageBoxQuestions> m_messageBoxes;
     CodeEditQuestionsInterface *m_questions;

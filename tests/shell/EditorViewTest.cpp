@@ -20,6 +20,7 @@
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -172,6 +173,74 @@ TEST_F(Documents, KeysMoveAndSelectAndTheStatusTextFollows)
     if (auto *pane = window->findChild<QLabel *>(QStringLiteral("ToggleCaretPositionStatusPane")))
         EXPECT_EQ(pane->text(), QStringLiteral("Ln 2 Col 1"));
 }
+
+// Keys in a line of names separated by spaces: "S-End" is Shift+End, "C-Right" Ctrl+Right, and
+// a name that is not a key is typed as text.
+void pressKeys(QWidget *widget, const QString &keys)
+{
+    struct Named {
+        const char *name;
+        Qt::Key key;
+    };
+    constexpr Named names[] = {
+        {"BS", Qt::Key_Backspace}, {"Del", Qt::Key_Delete}, {"Ret", Qt::Key_Return}, {"Tab", Qt::Key_Tab},
+        {"Backtab", Qt::Key_Backtab}, {"Left", Qt::Key_Left}, {"Right", Qt::Key_Right}, {"Up", Qt::Key_Up},
+        {"Down", Qt::Key_Down}, {"Home", Qt::Key_Home}, {"End", Qt::Key_End},
+    };
+    for (QString token : keys.split(u' ', Qt::SkipEmptyParts)) {
+        Qt::KeyboardModifiers modifiers;
+        if (token.startsWith(QLatin1String("S-"))) {
+            modifiers |= Qt::ShiftModifier;
+            token.remove(0, 2);
+        } else if (token.startsWith(QLatin1String("C-"))) {
+            modifiers |= Qt::ControlModifier;
+            token.remove(0, 2);
+        }
+        const auto named = std::find_if(std::begin(names), std::end(names), [&](const Named &n) { return token == QLatin1String(n.name); });
+        if (named != std::end(names))
+            QTest::keyClick(widget, named->key, modifiers);
+        else
+            QTest::keyClicks(widget, token.replace(u'_', u' '));
+    }
+}
+
+struct KeyCase {
+    const char *name;
+    const char *text;
+    CodeEditBufferPosition caret;
+    const char *keys;
+    const char *expected;
+    CodeEditBufferPosition expectedCaret;
+};
+
+class EditingKeys : public Documents, public ::testing::WithParamInterface<KeyCase> {};
+
+TEST_P(EditingKeys, ChangeTheTextAndPutTheCaret)
+{
+    CodeEditView &view = open(file(QStringLiteral("keys.c"), GetParam().text));
+    view.setCaretPosition(GetParam().caret);
+    pressKeys(&view, QLatin1String(GetParam().keys));
+    EXPECT_EQ(view.edit().buffer().toText(), QLatin1String(GetParam().expected));
+    EXPECT_EQ(view.caretPosition(), GetParam().expectedCaret);
+    // Every change undoes back to the file as it was read.
+    view.undoAll();
+    EXPECT_EQ(view.edit().buffer().toText(), QLatin1String(GetParam().text));
+}
+
+INSTANTIATE_TEST_SUITE_P(Keys, EditingKeys, ::testing::Values(
+    KeyCase{"backspaceJoinsLines", "ab\ncd", {1, 0}, "BS", "abcd", {0, 2}},
+    KeyCase{"deleteJoinsLines", "ab\ncd", {0, 2}, "Del", "abcd", {0, 2}},
+    KeyCase{"returnKeepsTheIndent", "    x", {0, 5}, "Ret y", "    x\n    y", {1, 5}},
+    KeyCase{"tabTypesATab", "x", {0, 0}, "Tab", "\tx", {0, 1}},
+    KeyCase{"backtabOutdents", "    x", {0, 2}, "Backtab", "x", {0, 0}},
+    KeyCase{"typingReplacesTheSelection", "one two", {0, 4}, "S-End 2", "one 2", {0, 5}},
+    KeyCase{"controlArrowsGoByWords", "alpha beta(gamma)", {0, 0}, "C-Right C-Right C-Right X", "alpha beta(Xgamma)", {0, 12}},
+    KeyCase{"controlLeftSkipsSpaceThenWord", "alpha   beta", {0, 12}, "C-Left C-Left BS", "alpha   beta", {0, 0}},
+    KeyCase{"shiftHomeSelectsToTheIndent", "  code", {0, 6}, "S-Home Del", "  ", {0, 2}},
+    KeyCase{"upKeepsTheColumn", "long line\nab\nlong line", {2, 7}, "Up Up z", "long linze\nab\nlong line", {0, 8}},
+    KeyCase{"controlEndGoesToTheLastLine", "a\nb\nc", {0, 0}, "C-End !", "a\nb\nc!", {2, 2}},
+    KeyCase{"backspaceAtTheStartDoesNothing", "a", {0, 0}, "BS", "a", {0, 0}}),
+    [](const auto &info) { return std::string(info.param.name); });
 
 TEST_F(Documents, MouseClicksPlaceTheCaretAndSelectWordsAndLines)
 {
