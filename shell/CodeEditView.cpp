@@ -876,19 +876,28 @@ void CodeEditView::newLine()
     afterChange();
 }
 
+// Deletes [start, end) as one step and leaves the caret at `start`; a selection goes instead
+// when there is one.
+void CodeEditView::deleteRange(CodeEditBufferPosition start, CodeEditBufferPosition end)
+{
+    if (m_edit->hasSelection()) {
+        m_edit->deleteSelection();
+    } else if (start != end) {
+        m_edit->beginOperation(0, KindDelete);
+        m_edit->deleteText(start, end, true);
+        m_edit->setCaret(start, true);
+        m_edit->endOperation(0);
+    }
+    afterChange();
+}
+
 void CodeEditView::deleteBackward()
 {
     if (!mayEdit())
         return;
-    if (m_edit->hasSelection()) {
-        m_edit->deleteSelection();
-        afterChange();
-        return;
-    }
     const CodeEditBufferPosition caret = m_edit->caret();
-    const int length = m_edit->buffer().lineLength(caret.line);
-    if (caret.column > length) {   // a caret past the line's end just moves
-        moveCharacter(-1, false);
+    if (!m_edit->hasSelection() && caret.column > m_edit->buffer().lineLength(caret.line)) {
+        moveCharacter(-1, false);   // a caret past the line's end just moves
         return;
     }
     CodeEditBufferPosition start = caret;
@@ -896,37 +905,20 @@ void CodeEditView::deleteBackward()
         --start.column;
     else if (caret.line > 0)
         start = {caret.line - 1, m_edit->buffer().lineLength(caret.line - 1)};
-    else
-        return;
-    m_edit->beginOperation(0, KindDelete);
-    m_edit->deleteText(start, caret, true);
-    m_edit->setCaret(start, true);
-    m_edit->endOperation(0);
-    afterChange();
+    deleteRange(start, caret);
 }
 
 void CodeEditView::deleteForward()
 {
     if (!mayEdit())
         return;
-    if (m_edit->hasSelection()) {
-        m_edit->deleteSelection();
-        afterChange();
-        return;
-    }
     const CodeEditBufferPosition caret = m_edit->buffer().clamped(m_edit->caret());
     CodeEditBufferPosition end = caret;
     if (caret.column < m_edit->buffer().lineLength(caret.line))
         ++end.column;
     else if (caret.line + 1 < m_edit->numberOfLines())
         end = {caret.line + 1, 0};
-    else
-        return;
-    m_edit->beginOperation(0, KindDelete);
-    m_edit->deleteText(caret, end, true);
-    m_edit->setCaret(caret, true);
-    m_edit->endOperation(0);
-    afterChange();
+    deleteRange(caret, end);
 }
 
 void CodeEditView::deleteLine()
@@ -1034,23 +1026,20 @@ void CodeEditView::outdent()
         setCaretPosition({caret.line, std::max(0, caret.column - removedOnCaretLine)});
 }
 
-QString CodeEditView::commentPrefix() const
+// The comment of the document's syntax: the C family's line comment unless the table says
+// otherwise.
+CodeEditView::Comment CodeEditView::commentStyle() const
 {
     for (const CommentStyle &style : commentStyles) {
         if (m_syntaxName == QLatin1String(style.syntax))
-            return QLatin1String(style.prefix);
+            return {QLatin1String(style.prefix), QLatin1String(style.suffix)};
     }
-    return QStringLiteral("//");
+    return {QStringLiteral("//"), QString()};
 }
 
 void CodeEditView::comment()
 {
-    QString suffix;
-    for (const CommentStyle &style : commentStyles) {
-        if (m_syntaxName == QLatin1String(style.syntax))
-            suffix = QLatin1String(style.suffix);
-    }
-    const QString prefix = commentPrefix();
+    const auto [prefix, suffix] = commentStyle();
     changeLines(KindComment, [&](int line) {
         if (!suffix.isEmpty())
             m_edit->insertText({line, m_edit->buffer().lineLength(line)}, suffix, true);
@@ -1060,12 +1049,7 @@ void CodeEditView::comment()
 
 void CodeEditView::uncomment()
 {
-    const QString prefix = commentPrefix();
-    QString suffix;
-    for (const CommentStyle &style : commentStyles) {
-        if (m_syntaxName == QLatin1String(style.syntax))
-            suffix = QLatin1String(style.suffix);
-    }
+    const auto [prefix, suffix] = commentStyle();
     changeLines(KindUncomment, [&](int line) {
         const QString text = m_edit->buffer().text(line);
         int at = 0;
@@ -1082,7 +1066,7 @@ void CodeEditView::uncomment()
 void CodeEditView::toggleComment()
 {
     const LineRange lines = selectedLines();
-    const QString prefix = commentPrefix();
+    const QString prefix = commentStyle().prefix;
     bool allCommented = true;
     for (int line = lines.first; line <= lines.last && allCommented; ++line) {
         const QString text = m_edit->buffer().text(line).trimmed();

@@ -131,7 +131,12 @@ private:
     // Runs a change of kind `kind` over the lines of the selection, or the caret's line.
     template <typename Change> void changeLines(int kind, Change change);
     [[nodiscard]] LineRange selectedLines() const;
-    [[nodiscard]] QString commentPrefix() const;
+    struct Comment {
+        QString prefix;
+        QString suffix;   // empty: a line comment
+    };
+    [[nodiscard]] Comment commentStyle() const;
+    void deleteRange(CodeEditBufferPosition start, CodeEditBufferPosition end);
     void afterChange();       // the document changed: scroll to the caret the document chose
     void afterMove();         // the caret moved: keep it in sight
     void ensureCaretVisible();

@@ -76,15 +76,6 @@ void VarnelWindow::createEditorArea()
             return true;
         });
     }
-    for (const ViewCommand &command : viewCommands) {
-        proxy(QLatin1String(command.action))->setFallback([this, run = command.run] {
-            auto *view = dynamic_cast<CodeEditView *>(m_editor);
-            if (!view)
-                return false;
-            (view->*run)();
-            return true;
-        });
-    }
     const auto onView = [this](const char *action, std::function<void(CodeEditView *)> run) {
         proxy(QLatin1String(action))->setFallback([this, run = std::move(run)] {
             auto *view = dynamic_cast<CodeEditView *>(m_editor);
@@ -93,6 +84,8 @@ void VarnelWindow::createEditorArea()
             return view != nullptr;
         });
     };
+    for (const ViewCommand &command : viewCommands)
+        onView(command.action, [run = command.run](CodeEditView *view) { (view->*run)(); });
     onView("EditGoToLine", [area](CodeEditView *) { area->goToLineDialog(); });
     onView("EditFind", [area](CodeEditView *) { area->showFind(); });
     onView("EditFindNext", [area](CodeEditView *) { area->findAgain(true); });

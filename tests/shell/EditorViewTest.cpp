@@ -237,7 +237,7 @@ INSTANTIATE_TEST_SUITE_P(Keys, EditingKeys, ::testing::Values(
     KeyCase{"controlArrowsGoByWords", "alpha beta(gamma)", {0, 0}, "C-Right C-Right C-Right X", "alpha beta(Xgamma)", {0, 12}},
     KeyCase{"controlLeftSkipsSpaceThenWord", "alpha   beta", {0, 12}, "C-Left C-Left BS", "alpha   beta", {0, 0}},
     KeyCase{"shiftHomeSelectsToTheIndent", "  code", {0, 6}, "S-Home Del", "  ", {0, 2}},
-    KeyCase{"upKeepsTheColumn", "long line\nab\nlong line", {2, 7}, "Up Up z", "long linze\nab\nlong line", {0, 8}},
+    KeyCase{"upKeepsTheColumn", "long line\nab\nlong line", {2, 7}, "Up Up z", "long lizne\nab\nlong line", {0, 8}},
     KeyCase{"controlEndGoesToTheLastLine", "a\nb\nc", {0, 0}, "C-End !", "a\nb\nc!", {2, 2}},
     KeyCase{"backspaceAtTheStartDoesNothing", "a", {0, 0}, "BS", "a", {0, 0}}),
     [](const auto &info) { return std::string(info.param.name); });
