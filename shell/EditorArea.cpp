@@ -10,6 +10,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -671,6 +672,11 @@ void EditorArea::makeFindBar()
         if (CodeEditView *current = currentView())
             current->setFocus();
     });
+    auto *escape = new QAction(m_findBar);
+    escape->setShortcut(Qt::Key_Escape);
+    escape->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    connect(escape, &QAction::triggered, close, &QToolButton::click);
+    m_findBar->addAction(escape);
     m_findBar->hide();
 }
 
@@ -702,6 +708,25 @@ void EditorArea::findAgain(bool forward)
         m_window->statusBar()->showMessage(QStringLiteral("\"%1\" was not found").arg(text), statusMilliseconds);
 }
 
+// The tool bar's find field, made anew with each rebuild of the tool bars, searches the current
+// document when Return is pressed in it; it is taken up the first time it gets the focus.
+void EditorArea::hookToolBarFind(QWidget *focused)
+{
+    // The combo box holds the focus for its line edit.
+    auto *combo = qobject_cast<QComboBox *>(focused);
+    if (!combo && focused)
+        combo = qobject_cast<QComboBox *>(focused->parentWidget());
+    if (!combo || !combo->lineEdit() || combo->objectName() != QLatin1String("FindText")
+        || combo->property("searchesDocuments").toBool())
+        return;
+    combo->setProperty("searchesDocuments", true);
+    QLineEdit *field = combo->lineEdit();
+    connect(field, &QLineEdit::returnPressed, this, [this, field] {
+        m_findText->setText(field->text());
+        findAgain(!(QApplication::keyboardModifiers() & Qt::ShiftModifier));
+    });
+}
+
 void EditorArea::goToLineDialog()
 {
     CodeEditView *current = currentView();
@@ -722,6 +747,7 @@ void EditorArea::focusChanged(QWidget *now)
 {
     if (!now)
         return;   // the application lost the focus: the editor stays the one in force
+    hookToolBarFind(now);
     for (QWidget *widget = now; widget; widget = widget->parentWidget()) {
         if (auto *view = qobject_cast<CodeEditView *>(widget); view && m_documents.contains(view)) {
             m_window->setEditor(view);

@@ -108,6 +108,7 @@ private:
     void say(const QString &text);
     void makeFindBar();
     void focusChanged(QWidget *now);
+    void hookToolBarFind(QWidget *focused);
     bool closeForWindow();
     bool mayClose(CodeEditView *view);
 

@@ -16,7 +16,9 @@
 #include <QFile>
 #include <QImage>
 #include <QSet>
+#include <QComboBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -317,6 +319,30 @@ QByteArray binaryBytes()
     for (int i = 0; i < 4096; ++i)
         bytes.append(char((i * 37 + 11) & 0xff));
     return bytes + QByteArray("\r\n\0\0\xff\xfe\r", 7);
+}
+
+TEST_F(Documents, TheFindBarAndTheToolBarFieldSearchTheCurrentDocument)
+{
+    CodeEditView &view = open(file(QStringLiteral("t.c"), "alpha\nbeta\nalpha beta\n"));
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    area().showFind();
+    auto *bar = window->findChild<QLineEdit *>(QStringLiteral("FindBarText"));
+    ASSERT_NE(bar, nullptr);
+    bar->setText(QStringLiteral("beta"));
+    QTest::keyClick(bar, Qt::Key_Return);
+    EXPECT_EQ(view.caretPosition(), (CodeEditBufferPosition{1, 4}));
+    QComboBox *combo = nullptr;
+    for (QComboBox *each : window->findChildren<QComboBox *>(QStringLiteral("FindText"))) {
+        if (each->isVisible())
+            combo = each;
+    }
+    ASSERT_NE(combo, nullptr);
+    combo->setFocus();
+    ASSERT_TRUE(waitFor([&] { return combo->hasFocus(); }));
+    combo->lineEdit()->setText(QStringLiteral("alpha"));
+    QTest::keyClick(combo, Qt::Key_Return);
+    EXPECT_EQ(view.caretPosition(), (CodeEditBufferPosition{2, 5}));
 }
 
 TEST_F(Documents, ABinaryFileShowsAndIsNotRewrittenBySavingItUnedited)
