@@ -586,6 +586,24 @@ TEST_F(Documents, PaintsTheSyntaxColoursOfACFile)
         EXPECT_TRUE(colours.contains(wanted)) << std::hex << wanted;
 }
 
+TEST_F(Documents, ClosingTheWindowAsksAboutEditsAndWritesTheSession)
+{
+    const QString copy = folder.path() + QStringLiteral("/solution");
+    ASSERT_EQ(TestSupport::runProgram(QStringLiteral("cp"), {QStringLiteral("-R"), QStringLiteral(TESS_SOURCE_DIR "/examples/solution"), copy}).exitCode, 0);
+    ASSERT_TRUE(window->openSolution(copy + QStringLiteral("/Blinky.qvProject")));
+    const QString path = file(QStringLiteral("w.c"), "w\n");
+    CodeEditView &view = open(path);
+    QTest::keyClicks(&view, QStringLiteral("edit "));
+    questions.answer = QStringLiteral("Cancel");
+    EXPECT_FALSE(window->close());
+    EXPECT_EQ(area().count(), 1);
+    questions.answer = QStringLiteral("Discard");
+    EXPECT_TRUE(window->close());
+    EXPECT_EQ(readFile(path), QByteArray("w\n"));
+    const QByteArray session = readFile(copy + QStringLiteral("/Blinky.qvSession"));
+    EXPECT_TRUE(session.contains("w.c")) << session.constData();
+}
+
 TEST_F(Documents, OnlyTheLinesInSightArePaintedOnABigFile)
 {
     QByteArray text;
