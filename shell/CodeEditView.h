@@ -116,6 +116,12 @@ protected:
 
 private:
     struct LineRange;
+    // Two positions in text order.
+    struct Span {
+        CodeEditBufferPosition first;
+        CodeEditBufferPosition last;
+    };
+    [[nodiscard]] static Span ordered(CodeEditBufferPosition a, CodeEditBufferPosition b);
     void moveCharacter(int direction, bool extend);
     void moveWord(int direction, bool extend);
     void moveLineStart(bool extend);

@@ -295,6 +295,32 @@ TEST_F(Documents, CutCopyPasteAndTheLineCommandsGoThroughTheActions)
     EXPECT_TRUE(window->action(QStringLiteral("EditUndo"))->isEnabled() == view.canUndo());
 }
 
+struct CommentCase {
+    const char *name;
+    const char *file;
+    const char *commented;
+};
+
+class CommentsBySyntax : public Documents, public ::testing::WithParamInterface<CommentCase> {};
+
+TEST_P(CommentsBySyntax, UseTheLanguagesOwnCommentAndUndoAsOneStep)
+{
+    CodeEditView &view = open(file(QLatin1String(GetParam().file), "code\n"));
+    view.toggleComment();
+    EXPECT_EQ(view.edit().buffer().text(0), QLatin1String(GetParam().commented));
+    view.toggleComment();
+    EXPECT_EQ(view.edit().buffer().text(0), QStringLiteral("code"));
+    view.undo();
+    view.undo();
+    EXPECT_EQ(view.edit().undoCount(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Syntaxes, CommentsBySyntax, ::testing::Values(
+    CommentCase{"c", "a.c", "//code"}, CommentCase{"python", "a.py", "#code"},
+    CommentCase{"assembler", "a.s", ";code"}, CommentCase{"xml", "a.xml", "<!--code-->"},
+    CommentCase{"plainText", "a.txt", "//code"}),
+    [](const auto &info) { return std::string(info.param.name); });
+
 TEST_F(Documents, FindWrapsAroundAndGoToLineMovesTheCaret)
 {
     CodeEditView &view = open(file(QStringLiteral("f.c"), "x = Needle;\ny = 0;\nz = needle;\n"));
