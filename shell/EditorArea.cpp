@@ -798,6 +798,9 @@ QString EditorArea::sessionPathFor(const QString &solutionPath)
 bool EditorArea::writeSession(const QString &solutionPath)
 {
     const QString path = sessionPathFor(solutionPath);
+    // A solution that never had a document open gets no session file beside it.
+    if (openPaths().isEmpty() && !QFileInfo::exists(path))
+        return true;
     const QDir base = QFileInfo(solutionPath).absoluteDir();
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
