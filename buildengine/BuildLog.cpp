@@ -249,6 +249,13 @@ void BuildLog::locate(int step)
     emit locateBookmark(m_located->m_bookmark);
 }
 
+void BuildLog::locateItem(BuildLogItem *item)
+{
+    m_located = item;
+    if (item && item->m_bookmark.hasLocation())
+        emit locateBookmark(item->m_bookmark);
+}
+
 void BuildLog::locateNext()
 {
     locate(1);

@@ -70,6 +70,8 @@ public:
     // The tree as indented text: one item a line with its severity, for copying and tests.
     [[nodiscard]] QString text(const BuildLogItem *from = nullptr) const;
     [[nodiscard]] int view() const { return m_view; }
+    // The item last located; null after clear() or before any locate.
+    [[nodiscard]] BuildLogItem *located() const { return m_located; }
     // "Environment/Build/Show Unparsed Error Output": lines that are no diagnostic are shown.
     void setShowUnparsedOutput(bool show) { m_showUnparsed = show; }
 
@@ -93,6 +95,9 @@ public slots:
     [[nodiscard]] QString copy() const;      // the item last located, with what is below it
     [[nodiscard]] QString copyAll() const;
     void showView(int view);
+    // Makes `item` the one located (where locateNext and locatePrevious go on from) and, when
+    // it points into a file, emits locateBookmark: what a double click on an item does.
+    void locateItem(BuildLogItem *item);
 
 signals:
     void locateBookmark(const Bookmark &bookmark);

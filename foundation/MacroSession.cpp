@@ -4,9 +4,22 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 
+namespace {
+
+// The macro system the sessions made, while one of them is alive.
+std::weak_ptr<PropertyClassList> &sessionMacros()
+{
+    static std::weak_ptr<PropertyClassList> macros;
+    return macros;
+}
+
+} // namespace
+
 MacroSession::MacroSession(const QString &installation)
 {
     if (PropertyClassList *outer = PropertyClassList::global()) {
+        if (std::shared_ptr<PropertyClassList> shared = sessionMacros().lock(); shared.get() == outer)
+            m_owned = std::move(shared);
         m_macros = outer;
         return;
     }
@@ -17,12 +30,13 @@ MacroSession::MacroSession(const QString &installation)
     m_owned->defineSystemMacro(QStringLiteral("VarnelDir"), varnelDir,
                                QStringLiteral("Installation directory of Tessmark."));
     m_macros = m_owned.get();
+    sessionMacros() = m_owned;
     PropertyClassList::setGlobal(m_macros);
 }
 
 MacroSession::~MacroSession()
 {
-    if (m_owned)
+    if (m_owned && m_owned.use_count() == 1 && PropertyClassList::global() == m_macros)
         PropertyClassList::setGlobal(nullptr);
 }
 

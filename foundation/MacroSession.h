@@ -7,7 +7,9 @@ class PropertyClassList;
 // The macro system a program expands with, installed as the process-wide one for the session's
 // life. It starts with the start-up macros and $(VarnelDir), the installation directory (the one
 // above the running program's folder unless `installation` names another). A session made while
-// another is in force shares that one and tears nothing down, so commands can nest.
+// another is in force shares that one, so commands can nest; the macro system stays in force
+// until the last session sharing it ends, whichever order they end in (a window opens the next
+// solution before it lets go of the one open).
 class MacroSession {
 public:
     explicit MacroSession(const QString &installation = QString());
@@ -18,7 +20,9 @@ public:
     PropertyClassList &macros() const { return *m_macros; }
 
 private:
-    std::unique_ptr<PropertyClassList> m_owned;   // null when an outer session is in force
+    // Shared by every session alive that made or joined it; null when the macro system in force
+    // was installed by something other than a session.
+    std::shared_ptr<PropertyClassList> m_owned;
     PropertyClassList *m_macros = nullptr;
 };
 

@@ -8,6 +8,7 @@
 #include "shell/ConsoleViews.h"
 #include "shell/DocumentHost.h"
 #include "shell/Actions.h"
+#include "shell/BuildViews.h"
 #include "shell/EditCommands.h"
 #include "shell/GUIBuilder.h"
 #include "shell/MessageLog.h"
@@ -255,7 +256,7 @@ bool VarnelWindow::isEnabledByRule(const ActionRow &row) const
     case EnableRule::Solution:
         return !m_solutionPath.isEmpty();
     case EnableRule::SolutionIdle:
-        return !m_solutionPath.isEmpty();
+        return !m_solutionPath.isEmpty() && !(m_buildViews && m_buildViews->isBuilding());
     case EnableRule::Editor: {
         if (const ProxyAction *proxy = m_proxies.value(QLatin1String(row.name))) {
             if (const QAction *local = proxy->localAction())
@@ -263,11 +264,12 @@ bool VarnelWindow::isEnabledByRule(const ActionRow &row) const
         }
         return m_editor && m_editor->isCommandEnabled(row.command);
     }
+    case EnableRule::Building:
+        return m_buildViews && m_buildViews->isBuilding();
     case EnableRule::Document:
         return m_documents && m_documents->currentEditor();
     case EnableRule::Script:
         return m_consoleViews && m_consoleViews->isRunning();
-    case EnableRule::Building:
     case EnableRule::Debugging:
     case EnableRule::Browser:
         return false;
@@ -535,6 +537,10 @@ void VarnelWindow::openPaths(const QStringList &paths)
 
 bool VarnelWindow::openSolution(const QString &path)
 {
+    if (m_buildViews && m_buildViews->isBuilding()) {   // the build walks the open tree
+        showStatus(QStringLiteral("Cancel the build before opening another solution"));
+        return false;
+    }
     const QFileInfo info(path);
     if (!info.isFile() || !looksLikeSolution(path)) {
         const QString why = info.exists() ? QStringLiteral("not a solution file") : QStringLiteral("no such file");
@@ -572,6 +578,10 @@ void VarnelWindow::closeSolution()
 {
     if (m_solutionPath.isEmpty())
         return;
+    if (m_buildViews && m_buildViews->isBuilding()) {
+        showStatus(QStringLiteral("Cancel the build before closing the solution"));
+        return;
+    }
     m_solutionPath.clear();
     emit solutionClosing();
     m_activeProject = nullptr;

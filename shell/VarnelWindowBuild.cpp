@@ -1,6 +1,10 @@
 #include "shell/VarnelWindow.h"
+#include "shell/BuildViews.h"
 
 // The build actions and the build log.
 void VarnelWindow::createBuildViews()
 {
+    m_buildViews = new BuildViews(this);
+    for (const QString &name : BuildViews::commandNames())
+        addCommand(name, [this, name] { m_buildViews->runCommand(name); });
 }

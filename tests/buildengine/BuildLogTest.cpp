@@ -108,6 +108,24 @@ TEST(BuildLogLocate, DeletedLinesPullBookmarkToEditPoint)
     EXPECT_EQ(located.at(0).line, 8);
 }
 
+TEST(BuildLogLocate, ChosenItemIsWhereNextGoesOn)
+{
+    BuildLog log;
+    std::vector<Bookmark> located;
+    QObject::connect(&log, &BuildLog::locateBookmark, [&](const Bookmark &b) { located.push_back(b); });
+    log.processOutput(QStringLiteral("a.c:1: error: one\nplain\nb.c:2: error: two\nc.c:3: error: three\n"));
+    const auto &items = log.root()->children();
+    log.locateItem(items.at(1).get());   // plain output: located, but nowhere to go
+    EXPECT_TRUE(located.empty());
+    EXPECT_EQ(log.located(), items.at(1).get());
+    log.locateItem(items.at(2).get());
+    log.locateNext();
+    ASSERT_EQ(located.size(), 2u);
+    EXPECT_EQ(located.at(0).path, QStringLiteral("b.c"));
+    EXPECT_EQ(located.at(1).path, QStringLiteral("c.c"));
+    EXPECT_EQ(log.located(), items.at(3).get());
+}
+
 TEST(BuildLogTree, ClearEmptiesTree)
 {
     BuildLog log;
@@ -118,6 +136,7 @@ TEST(BuildLogTree, ClearEmptiesTree)
     EXPECT_TRUE(log.root()->children().empty());
     EXPECT_EQ(log.counts().errors, 0);
     EXPECT_EQ(cleared, 1);
+    EXPECT_EQ(log.located(), nullptr);
 }
 
 } // namespace

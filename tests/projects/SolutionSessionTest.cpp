@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
@@ -41,6 +42,20 @@ TEST(MacroSession, AnInnerSessionSharesTheOuterOneAndLeavesItInForce)
                                QStringLiteral("$(VarnelDir)"), true, true),
                   QStringLiteral("/opt/outer"));
     }
+    EXPECT_EQ(PropertyClassList::global(), nullptr);
+}
+
+TEST(MacroSession, TheMacrosStayWhileAnySessionSharingThemLives)
+{
+    ASSERT_EQ(PropertyClassList::global(), nullptr);
+    auto first = std::make_unique<MacroSession>(QStringLiteral("/opt/first"));
+    auto second = std::make_unique<MacroSession>(QStringLiteral("/opt/second"));
+    first.reset();   // the session made first ends first, as when a window opens another solution
+    ASSERT_EQ(PropertyClassList::global(), &second->macros());
+    EXPECT_EQ(expandMacros(PropertyClassList::global(), MacroTable(),
+                           QStringLiteral("$(VarnelDir)"), true, true),
+              QStringLiteral("/opt/first"));
+    second.reset();
     EXPECT_EQ(PropertyClassList::global(), nullptr);
 }
 
