@@ -326,8 +326,10 @@ void BuildViews::finish(int result, const QString &status)
     setBuildPane(status);
     showCounts();
     expandDiagnostics();
-    if (result == BuildEngine::Failed)
+    if (result == BuildEngine::Failed) {
         showLog();
+        showFirstError();
+    }
     say(status);
     m_window->updateGUI();
     emit buildFinished(result, status);
@@ -369,6 +371,27 @@ void BuildViews::expandDiagnostics()
             ++expanded;
             pending.push_back(child.get());
         }
+    }
+}
+
+// Brings the first error that points into a file into view, without opening it: the user sees
+// why the build failed and F8 opens it.
+void BuildViews::showFirstError()
+{
+    std::vector<const BuildLogItem *> pending{m_log->root()};
+    while (!pending.empty()) {
+        const BuildLogItem *item = pending.back();
+        pending.pop_back();
+        const Severity severity = item->severity();
+        if ((severity == Severity::Error || severity == Severity::Fatal) && item->bookmark().hasLocation()) {
+            const QModelIndex at = m_model->indexOf(item);
+            m_view->scrollTo(at, QAbstractItemView::PositionAtCenter);
+            m_view->setCurrentIndex(at);
+            return;
+        }
+        const auto &children = item->children();
+        for (auto it = children.rbegin(); it != children.rend(); ++it)
+            pending.push_back(it->get());
     }
 }
 

@@ -89,6 +89,7 @@ private:
     void refresh();
     void showCounts();
     void expandDiagnostics();
+    void showFirstError();
     void activated(const QModelIndex &index);
     void openBookmark(const Bookmark &bookmark);
     void say(const QString &text);

@@ -321,6 +321,23 @@ TEST_F(BuildWindow, CleanRemovesWhatTheBuildMade)
     EXPECT_FALSE(QFileInfo::exists(path("Output/Debug/Obj/app/good.o")));
 }
 
+TEST_F(BuildWindow, RawOutputToggleShowsTheToolsOwnLineAndIsKept)
+{
+    activate("lib");
+    trigger("BuildBuildProject");
+    ASSERT_EQ(waitForBuild(), 2);
+    const QModelIndex error = findDiagnostic(Severity::Error, QStringLiteral("src/broken.c"));
+    ASSERT_TRUE(error.isValid());
+    const QString shown = views->model()->data(error, Qt::DisplayRole).toString();
+    EXPECT_TRUE(shown.startsWith(QStringLiteral("‘missing’ undeclared"))
+                || shown.startsWith(QStringLiteral("'missing' undeclared"))) << shown.toStdString();
+    trigger("BuildShowRawErrorOutput");
+    const QString raw = views->model()->data(error, Qt::DisplayRole).toString();
+    EXPECT_TRUE(raw.startsWith(QFileInfo(path("src/broken.c")).canonicalFilePath() + QStringLiteral(":3:14: error: ")))
+        << raw.toStdString();
+    EXPECT_TRUE(settings.isYes(QLatin1String(BuildViews::showRawKey)));
+}
+
 // The model shows what the log holds after a flush, whatever the order items came in.
 TEST(BuildLogRows, FlushShowsEveryItemInItsGroup)
 {

@@ -1,0 +1,6 @@
+static int state;
+
+void led_toggle(void)
+{
+    state = !state;
+}
