@@ -8,16 +8,21 @@
 #include "shell/BuildLogModel.h"
 #include "shell/DocumentHost.h"
 #include "shell/GUIBuilder.h"
+#include "shell/ProxyAction.h"
 #include "shell/SettingsFile.h"
 #include "shell/VarnelAction.h"
 #include "shell/VarnelWindow.h"
+#include <QApplication>
+#include <QClipboard>
 #include <QCloseEvent>
 #include <QDockWidget>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QMenu>
 #include <QProgressBar>
+#include <QScrollBar>
 #include <QStatusBar>
 #include <QTimer>
 #include <QTreeView>
@@ -73,9 +78,6 @@ const ToggleRow toggleRows[] = {
     {"BuildShowRawErrorOutput", BuildViews::showRawKey},
 };
 
-const char *const otherCommands[] = {"BuildCompile", "BuildCancelBuild", "BuildShowLog",
-                                     "EditLocateNext", "EditLocatePrev"};
-
 // A dock or pane never grows without bound while a large build writes: groups with news are
 // opened up to this many at the end of a build.
 constexpr int maxExpandedGroups = 200;
@@ -99,6 +101,7 @@ BuildViews::BuildViews(VarnelWindow *window)
     m_refresh->setInterval(refreshMilliseconds);
     connect(m_refresh, &QTimer::timeout, this, &BuildViews::refresh);
     connect(m_log, &BuildLog::locateBookmark, this, &BuildViews::openBookmark);
+    createCommands();
     createDock();
     createPanes();
     for (const ToggleRow &row : toggleRows) {
@@ -110,42 +113,39 @@ BuildViews::BuildViews(VarnelWindow *window)
 
 BuildViews::~BuildViews() = default;
 
-QStringList BuildViews::commandNames()
+void BuildViews::createCommands()
+{
+    for (const OperationRow &row : operationRows) {
+        const int operation = findBuildOperation(row.query);
+        m_commands.emplace_back(QLatin1String(row.action), [this, operation] { startOperation(operation); });
+    }
+    for (const ToggleRow &row : toggleRows) {
+        const QString action = QLatin1String(row.action);
+        m_commands.emplace_back(action, [this, action, key = row.key] { toggleSetting(action, key); });
+    }
+    m_commands.emplace_back(QStringLiteral("BuildCompile"), [this] { compileCurrentDocument(); });
+    m_commands.emplace_back(QStringLiteral("BuildCancelBuild"), [this] { cancel(); });
+    m_commands.emplace_back(QStringLiteral("BuildShowLog"), [this] { showLog(); });
+    m_commands.emplace_back(QStringLiteral("EditLocateNext"), [this] { locate(1); });
+    m_commands.emplace_back(QStringLiteral("EditLocatePrev"), [this] { locate(-1); });
+}
+
+QStringList BuildViews::commandNames() const
 {
     QStringList names;
-    for (const OperationRow &row : operationRows)
-        names << QLatin1String(row.action);
-    for (const ToggleRow &row : toggleRows)
-        names << QLatin1String(row.action);
-    for (const char *name : otherCommands)
-        names << QLatin1String(name);
+    for (const auto &command : m_commands)
+        names << command.first;
     return names;
 }
 
 void BuildViews::runCommand(const QString &action)
 {
-    for (const OperationRow &row : operationRows) {
-        if (action == QLatin1String(row.action)) {
-            startOperation(findBuildOperation(row.query));
+    for (const auto &command : m_commands) {
+        if (command.first == action) {
+            command.second();
             return;
         }
     }
-    for (const ToggleRow &row : toggleRows) {
-        if (action == QLatin1String(row.action)) {
-            toggleSetting(action, row.key);
-            return;
-        }
-    }
-    if (action == QLatin1String("BuildCompile"))
-        compileCurrentDocument();
-    else if (action == QLatin1String("BuildCancelBuild"))
-        cancel();
-    else if (action == QLatin1String("BuildShowLog"))
-        showLog();
-    else if (action == QLatin1String("EditLocateNext"))
-        locate(1);
-    else if (action == QLatin1String("EditLocatePrev"))
-        locate(-1);
 }
 
 void BuildViews::createDock()
@@ -179,6 +179,7 @@ void BuildViews::createDock()
     m_view->header()->setSectionResizeMode(BuildLogModel::LocationColumn, QHeaderView::Interactive);
     m_view->header()->resizeSection(BuildLogModel::LocationColumn, 160);
     connect(m_view, &QTreeView::activated, this, &BuildViews::activated);
+    createLogActions();
     layout->addLayout(header);
     layout->addWidget(m_view, 1);
     m_dock->setWidget(body);
@@ -186,6 +187,37 @@ void BuildViews::createDock()
     if (auto *messages = m_window->findChild<QDockWidget *>(QStringLiteral("Messages")))
         m_window->tabifyDockWidget(messages, m_dock);
     m_window->builder()->registerObject(QStringLiteral("BuildLog"), m_dock);
+}
+
+// The log's own menu, and its Copy for the window's Copy while the log has the focus.
+void BuildViews::createLogActions()
+{
+    auto *copy = new QAction(QStringLiteral("&Copy"), m_view);
+    connect(copy, &QAction::triggered, this, [this] {
+        const QModelIndex current = m_view->currentIndex();
+        if (current.isValid())
+            QApplication::clipboard()->setText(m_log->text(m_model->item(current)));
+    });
+    auto *copyAll = new QAction(QStringLiteral("Copy &All"), m_view);
+    connect(copyAll, &QAction::triggered, this, [this] {
+        m_model->flush();
+        QApplication::clipboard()->setText(m_log->copyAll());
+    });
+    auto *clear = new QAction(QStringLiteral("Clea&r"), m_view);
+    clear->setObjectName(QStringLiteral("BuildLogClear"));
+    connect(clear, &QAction::triggered, this, [this] {
+        if (!m_building)
+            m_model->clear();
+    });
+    m_view->addActions({copy, copyAll, clear});
+    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_view, &QWidget::customContextMenuRequested, this, [this, copy, clear](const QPoint &at) {
+        copy->setEnabled(m_view->currentIndex().isValid());
+        clear->setEnabled(!m_building);
+        QMenu::exec(m_view->actions(), m_view->viewport()->mapToGlobal(at), nullptr, m_view);
+    });
+    if (ProxyAction *proxy = m_window->proxy(QStringLiteral("EditCopy")))
+        proxy->setLocalAction(m_view, copy);
 }
 
 void BuildViews::createPanes()
@@ -337,7 +369,12 @@ void BuildViews::finish(int result, const QString &status)
 
 void BuildViews::refresh()
 {
+    // A log scrolled to its end follows the build; one the user scrolled up stays put.
+    const QScrollBar *bar = m_view->verticalScrollBar();
+    const bool following = bar->value() == bar->maximum();
     m_model->flush();
+    if (following && m_building)
+        m_view->scrollToBottom();
     if (m_idler) {
         const int total = qMax(1, m_idler->stepsTotal());
         m_progress->setRange(0, total);

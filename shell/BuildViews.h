@@ -4,6 +4,9 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <functional>
+#include <utility>
+#include <vector>
 
 class BuildLog;
 class BuildLogItem;
@@ -44,7 +47,7 @@ public:
     ~BuildViews() override;
 
     // The window's actions this object carries out; runCommand runs one of them.
-    [[nodiscard]] static QStringList commandNames();
+    [[nodiscard]] QStringList commandNames() const;
     void runCommand(const QString &action);
 
     // Starts operation `operation` of the build table (see BuildOperation.h) on the open
@@ -82,7 +85,9 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void createCommands();
     void createDock();
+    void createLogActions();
     void createPanes();
     void run();
     void finish(int result, const QString &status);
@@ -100,6 +105,7 @@ private:
     [[nodiscard]] DocumentHost *documents() const;
 
     VarnelWindow *m_window;
+    std::vector<std::pair<QString, std::function<void()>>> m_commands;
     DocumentHost *m_documents = nullptr;
     BuildLog *m_log;
     BuildLogModel *m_model;

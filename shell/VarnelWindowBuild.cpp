@@ -5,6 +5,6 @@
 void VarnelWindow::createBuildViews()
 {
     m_buildViews = new BuildViews(this);
-    for (const QString &name : BuildViews::commandNames())
+    for (const QString &name : m_buildViews->commandNames())
         addCommand(name, [this, name] { m_buildViews->runCommand(name); });
 }

@@ -12,10 +12,13 @@
 #include "shell/VarnelWindow.h"
 #include "tests/shell/ShellTestSupport.h"
 #include "tests/support/TestSupport.h"
+#include <QApplication>
+#include <QClipboard>
 #include <QDir>
 #include <QDockWidget>
 #include <QEventLoop>
 #include <QLabel>
+#include <QProgressBar>
 #include <QTest>
 #include <QTimer>
 #include <QTreeView>
@@ -152,6 +155,11 @@ TEST_F(BuildWindow, FailedBuildShowsGroupsDiagnosticsAndCounts)
     // The slow project takes no part: the active project's build is what runs.
     trigger("BuildBuildProject");   // app: the first project
     ASSERT_EQ(waitForBuild(), 1) << views->log()->text().toStdString();
+    const auto *progress = window->findChild<QProgressBar *>(QStringLiteral("BuildProgress"));
+    ASSERT_NE(progress, nullptr);
+    EXPECT_EQ(progress->value(), 3);   // two compiles and the link
+    EXPECT_EQ(progress->maximum(), 3);
+    EXPECT_EQ(views->lastStatus(), QStringLiteral("Build complete"));
     activate("lib");
     trigger("BuildBuildProject");
     EXPECT_EQ(waitForBuild(), 2);
@@ -231,6 +239,14 @@ TEST_F(BuildWindow, DoubleClickOnTheErrorOpensItsFileAtLineAndColumn)
     trigger("EditLocateNext");
     ASSERT_EQ(documents.opened.size(), 2);
     EXPECT_EQ(views->model()->item(views->view()->currentIndex())->severity(), Severity::Note);
+    // The window's Copy copies the chosen line while the log has the focus.
+    view->setCurrentIndex(error);
+    view->setFocus();
+    QApplication::clipboard()->clear();
+    window->updateGUI();
+    trigger("EditCopy");
+    EXPECT_TRUE(QApplication::clipboard()->text().startsWith(QStringLiteral("error: ") + broken + QStringLiteral(":3:14: error: ")))
+        << QApplication::clipboard()->text().toStdString();
 }
 
 TEST_F(BuildWindow, SecondStartIsRefusedWhileTheWindowKeepsAnswering)
