@@ -1,4 +1,5 @@
 #include "buildengine/VarnelBuilder.h"
+#include "buildengine/BuildEngine.h"
 #include "buildengine/BuildLog.h"
 #include "buildengine/CommandLine.h"
 #include "buildengine/DiagnosticParser.h"
@@ -303,4 +304,37 @@ void VarnelIdler::endGroup(ProjectElement *element, const QString &configuration
 void VarnelIdler::finished()
 {
     QCoreApplication::processEvents();
+}
+
+// ---- VarnelBuilderSet
+
+VarnelBuilderSet::VarnelBuilderSet(BuildEngine &engine, BuildLog &log, VarnelIdler &idler,
+                                   int count, bool showCommandLines)
+    : m_engine(engine), m_idler(idler)
+{
+    for (int i = 0; i < count; ++i) {
+        m_owned.push_back(std::make_unique<VarnelBuilder>(log, idler, engine.state()));
+        m_owned.back()->setShowCommandLines(showCommandLines);
+        m_builders.push_back(m_owned.back().get());
+    }
+}
+
+VarnelBuilderSet::~VarnelBuilderSet()
+{
+    m_idler.setIdleHook({});
+}
+
+void VarnelBuilderSet::cancel()
+{
+    m_engine.cancelBuild(m_builders);
+    for (const auto &builder : m_owned)
+        builder->terminate();
+}
+
+void VarnelBuilderSet::cancelWhen(std::function<bool()> wanted)
+{
+    m_idler.setIdleHook([this, wanted = std::move(wanted)] {
+        if (!m_engine.state().stopped && wanted())
+            cancel();
+    });
 }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+class BuildEngine;
 class BuildLog;
 class BuildLogItem;
 class DiagnosticParser;
@@ -125,4 +126,26 @@ private:
     int m_stepsDone = 0;
     int m_stepsTotal = 0;
     QElapsedTimer m_sincePumped;   // since the event loop last ran
+};
+
+// The builders of one real build, one per tool that may run at once, all writing to one log;
+// and the cancel that stops them. Every front end that builds (the command line, scripts, the
+// window) makes its builders here.
+class VarnelBuilderSet {
+public:
+    VarnelBuilderSet(BuildEngine &engine, BuildLog &log, VarnelIdler &idler, int count,
+                     bool showCommandLines);
+    ~VarnelBuilderSet();
+
+    [[nodiscard]] const std::vector<Builder *> &builders() const { return m_builders; }
+    // Sets the engine's stopped flag and sends each running tool SIGHUP.
+    void cancel();
+    // Asks `wanted` on every idle of the build, and cancels once it says so.
+    void cancelWhen(std::function<bool()> wanted);
+
+private:
+    BuildEngine &m_engine;
+    VarnelIdler &m_idler;
+    std::vector<std::unique_ptr<VarnelBuilder>> m_owned;
+    std::vector<Builder *> m_builders;
 };

@@ -27,7 +27,6 @@
 #include <QTimer>
 #include <QTreeView>
 #include <QVBoxLayout>
-#include <memory>
 #include <vector>
 
 namespace {
@@ -314,26 +313,14 @@ void BuildViews::run()
     VarnelIdler idler(*m_log);
     const bool clean = buildOperation(m_operation)->action == BuildAction::Clean;
     const int threads = clean ? 1 : buildThreads(buildSettings);
-    std::vector<std::unique_ptr<VarnelBuilder>> owned;
-    std::vector<Builder *> builders;
-    for (int i = 0; i < threads; ++i) {
-        owned.push_back(std::make_unique<VarnelBuilder>(*m_log, idler, engine.state()));
-        owned.back()->setShowCommandLines(buildSettings.showCommandLines);
-        builders.push_back(owned.back().get());
-    }
-    idler.setIdleHook([&] {
-        if (!m_cancelRequested || engine.state().stopped)
-            return;
-        engine.cancelBuild(builders);
-        for (const auto &builder : owned)
-            builder->terminate();
-    });
+    VarnelBuilderSet builders(engine, *m_log, idler, threads, buildSettings.showCommandLines);
+    builders.cancelWhen([this] { return m_cancelRequested; });
     m_idler = &idler;
     m_clock.start();
     m_refresh->start();
     QString status;
-    const int result = runBuildOperation(engine, m_operation, m_targets, buildSettings, builders,
-                                         idler, &status);
+    const int result = runBuildOperation(engine, m_operation, m_targets, buildSettings,
+                                         builders.builders(), idler, &status);
     m_refresh->stop();
     refresh();
     m_idler = nullptr;

@@ -4,8 +4,6 @@
 #include "buildengine/VarnelBuilder.h"
 #include "projects/ProjectElement.h"
 #include "projects/StandardProjectSystem.h"
-#include <memory>
-#include <vector>
 
 ScriptBuildSession::ScriptBuildSession(StandardProjectSystem &system, const QString &configuration,
                                        ProjectElement *activeProject)
@@ -22,24 +20,13 @@ int ScriptBuildSession::run(int operation)
     const BuildOperationInfo *info = buildOperation(operation);
     const bool clean = info && info->action == BuildAction::Clean;
     const int threads = clean ? 1 : buildThreads(m_settings);
-    std::vector<std::unique_ptr<VarnelBuilder>> owned;
-    std::vector<Builder *> builders;
-    for (int i = 0; i < threads; ++i) {
-        owned.push_back(std::make_unique<VarnelBuilder>(log, idler, engine.state()));
-        owned.back()->setShowCommandLines(m_settings.showCommandLines);
-        builders.push_back(owned.back().get());
-    }
-    idler.setIdleHook([&] {
-        if (!m_stopCheck || engine.state().stopped || !m_stopCheck())
-            return;
-        engine.cancelBuild(builders);
-        for (const auto &builder : owned)
-            builder->terminate();
-    });
+    VarnelBuilderSet builders(engine, log, idler, threads, m_settings.showCommandLines);
+    if (m_stopCheck)
+        builders.cancelWhen(m_stopCheck);
     const BuildTargets targets{m_system.solution(), m_activeProject, m_activeProject,
                                m_configuration};
     m_lastStatus.clear();
-    return runBuildOperation(engine, operation, targets, m_settings, builders, idler,
+    return runBuildOperation(engine, operation, targets, m_settings, builders.builders(), idler,
                              &m_lastStatus);
 }
 

@@ -17,7 +17,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 
 namespace {
 
@@ -155,26 +154,15 @@ int buildCommand(const CommandArguments &arguments)
     VarnelIdler idler(log);
     idler.setReporter(&reporter);
     const int threads = options.clean ? 1 : buildThreads(options.settings);
-    std::vector<std::unique_ptr<VarnelBuilder>> owned;
-    std::vector<Builder *> builders;
-    for (int i = 0; i < threads; ++i) {
-        owned.push_back(std::make_unique<VarnelBuilder>(log, idler, engine.state()));
-        owned.back()->setShowCommandLines(options.settings.showCommandLines);
-        builders.push_back(owned.back().get());
-    }
+    VarnelBuilderSet builders(engine, log, idler, threads, options.settings.showCommandLines);
     interrupted = 0;
     std::signal(SIGINT, onInterrupt);
     std::signal(SIGTERM, onInterrupt);
-    idler.setIdleHook([&] {
-        if (!interrupted || engine.state().stopped)
-            return;
-        engine.cancelBuild(builders);
-        for (const auto &builder : owned)
-            builder->terminate();
-    });
+    builders.cancelWhen([] { return interrupted != 0; });
     QString status;
     const int result = runBuildOperation(engine, operationOf(options, project != nullptr),
-                                         targets, options.settings, builders, idler, &status);
+                                         targets, options.settings, builders.builders(), idler,
+                                         &status);
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
     std::printf("%s\n", status.toUtf8().constData());
