@@ -99,6 +99,11 @@ BuildViews::BuildViews(VarnelWindow *window)
     m_model->setRawOutput(window->settings()->isYes(QLatin1String(showRawKey), false));
     m_refresh->setInterval(refreshMilliseconds);
     connect(m_refresh, &QTimer::timeout, this, &BuildViews::refresh);
+    // Between builds a script may write to the log: it is shown on the next tick too.
+    connect(m_log, &BuildLog::itemAdded, this, [this] {
+        if (!m_refresh->isActive())
+            m_refresh->start();
+    });
     connect(m_log, &BuildLog::locateBookmark, this, &BuildViews::openBookmark);
     createCommands();
     createDock();
@@ -259,25 +264,9 @@ bool BuildViews::startOperation(int operation, ProjectElement *selection)
         say(QStringLiteral("A build is already running: cancel it first"));
         return false;
     }
-    SolutionSession *session = m_window->solutionSession();
-    const BuildOperationInfo *info = buildOperation(operation);
-    if (!session || !info) {
-        say(QStringLiteral("No solution is open to build"));
+    const std::optional<BuildTargets> targets = targetsFor(operation, selection);
+    if (!targets)
         return false;
-    }
-    QString configuration = m_window->activeConfiguration();
-    if (configuration.isEmpty())
-        configuration = QStringLiteral("Common");
-    BuildTargets targets{session->solution(), m_window->activeProject(),
-                         selection ? selection : m_window->selectedElement(), configuration};
-    if (info->node == BuildNode::ActiveProject && !targets.activeProject) {
-        say(QStringLiteral("No active project to build"));
-        return false;
-    }
-    if (info->node == BuildNode::Selection && !targets.selection) {
-        say(QStringLiteral("Nothing is selected to build"));
-        return false;
-    }
     if (DocumentHost *host = documents(); host && !host->saveAll()) {
         say(QStringLiteral("Build not started: a document could not be saved"));
         return false;
@@ -285,7 +274,7 @@ bool BuildViews::startOperation(int operation, ProjectElement *selection)
     m_building = true;
     m_cancelRequested = false;
     m_operation = operation;
-    m_targets = targets;
+    m_targets = *targets;
     m_model->clear();
     m_log->setShowUnparsedOutput(m_window->settings()->isYes(QLatin1String(showUnparsedKey), true));
     m_progress->setRange(0, 1);
@@ -299,6 +288,32 @@ bool BuildViews::startOperation(int operation, ProjectElement *selection)
     // event loop over.
     QTimer::singleShot(0, this, &BuildViews::run);
     return true;
+}
+
+// What the operation acts on in the open solution; none, said on the status bar, when the
+// solution, the active project or the selection it needs is missing.
+std::optional<BuildTargets> BuildViews::targetsFor(int operation, ProjectElement *selection)
+{
+    SolutionSession *session = m_window->solutionSession();
+    const BuildOperationInfo *info = buildOperation(operation);
+    if (!session || !info) {
+        say(QStringLiteral("No solution is open to build"));
+        return std::nullopt;
+    }
+    QString configuration = m_window->activeConfiguration();
+    if (configuration.isEmpty())
+        configuration = QStringLiteral("Common");
+    const BuildTargets targets{session->solution(), m_window->activeProject(),
+                               selection ? selection : m_window->selectedElement(), configuration};
+    if (info->node == BuildNode::ActiveProject && !targets.activeProject) {
+        say(QStringLiteral("No active project to build"));
+        return std::nullopt;
+    }
+    if (info->node == BuildNode::Selection && !targets.selection) {
+        say(QStringLiteral("Nothing is selected to build"));
+        return std::nullopt;
+    }
+    return targets;
 }
 
 void BuildViews::run()
@@ -369,6 +384,8 @@ void BuildViews::refresh()
         setBuildPane(QStringLiteral("Building %1/%2").arg(m_idler->stepsDone()).arg(total));
     }
     showCounts();
+    if (!m_building)
+        m_refresh->stop();
 }
 
 void BuildViews::showCounts()

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -89,6 +90,7 @@ private:
     void createDock();
     void createLogActions();
     void createPanes();
+    [[nodiscard]] std::optional<BuildTargets> targetsFor(int operation, ProjectElement *selection);
     void run();
     void finish(int result, const QString &status);
     void refresh();

@@ -354,6 +354,49 @@ TEST_F(BuildWindow, RawOutputToggleShowsTheToolsOwnLineAndIsKept)
     EXPECT_TRUE(settings.isYes(QLatin1String(BuildViews::showRawKey)));
 }
 
+TEST_F(BuildWindow, LinesWrittenBetweenBuildsAreShownToo)
+{
+    views->log()->beginGroup(QStringLiteral("script"));
+    views->log()->addWarning(QStringLiteral("from a script"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return views->model()->rowCount() == 1; }, 10000));
+    EXPECT_EQ(pane("BuildWarningsPane"), QStringLiteral("1 Warnings"));
+}
+
+struct RefusalCase {
+    const char *name;
+    const char *action;
+    bool closeSolution;
+    const char *message;
+};
+
+void PrintTo(const RefusalCase &row, std::ostream *stream)
+{
+    *stream << row.name;
+}
+
+class BuildRefusal : public BuildWindow, public ::testing::WithParamInterface<RefusalCase> {};
+
+// A command with nothing to act on starts nothing and says why.
+TEST_P(BuildRefusal, SaysWhyAndStartsNothing)
+{
+    if (GetParam().closeSolution)
+        window->closeSolution();
+    views->runCommand(QLatin1String(GetParam().action));
+    EXPECT_FALSE(views->isBuilding());
+    EXPECT_EQ(views->lastMessage(), QLatin1String(GetParam().message));
+    EXPECT_EQ(documents.saves, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Commands, BuildRefusal,
+    ::testing::Values(
+        RefusalCase{"selectionWithoutSelection", "BuildBuildSelection", false, "Nothing is selected to build"},
+        RefusalCase{"compileWithoutDocument", "BuildCompile", false, "No document with a file to compile"},
+        RefusalCase{"cancelWhileIdle", "BuildCancelBuild", false, "No build is running"},
+        RefusalCase{"buildWithoutSolution", "BuildBuildSolution", true, "No solution is open to build"},
+        RefusalCase{"projectWithoutSolution", "BuildRebuildProject", true, "No solution is open to build"}),
+    [](const auto &info) { return std::string(info.param.name); });
+
 // The model shows what the log holds after a flush, whatever the order items came in.
 TEST(BuildLogRows, FlushShowsEveryItemInItsGroup)
 {
