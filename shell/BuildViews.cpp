@@ -540,10 +540,13 @@ void BuildViews::say(const QString &text)
     m_window->statusBar()->showMessage(text, 8000);
 }
 
+// The window's build status pane is made after this object: it is looked up when first needed.
 void BuildViews::setBuildPane(const QString &text)
 {
-    if (auto *pane = m_window->findChild<QLabel *>(QStringLiteral("ToggleBuildStatusPane")))
-        pane->setText(text);
+    if (!m_buildPane)
+        m_buildPane = m_window->findChild<QLabel *>(QStringLiteral("ToggleBuildStatusPane"));
+    if (m_buildPane)
+        m_buildPane->setText(text);
 }
 
 // A window closed while a build runs stops the build; the build's loop then unwinds before the

@@ -2,6 +2,7 @@
 #include "buildengine/BuildOperation.h"
 #include <QElapsedTimer>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -117,6 +118,7 @@ private:
     QProgressBar *m_progress = nullptr;
     QLabel *m_errorsPane = nullptr;
     QLabel *m_warningsPane = nullptr;
+    QPointer<QLabel> m_buildPane;
     QTimer *m_refresh;
     // The build that runs: what startOperation chose for run(), and its idler while it runs.
     int m_operation = -1;
