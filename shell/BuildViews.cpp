@@ -416,7 +416,7 @@ void BuildViews::expandDiagnostics()
 }
 
 // Brings the first error that points into a file into view, without opening it: the user sees
-// why the build failed and F8 opens it.
+// why the build failed; F8 still walks the diagnostics from the top.
 void BuildViews::showFirstError()
 {
     std::vector<const BuildLogItem *> pending{m_log->root()};
