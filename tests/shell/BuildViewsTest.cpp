@@ -362,10 +362,13 @@ TEST_F(BuildWindow, LinesWrittenBetweenBuildsAreShownToo)
     EXPECT_EQ(pane("BuildWarningsPane"), QStringLiteral("1 Warnings"));
 }
 
+// What a refusal case takes away before it runs its command.
+enum class Without { Nothing, Solution, ActiveProject };
+
 struct RefusalCase {
     const char *name;
     const char *action;
-    bool closeSolution;
+    Without without;
     const char *message;
 };
 
@@ -379,8 +382,10 @@ class BuildRefusal : public BuildWindow, public ::testing::WithParamInterface<Re
 // A command with nothing to act on starts nothing and says why.
 TEST_P(BuildRefusal, SaysWhyAndStartsNothing)
 {
-    if (GetParam().closeSolution)
+    if (GetParam().without == Without::Solution)
         window->closeSolution();
+    if (GetParam().without == Without::ActiveProject)
+        window->setActiveProject(nullptr);
     views->runCommand(QLatin1String(GetParam().action));
     EXPECT_FALSE(views->isBuilding());
     EXPECT_EQ(views->lastMessage(), QLatin1String(GetParam().message));
@@ -390,11 +395,17 @@ TEST_P(BuildRefusal, SaysWhyAndStartsNothing)
 INSTANTIATE_TEST_SUITE_P(
     Commands, BuildRefusal,
     ::testing::Values(
-        RefusalCase{"selectionWithoutSelection", "BuildBuildSelection", false, "Nothing is selected to build"},
-        RefusalCase{"compileWithoutDocument", "BuildCompile", false, "No document with a file to compile"},
-        RefusalCase{"cancelWhileIdle", "BuildCancelBuild", false, "No build is running"},
-        RefusalCase{"buildWithoutSolution", "BuildBuildSolution", true, "No solution is open to build"},
-        RefusalCase{"projectWithoutSolution", "BuildRebuildProject", true, "No solution is open to build"}),
+        RefusalCase{"selectionWithoutSelection", "BuildBuildSelection", Without::Nothing,
+                    "Nothing is selected to build"},
+        RefusalCase{"compileWithoutDocument", "BuildCompile", Without::Nothing,
+                    "No document with a file to compile"},
+        RefusalCase{"cancelWhileIdle", "BuildCancelBuild", Without::Nothing, "No build is running"},
+        RefusalCase{"buildWithoutSolution", "BuildBuildSolution", Without::Solution,
+                    "No solution is open to build"},
+        RefusalCase{"projectWithoutSolution", "BuildRebuildProject", Without::Solution,
+                    "No solution is open to build"},
+        RefusalCase{"projectWithoutActiveProject", "BuildCleanProject", Without::ActiveProject,
+                    "No active project to build"}),
     [](const auto &info) { return std::string(info.param.name); });
 
 // The model shows what the log holds after a flush, whatever the order items came in.
