@@ -6,6 +6,7 @@
 #include "projects/SolutionSession.h"
 #include "projects/StandardProjectSystem.h"
 #include "shell/BuildLogModel.h"
+#include "shell/ConsoleViews.h"
 #include "shell/DocumentHost.h"
 #include "shell/GUIBuilder.h"
 #include "shell/ProxyAction.h"
@@ -262,6 +263,12 @@ bool BuildViews::startOperation(int operation, ProjectElement *selection)
 {
     if (m_building) {
         say(QStringLiteral("A build is already running: cancel it first"));
+        return false;
+    }
+    // A script may be building the same tree through its Build object, its loop letting this
+    // command in: one build of a tree at a time.
+    if (const ConsoleViews *consoles = m_window->consoleViews(); consoles && consoles->isRunning()) {
+        say(QStringLiteral("A script is running: stop it before building"));
         return false;
     }
     const std::optional<BuildTargets> targets = targetsFor(operation, selection);

@@ -5,7 +5,9 @@
 #include "projects/StandardProjectSystem.h"
 #include "shell/BuildLogModel.h"
 #include "shell/BuildViews.h"
+#include "shell/ConsoleViews.h"
 #include "shell/DocumentHost.h"
+#include "shell/JavaScriptConsole.h"
 #include "shell/SettingsFile.h"
 #include "shell/ShellPaths.h"
 #include "shell/VarnelAction.h"
@@ -18,6 +20,7 @@
 #include <QDockWidget>
 #include <QEventLoop>
 #include <QLabel>
+#include <QLineEdit>
 #include <QProgressBar>
 #include <QTest>
 #include <QTimer>
@@ -364,6 +367,28 @@ TEST_F(BuildWindow, LinesWrittenBetweenBuildsAreShownToo)
 
 // What a refusal case takes away before it runs its command.
 enum class Without { Nothing, Solution, ActiveProject };
+
+TEST_F(BuildWindow, NoBuildStartsWhileAScriptRuns)
+{
+    ConsoleViews *consoles = window->consoleViews();
+    ASSERT_NE(consoles, nullptr);
+    bool refused = false;
+    // Runs from the event loop the endless script lets in, then stops the script.
+    QTimer::singleShot(100, views, [&] {
+        refused = !views->startOperation(findBuildOperation({BuildNode::Solution, BuildAction::Build}));
+        consoles->stopScripts();
+    });
+    QTimer watchdog;
+    watchdog.setSingleShot(true);
+    QObject::connect(&watchdog, &QTimer::timeout, consoles, [&] { consoles->stopScripts(); });
+    watchdog.start(buildTimeoutMilliseconds);
+    QLineEdit *input = consoles->javaScriptConsole()->input();
+    input->setText(QStringLiteral("for (;;) { var i = 1; }"));
+    QTest::keyClick(input, Qt::Key_Return);
+    EXPECT_TRUE(refused);
+    EXPECT_EQ(views->lastMessage(), QStringLiteral("A script is running: stop it before building"));
+    EXPECT_FALSE(views->isBuilding());
+}
 
 struct RefusalCase {
     const char *name;
