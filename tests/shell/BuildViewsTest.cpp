@@ -5,8 +5,10 @@
 #include "projects/StandardProjectSystem.h"
 #include "shell/BuildLogModel.h"
 #include "shell/BuildViews.h"
+#include "shell/CodeEditView.h"
 #include "shell/ConsoleViews.h"
 #include "shell/DocumentHost.h"
+#include "shell/EditorArea.h"
 #include "shell/JavaScriptConsole.h"
 #include "shell/SettingsFile.h"
 #include "shell/ShellPaths.h"
@@ -250,6 +252,21 @@ TEST_F(BuildWindow, DoubleClickOnTheErrorOpensItsFileAtLineAndColumn)
     trigger("EditCopy");
     EXPECT_TRUE(QApplication::clipboard()->text().startsWith(QStringLiteral("error: ") + broken + QStringLiteral(":3:14: error: ")))
         << QApplication::clipboard()->text().toStdString();
+}
+
+TEST_F(BuildWindow, NextLocationPutsTheEditorsCaretOnTheError)
+{
+    views->setDocuments(nullptr);   // the window's own document area
+    activate("lib");
+    trigger("BuildBuildProject");
+    ASSERT_EQ(waitForBuild(), 2);
+    trigger("EditLocateNext");
+    EditorArea *editors = window->editorArea();
+    ASSERT_NE(editors, nullptr);
+    EXPECT_EQ(QFileInfo(editors->currentPath()).canonicalFilePath(),
+              QFileInfo(path("src/broken.c")).canonicalFilePath());
+    ASSERT_NE(editors->currentView(), nullptr);
+    EXPECT_EQ(editors->currentView()->caretPosition(), (CodeEditBufferPosition{2, 13}));   // from 0
 }
 
 TEST_F(BuildWindow, SecondStartIsRefusedWhileTheWindowKeepsAnswering)
