@@ -1,0 +1,559 @@
+#include "shell/ProjectViews.h"
+#include "foundation/Report.h"
+#include "foundation/XMLDocument.h"
+#include "projects/ProjectElement.h"
+#include "projects/ProjectSystem.h"
+#include "projects/SolutionSession.h"
+#include "projects/StandardProjectSystem.h"
+#include "shell/DocumentHost.h"
+#include "shell/ProjectPropertiesView.h"
+#include "shell/ProjectTreeModel.h"
+#include "shell/VarnelAction.h"
+#include "shell/VarnelWindow.h"
+#include <QComboBox>
+#include <QDir>
+#include <QDockWidget>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QInputDialog>
+#include <QLabel>
+#include <QMenu>
+#include <QMessageBox>
+#include <QSaveFile>
+#include <QStatusBar>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+namespace {
+
+const QString common = QStringLiteral("Common");
+
+// The element that stands for the file holding `element`: the top of its imported part, or
+// the solution.
+const ProjectElement *fileOwner(const ProjectElement *element)
+{
+    const ProjectElement *at = element;
+    while (at && !at->isImported() && at->parentElement())
+        at = at->parentElement();
+    return at;
+}
+
+// The project's directory, absolute, as the build sees it.
+QString projectDirectory(const StandardProjectSystem &system, const ProjectElement *element)
+{
+    return QDir::cleanPath(system.expand(element, common, QStringLiteral("$(ProjectDir)")));
+}
+
+bool holdsName(const ProjectElement *parent, const QString &name)
+{
+    for (const ProjectElement *child : parent->children()) {
+        if (child->elementName() == name)
+            return true;
+    }
+    return false;
+}
+
+bool contains(const ProjectElement *ancestor, const ProjectElement *element)
+{
+    for (const ProjectElement *at = element; at; at = at->parentElement()) {
+        if (at == ancestor)
+            return true;
+    }
+    return false;
+}
+
+ProjectElement *firstProject(ProjectElement *element)
+{
+    for (ProjectElement *child : element ? element->children() : std::vector<ProjectElement *>{}) {
+        if (child->kind() == ProjectElement::Kind::Project)
+            return child;
+        if (ProjectElement *found = firstProject(child))
+            return found;
+    }
+    return nullptr;
+}
+
+// Actions of the explorer's context menu, in order; null for a separator.
+constexpr const char *contextActions[] = {
+    "ProjectSetActiveProject", nullptr,
+    "ProjectAddNewFile", "ProjectAddExistingItem", "ProjectNewFolder", nullptr,
+    "ProjectExplorerDelete", nullptr,
+    "ProjectReload", "ViewProperties",
+};
+
+} // namespace
+
+ProjectViews::ProjectViews(VarnelWindow *window) : QObject(window), m_window(window)
+{
+    setObjectName(QStringLiteral("ProjectViews"));
+    m_prompts.confirm = [window](const QString &question) {
+        return QMessageBox::question(window, QStringLiteral("Tessmark"), question) == QMessageBox::Yes;
+    };
+    m_prompts.chooseFiles = [window](const QString &directory) {
+        return QFileDialog::getOpenFileNames(window, QStringLiteral("Add Existing Files"), directory);
+    };
+    m_prompts.askName = [window](const QString &title, const QString &label) {
+        return QInputDialog::getText(window, title, label).trimmed();
+    };
+    createProjectDock();
+    createPropertiesDock();
+    connect(window, &VarnelWindow::solutionChanged, this, &ProjectViews::solutionOpened);
+    connect(window, &VarnelWindow::solutionClosing, this, &ProjectViews::solutionClosing);
+    connect(window, &VarnelWindow::activeChanged, this, &ProjectViews::activeChanged);
+}
+
+ProjectViews::~ProjectViews() = default;
+
+void ProjectViews::setPrompts(Prompts prompts)
+{
+    m_prompts = std::move(prompts);
+}
+
+void ProjectViews::createProjectDock()
+{
+    m_projectDock = new QDockWidget(QStringLiteral("Project Explorer"), m_window);
+    m_projectDock->setObjectName(QStringLiteral("ProjectExplorer"));
+    auto *body = new QWidget(m_projectDock);
+    auto *layout = new QVBoxLayout(body);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(2);
+    auto *header = new QHBoxLayout;
+    header->setContentsMargins(4, 2, 4, 0);
+    header->addWidget(new QLabel(QStringLiteral("Configuration:"), body));
+    m_configurations = new QComboBox(body);
+    m_configurations->setObjectName(QStringLiteral("ActiveConfiguration"));
+    m_configurations->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    m_configurations->setEnabled(false);
+    header->addWidget(m_configurations, 1);
+    layout->addLayout(header);
+    connect(m_configurations, &QComboBox::activated, this, [this](int index) {
+        m_window->setActiveConfiguration(m_configurations->itemText(index));
+    });
+
+    m_model = new ProjectTreeModel(this);
+    m_tree = new QTreeView(body);
+    m_tree->setObjectName(QStringLiteral("ProjectTree"));
+    m_tree->setHeaderHidden(true);
+    m_tree->setUniformRowHeights(true);   // lets the view lay out only the rows it shows
+    m_tree->setModel(m_model);
+    m_tree->setContextMenuPolicy(Qt::CustomContextMenu);
+    m_tree->setExpandsOnDoubleClick(true);
+    layout->addWidget(m_tree, 1);
+    connect(m_tree->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this](const QModelIndex &current) { currentChanged(current); });
+    connect(m_tree, &QTreeView::activated, this, [this](const QModelIndex &index) {
+        const ProjectElement *element = m_model->element(index);
+        if (element && element->kind() == ProjectElement::Kind::File)
+            openElement(element);
+    });
+    connect(m_tree, &QTreeView::customContextMenuRequested, this, &ProjectViews::showContextMenu);
+    m_projectDock->setWidget(body);
+    m_window->addDockWidget(Qt::LeftDockWidgetArea, m_projectDock);
+}
+
+void ProjectViews::createPropertiesDock()
+{
+    m_propertiesDock = new QDockWidget(QStringLiteral("Properties"), m_window);
+    m_propertiesDock->setObjectName(QStringLiteral("Properties"));
+    m_properties = new ProjectPropertiesView(m_propertiesDock);
+    m_propertiesDock->setWidget(m_properties);
+    m_window->addDockWidget(Qt::LeftDockWidgetArea, m_propertiesDock);
+    m_window->splitDockWidget(m_projectDock, m_propertiesDock, Qt::Vertical);
+}
+
+StandardProjectSystem *ProjectViews::system() const
+{
+    SolutionSession *session = m_window->solutionSession();
+    return session ? &session->system() : nullptr;
+}
+
+void ProjectViews::say(const QString &text, bool failure)
+{
+    m_lastMessage = text;
+    if (failure)
+        report(ReportChannel::Error, text);
+    m_window->statusBar()->showMessage(text, 8000);
+}
+
+// ---- Following the window
+
+void ProjectViews::solutionOpened()
+{
+    SolutionSession *session = m_window->solutionSession();
+    ProjectElement *solution = session ? session->solution() : nullptr;
+    m_model->setRoot(solution);
+    fillConfigurations();
+    if (!solution) {
+        m_properties->clearElement();
+        return;
+    }
+    // The solution and its projects open; folders wait for the user, so a large solution
+    // lays out a screenful of rows.
+    const QModelIndex top = m_model->index(0, 0);
+    m_tree->expand(top);
+    for (int row = 0; row < m_model->rowCount(top); ++row) {
+        const QModelIndex child = m_model->index(row, 0, top);
+        if (m_model->element(child)->kind() == ProjectElement::Kind::Project)
+            m_tree->expand(child);
+    }
+    activeChanged();
+}
+
+void ProjectViews::solutionClosing()
+{
+    m_model->setRoot(nullptr);
+    m_properties->clearElement();
+    m_configurations->clear();
+    m_configurations->setEnabled(false);
+}
+
+void ProjectViews::fillConfigurations()
+{
+    m_configurations->clear();
+    StandardProjectSystem *projects = system();
+    if (!projects) {
+        m_configurations->setEnabled(false);
+        return;
+    }
+    m_configurations->addItems(projects->publicConfigurations());
+    m_configurations->setCurrentIndex(m_configurations->findText(m_window->activeConfiguration()));
+    m_configurations->setEnabled(m_configurations->count() > 0);
+}
+
+void ProjectViews::activeChanged()
+{
+    StandardProjectSystem *projects = system();
+    if (!projects || !m_model->root()) {
+        m_properties->clearElement();
+        return;
+    }
+    m_model->setActiveProject(m_window->activeProject());
+    const QString configuration = m_window->activeConfiguration();
+    if (m_configurations->currentText() != configuration) {
+        int index = m_configurations->findText(configuration);
+        if (index < 0 && !configuration.isEmpty()) {   // a private one chosen by a script
+            m_configurations->addItem(configuration);
+            index = m_configurations->count() - 1;
+        }
+        m_configurations->setCurrentIndex(index);
+    }
+    const ProjectElement *shown = m_window->selectedElement();
+    if (!shown)
+        shown = m_window->activeProject() ? m_window->activeProject() : m_model->root();
+    m_properties->showElement(projects, shown, configuration.isEmpty() ? common : configuration);
+}
+
+void ProjectViews::currentChanged(const QModelIndex &current)
+{
+    ProjectElement *element = m_model->element(current);
+    if (element != m_window->selectedElement())
+        m_window->setSelectedElement(element);
+}
+
+void ProjectViews::selectElement(const ProjectElement *element)
+{
+    const QModelIndex index = m_model->indexOf(element);
+    if (index.isValid())
+        m_tree->setCurrentIndex(index);
+}
+
+void ProjectViews::showContextMenu(const QPoint &position)
+{
+    const QModelIndex index = m_tree->indexAt(position);
+    if (index.isValid())
+        m_tree->setCurrentIndex(index);
+    QMenu menu(m_tree);
+    menu.setObjectName(QStringLiteral("ProjectExplorerMenu"));
+    for (const char *name : contextActions) {
+        if (!name)
+            menu.addSeparator();
+        else if (VarnelAction *action = m_window->action(QLatin1String(name)))
+            menu.addAction(action);
+    }
+    m_window->updateGUI();
+    menu.exec(m_tree->viewport()->mapToGlobal(position));
+}
+
+// ---- Opening
+
+bool ProjectViews::openElement(const ProjectElement *element)
+{
+    if (!element || element->kind() != ProjectElement::Kind::File)
+        return false;
+    const QString path = element->filePath().text();
+    DocumentHost *documents = m_documents ? m_documents : m_window->documents();
+    if (!documents) {
+        say(QStringLiteral("Cannot open %1: there is no document area").arg(QDir::toNativeSeparators(path)), true);
+        return false;
+    }
+    return documents->openDocument(path);
+}
+
+// ---- Editing the tree
+
+QString ProjectViews::refusal(const ProjectElement *element) const
+{
+    if (!element)
+        return QStringLiteral("select a project or folder first");
+    if (element->isDynamic() || (element->kind() == ProjectElement::Kind::Folder
+                                 && element->findProperty(QStringLiteral("path"))))
+        return QStringLiteral("'%1' lists the files of its directory; put the file there")
+            .arg(element->elementName());
+    const ProjectElement *owner = fileOwner(element);
+    if (owner && owner->isImported()
+        && qstrcmp(owner->attribute("can_modify_solution"), "Yes") != 0)
+        return QStringLiteral("'%1' is imported from %2, which may not be changed")
+            .arg(element->elementName(), owner->importFileName());
+    return {};
+}
+
+ProjectElement *ProjectViews::addTarget()
+{
+    ProjectElement *element = m_window->selectedElement();
+    if (element && element->kind() == ProjectElement::Kind::File)
+        element = element->parentElement();
+    if (!element || element->kind() == ProjectElement::Kind::Solution)
+        element = m_window->activeProject();
+    if (!element)
+        say(QStringLiteral("The solution has no project to add to."), true);
+    return element;
+}
+
+ProjectElement *ProjectViews::insertNode(ProjectElement *target, const char *tag,
+                                         const QByteArray &attribute, const QString &value,
+                                         const QString &name)
+{
+    StandardProjectSystem *projects = system();
+    if (!projects || !target)
+        return nullptr;
+    if (const QString why = refusal(target); !why.isEmpty()) {
+        say(QStringLiteral("Cannot add %1: %2").arg(name, why), true);
+        return nullptr;
+    }
+    if (holdsName(target, name)) {
+        say(QStringLiteral("Cannot add %1: '%2' already holds an item of that name").arg(name, target->elementName()), true);
+        return nullptr;
+    }
+    auto *node = new ProjectElement(xmlDuplicate(tag));
+    node->setAttribute(xmlDuplicate(attribute), xmlDuplicate(value.toUtf8()));
+    const int row = int(target->children().size());
+    m_model->beginInsert(target, row);
+    target->appendChild(node);
+    try {
+        projects->wireTree(projects->solution());
+    } catch (const SolutionLoadError &error) {
+        // The tree refused the new node: take it out again, and the tree is as it was.
+        target->removeChild(node);
+        node->setNextSibling(nullptr);
+        delete node;
+        projects->wireTree(projects->solution());
+        m_model->endInsert();
+        m_model->reset();
+        say(QStringLiteral("Cannot add %1: %2").arg(name, error.message()), true);
+        return nullptr;
+    }
+    projects->projectChanged(target->project());
+    m_model->endInsert();
+    save(target);
+    return node;
+}
+
+bool ProjectViews::addExistingFiles(ProjectElement *target, const QStringList &paths)
+{
+    StandardProjectSystem *projects = system();
+    if (!projects || !target)
+        return false;
+    const QDir directory(projectDirectory(*projects, target));
+    bool all = true;
+    for (const QString &path : paths) {
+        const QString absolute = QFileInfo(path).absoluteFilePath();
+        const QString name = directory.relativeFilePath(absolute);
+        all = insertNode(target, "file", "file_name", name, QFileInfo(absolute).fileName()) && all;
+    }
+    return all;
+}
+
+ProjectElement *ProjectViews::addNewFile(ProjectElement *target, const QString &name)
+{
+    StandardProjectSystem *projects = system();
+    if (!projects || !target)
+        return nullptr;
+    if (const QString why = refusal(target); !why.isEmpty()) {
+        say(QStringLiteral("Cannot add %1: %2").arg(name, why), true);
+        return nullptr;
+    }
+    const QDir directory(projectDirectory(*projects, target));
+    const QString path = QDir::cleanPath(directory.absoluteFilePath(name));
+    if (holdsName(target, QFileInfo(path).fileName())) {
+        say(QStringLiteral("Cannot add %1: '%2' already holds an item of that name").arg(name, target->elementName()), true);
+        return nullptr;
+    }
+    // A file that is already there is added as it is; a new one is made empty.
+    if (!QFileInfo::exists(path)) {
+        QSaveFile file(path);
+        if (!QDir().mkpath(QFileInfo(path).path()) || !file.open(QIODevice::WriteOnly) || !file.commit()) {
+            say(QStringLiteral("Cannot make %1: %2").arg(QDir::toNativeSeparators(path), file.errorString()), true);
+            return nullptr;
+        }
+    }
+    ProjectElement *file = insertNode(target, "file", "file_name", directory.relativeFilePath(path), QFileInfo(path).fileName());
+    if (file && (m_documents || m_window->documents()))
+        openElement(file);
+    return file;
+}
+
+ProjectElement *ProjectViews::addFolder(ProjectElement *target, const QString &name)
+{
+    if (name.isEmpty() || name.contains(u'/')) {
+        say(QStringLiteral("Cannot add folder '%1': a folder name is not empty and has no '/'").arg(name), true);
+        return nullptr;
+    }
+    return insertNode(target, "folder", "Name", name, name);
+}
+
+bool ProjectViews::removeElement(ProjectElement *element)
+{
+    StandardProjectSystem *projects = system();
+    if (!projects || !element)
+        return false;
+    ProjectElement *parent = element->parentElement();
+    if (!parent) {
+        say(QStringLiteral("The solution itself cannot be removed; close it instead."), true);
+        return false;
+    }
+    if (element->isDynamic()) {
+        say(QStringLiteral("Cannot remove %1: it is listed from its folder's directory").arg(element->elementName()), true);
+        return false;
+    }
+    // An imported part goes as a whole, from the file that imports it.
+    const QString why = refusal(element->isImported() ? parent : element);
+    if (!why.isEmpty()) {
+        say(QStringLiteral("Cannot remove %1: %2").arg(element->elementName(), why), true);
+        return false;
+    }
+    if (contains(element, m_window->selectedElement()))
+        m_window->setSelectedElement(nullptr);
+    const bool wasActive = contains(element, m_window->activeProject());
+    const QString name = element->elementName();
+    const int row = m_model->indexOf(element).row();
+    XMLNode *xmlParent = element->parent();
+    m_model->beginRemove(parent, row);
+    xmlParent->removeChild(element);
+    element->setNextSibling(nullptr);
+    delete element;
+    projects->wireTree(projects->solution());
+    projects->projectChanged(parent->project());
+    m_model->endRemove();
+    if (wasActive)
+        m_window->setActiveProject(firstProject(projects->solution()));
+    else
+        activeChanged();
+    if (save(parent))
+        say(QStringLiteral("Removed %1 from the solution; the files on disk are kept").arg(name));
+    return true;
+}
+
+bool ProjectViews::save(const ProjectElement *element)
+{
+    StandardProjectSystem *projects = system();
+    auto *owner = const_cast<ProjectElement *>(fileOwner(element));
+    if (!projects || !owner)
+        return false;
+    try {
+        projects->saveElement(owner);
+    } catch (const SolutionSaveError &error) {
+        say(QStringLiteral("The solution is kept as edited but not saved: %1").arg(error.message()), true);
+        return false;
+    }
+    say(QStringLiteral("Saved %1").arg(QDir::toNativeSeparators(owner->filePath().text())));
+    return true;
+}
+
+// ---- The commands
+
+void ProjectViews::addExistingItemCommand()
+{
+    ProjectElement *target = addTarget();
+    if (!target)
+        return;
+    if (const QString why = refusal(target); !why.isEmpty()) {
+        say(QStringLiteral("Cannot add files: %1").arg(why), true);
+        return;
+    }
+    const QStringList paths = m_prompts.chooseFiles(projectDirectory(*system(), target));
+    if (!paths.isEmpty())
+        addExistingFiles(target, paths);
+}
+
+void ProjectViews::addNewFileCommand()
+{
+    ProjectElement *target = addTarget();
+    if (!target)
+        return;
+    const QString name = m_prompts.askName(QStringLiteral("Add New File"),
+                                           QStringLiteral("File name in '%1':").arg(target->elementName()));
+    if (!name.isEmpty())
+        addNewFile(target, name);
+}
+
+void ProjectViews::newFolderCommand()
+{
+    ProjectElement *target = addTarget();
+    if (!target)
+        return;
+    const QString name = m_prompts.askName(QStringLiteral("New Folder"),
+                                           QStringLiteral("Folder name in '%1':").arg(target->elementName()));
+    if (!name.isEmpty())
+        addFolder(target, name);
+}
+
+void ProjectViews::deleteCommand()
+{
+    ProjectElement *element = m_window->selectedElement();
+    if (!element) {
+        say(QStringLiteral("Select what to remove from the solution first."), true);
+        return;
+    }
+    const QString question = QStringLiteral("Remove '%1' from the solution?\nThe files on disk are kept.")
+                                 .arg(element->elementName());
+    if (m_prompts.confirm(question))
+        removeElement(element);
+}
+
+void ProjectViews::setActiveProjectCommand()
+{
+    ProjectElement *project = StandardProjectSystem::projectOf(m_window->selectedElement());
+    if (!project || project->kind() != ProjectElement::Kind::Project) {
+        say(QStringLiteral("Select a project, or an item in one, first."), true);
+        return;
+    }
+    m_window->setActiveProject(project);
+    say(QStringLiteral("Active project: %1").arg(project->elementName()));
+}
+
+void ProjectViews::reloadCommand()
+{
+    const QString path = m_window->solutionPath();
+    if (path.isEmpty())
+        return;
+    const QString configuration = m_window->activeConfiguration();
+    if (m_window->openSolution(path) && m_configurations->findText(configuration) >= 0)
+        m_window->setActiveConfiguration(configuration);
+}
+
+void ProjectViews::focusConfigurations()
+{
+    m_projectDock->show();
+    m_projectDock->raise();
+    m_configurations->setFocus(Qt::OtherFocusReason);
+}
+
+void ProjectViews::showProperties()
+{
+    m_propertiesDock->show();
+    m_propertiesDock->raise();
+    m_properties->setFocus(Qt::OtherFocusReason);
+}
