@@ -551,7 +551,11 @@ bool VarnelWindow::openSolution(const QString &path)
     // A solution that does not load leaves the one open before, and the window, as they were.
     auto session = std::make_unique<SolutionSession>();
     try {
-        session->load(info.absoluteFilePath());
+        // Values stay as written: the project views save the tree back, and a macro such as
+        // $(Board) is the project's to expand when a value is read.
+        SolutionSession::LoadOptions options;
+        options.expandMacros = false;
+        session->load(info.absoluteFilePath(), options);
     } catch (const SolutionLoadError &error) {
         report(ReportChannel::Error, QStringLiteral("%1: %2").arg(path, error.message()));
         showStatus(QStringLiteral("Cannot open %1: %2").arg(info.fileName(), error.message()));

@@ -412,3 +412,61 @@ TEST_F(ProjectViewsTest, ClosingTheSolutionEmptiesTheViews)
 }
 
 } // namespace
+
+namespace {
+
+// The shipped example, copied so the test may write it.
+class ExampleSolution : public ProjectViewsTest {
+protected:
+    ExampleSolution()
+    {
+        const QDir from(QStringLiteral(TESS_SOURCE_DIR "/examples/solution"));
+        for (const char *file : {"Blinky.qvProject", "bsp/BoardSupport.qvProject", "src/main.c", "bsp/gpio.c"}) {
+            QDir().mkpath(QFileInfo(example(QLatin1String(file))).path());
+            QFile::copy(from.filePath(QLatin1String(file)), example(QLatin1String(file)));
+        }
+        EXPECT_TRUE(window->openSolution(example(QStringLiteral("Blinky.qvProject"))));
+    }
+    QString example(const QString &relative) const { return path(QStringLiteral("example/") + relative); }
+};
+
+TEST_F(ExampleSolution, AddingAndRemovingAFolderGivesTheFileBackByteForByte)
+{
+    const QByteArray before = TestSupport::readFile(example(QStringLiteral("Blinky.qvProject")));
+    ProjectElement *folder = views->addFolder(find("Blinky"), QStringLiteral("Docs"));
+    ASSERT_NE(folder, nullptr);
+    EXPECT_NE(TestSupport::readFile(example(QStringLiteral("Blinky.qvProject"))), before);
+    ASSERT_TRUE(views->removeElement(folder));
+    EXPECT_EQ(TestSupport::readFile(example(QStringLiteral("Blinky.qvProject"))), before);
+}
+
+TEST_F(ExampleSolution, AnImportedPartThatMayNotChangeIsLeftAlone)
+{
+    const QByteArray before = TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject")));
+    EXPECT_EQ(views->addFolder(find("BoardSupport/Drivers"), QStringLiteral("More")), nullptr);
+    EXPECT_TRUE(views->lastMessage().contains(QStringLiteral("is imported from bsp/BoardSupport.qvProject, which may not be changed")))
+        << views->lastMessage().toStdString();
+    EXPECT_FALSE(views->removeElement(find("BoardSupport/Drivers/gpio.c")));
+    EXPECT_EQ(TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject"))), before);
+    // The import as a whole goes from the solution that imports it.
+    EXPECT_TRUE(views->removeElement(find("BoardSupport")));
+    EXPECT_FALSE(TestSupport::readFile(example(QStringLiteral("Blinky.qvProject"))).contains("import"));
+    EXPECT_EQ(TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject"))), before);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(ExampleSolution, ValuesKeepTheirMacrosAndTheTipShowsThemExpandedForTheElement)
+{
+    select("Blinky/Source Files/main.c");
+    const QTreeWidgetItem *row = views->properties()->findRow(QStringLiteral("c_preprocessor_definitions"));
+    ASSERT_NE(row, nullptr);
+    EXPECT_EQ(row->text(ProjectPropertiesView::ValueColumn), QStringLiteral("__ARM_ARCH_7EM__;BOARD_$(Board:Generic);DEBUG;DEBUG_LED"));
+    // The project's own macro decides, not the default written in the solution.
+    EXPECT_TRUE(row->toolTip(ProjectPropertiesView::ValueColumn).contains(QStringLiteral("BOARD_Nucleo")))
+        << row->toolTip(ProjectPropertiesView::ValueColumn).toStdString();
+}
+
+} // namespace
