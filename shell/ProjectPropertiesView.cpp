@@ -65,8 +65,9 @@ ProjectPropertiesView::ProjectPropertiesView(QWidget *parent) : QTreeWidget(pare
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     header()->setSectionResizeMode(QHeaderView::Interactive);
-    header()->resizeSection(NameColumn, 190);
-    header()->resizeSection(ValueColumn, 170);
+    header()->resizeSection(NameColumn, 170);
+    header()->resizeSection(ValueColumn, 120);
+    header()->setStretchLastSection(true);
 }
 
 void ProjectPropertiesView::showElement(const StandardProjectSystem *system,

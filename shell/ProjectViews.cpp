@@ -160,8 +160,9 @@ void ProjectViews::createPropertiesDock()
     m_propertiesDock->setObjectName(QStringLiteral("Properties"));
     m_properties = new ProjectPropertiesView(m_propertiesDock);
     m_propertiesDock->setWidget(m_properties);
-    m_window->addDockWidget(Qt::LeftDockWidgetArea, m_propertiesDock);
-    m_window->splitDockWidget(m_projectDock, m_propertiesDock, Qt::Vertical);
+    // Beside the documents, as wide as a value and its origin need.
+    m_window->addDockWidget(Qt::RightDockWidgetArea, m_propertiesDock);
+    m_window->resizeDocks({m_projectDock, m_propertiesDock}, {280, 430}, Qt::Horizontal);
 }
 
 StandardProjectSystem *ProjectViews::system() const

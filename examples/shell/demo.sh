@@ -38,3 +38,11 @@ if command -v xvfb-run >/dev/null; then
 else
     echo "(xvfb-run is not installed: no screenshot; scripts/install-deps.sh core installs it)"
 fi
+
+# The example solution open: its tree in the project explorer, the active project in bold, and
+# the properties of the active project in the active configuration with where each comes from.
+if command -v xvfb-run >/dev/null; then
+    echo "\$ xvfb-run tessmark --new-instance --screenshot $screenshots/project-explorer.png ../solution/Blinky.qvProject"
+    xvfb-run -a -s "-screen 0 1280x800x24" "$bin/tessmark" --new-instance \
+        --screenshot "$screenshots/project-explorer.png" "$here/../solution/Blinky.qvProject"
+fi
