@@ -4,6 +4,7 @@
 #include "projects/StandardProjectSystem.h"
 #include <QHash>
 #include <QHeaderView>
+#include <QSignalBlocker>
 
 namespace {
 
@@ -68,6 +69,14 @@ ProjectPropertiesView::ProjectPropertiesView(QWidget *parent) : QTreeWidget(pare
     header()->resizeSection(NameColumn, 170);
     header()->resizeSection(ValueColumn, 120);
     header()->setStretchLastSection(true);
+    connect(this, &QTreeWidget::itemDoubleClicked, this, [this](QTreeWidgetItem *item) {
+        if (item->flags() & Qt::ItemIsEditable)
+            editItem(item, ValueColumn);
+    });
+    connect(this, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem *item, int column) {
+        if (column == ValueColumn && item->parent())
+            emit valueEdited(item->text(NameColumn), item->text(ValueColumn));
+    });
 }
 
 void ProjectPropertiesView::showElement(const StandardProjectSystem *system,
@@ -81,6 +90,7 @@ void ProjectPropertiesView::showElement(const StandardProjectSystem *system,
     m_element = element;
     m_configuration = configuration;
     m_generation = generation;
+    const QSignalBlocker quiet(this);   // filling is no edit
     setUpdatesEnabled(false);
     clear();
     if (!system || !element) {
@@ -110,6 +120,7 @@ void ProjectPropertiesView::showElement(const StandardProjectSystem *system,
             order.append(group);
         }
         auto *item = new QTreeWidgetItem(group, {row->name, row->displayValue(value), originText(trace)});
+        item->setFlags(item->flags() | Qt::ItemIsEditable);
         const QString title = row->title.isEmpty() ? row->name : row->title;
         item->setToolTip(NameColumn, title);
         item->setToolTip(ValueColumn, system->expand(element, configuration, value));

@@ -1,8 +1,10 @@
 #include "shell/ProjectViews.h"
+#include "foundation/PropertyClass.h"
 #include "foundation/Report.h"
 #include "foundation/XMLDocument.h"
 #include "projects/ProjectElement.h"
 #include "projects/ProjectSystem.h"
+#include "projects/PropertyValue.h"
 #include "projects/SolutionSession.h"
 #include "projects/StandardProjectSystem.h"
 #include "shell/DocumentHost.h"
@@ -10,6 +12,7 @@
 #include "shell/ProjectTreeModel.h"
 #include "shell/VarnelAction.h"
 #include "shell/VarnelWindow.h"
+#include <QAction>
 #include <QComboBox>
 #include <QDir>
 #include <QDockWidget>
@@ -150,6 +153,12 @@ void ProjectViews::createProjectDock()
             openElement(element);
     });
     connect(m_tree, &QTreeView::customContextMenuRequested, this, &ProjectViews::showContextMenu);
+    // Delete in the tree takes the item out of the solution, as in every explorer.
+    auto *remove = new QAction(QStringLiteral("Remove from Solution"), m_tree);
+    remove->setShortcut(QKeySequence::Delete);
+    remove->setShortcutContext(Qt::WidgetShortcut);
+    connect(remove, &QAction::triggered, this, &ProjectViews::deleteCommand);
+    m_tree->addAction(remove);
     m_projectDock->setWidget(body);
     m_window->addDockWidget(Qt::LeftDockWidgetArea, m_projectDock);
 }
@@ -160,6 +169,12 @@ void ProjectViews::createPropertiesDock()
     m_propertiesDock->setObjectName(QStringLiteral("Properties"));
     m_properties = new ProjectPropertiesView(m_propertiesDock);
     m_propertiesDock->setWidget(m_properties);
+    // After the edit has returned: showing the element again replaces the edited row.
+    connect(m_properties, &ProjectPropertiesView::valueEdited, this,
+            [this](const QString &name, const QString &text) {
+                QMetaObject::invokeMethod(this, [this, name, text] { setPropertyValue(name, text); },
+                                          Qt::QueuedConnection);
+            });
     // Beside the documents, as wide as a value and its origin need.
     m_window->addDockWidget(Qt::RightDockWidgetArea, m_propertiesDock);
     m_window->resizeDocks({m_projectDock, m_propertiesDock}, {280, 430}, Qt::Horizontal);
@@ -227,6 +242,7 @@ void ProjectViews::fillConfigurations()
 void ProjectViews::activeChanged()
 {
     StandardProjectSystem *projects = system();
+    m_shown = nullptr;
     if (!projects || !m_model->root()) {
         m_properties->clearElement();
         return;
@@ -241,10 +257,10 @@ void ProjectViews::activeChanged()
         }
         m_configurations->setCurrentIndex(index);
     }
-    const ProjectElement *shown = m_window->selectedElement();
-    if (!shown)
-        shown = m_window->activeProject() ? m_window->activeProject() : m_model->root();
-    m_properties->showElement(projects, shown, configuration.isEmpty() ? common : configuration);
+    m_shown = m_window->selectedElement();
+    if (!m_shown)
+        m_shown = m_window->activeProject() ? m_window->activeProject() : m_model->root();
+    m_properties->showElement(projects, m_shown, configuration.isEmpty() ? common : configuration);
 }
 
 void ProjectViews::currentChanged(const QModelIndex &current)
@@ -470,6 +486,38 @@ bool ProjectViews::save(const ProjectElement *element)
         return false;
     }
     say(QStringLiteral("Saved %1").arg(QDir::toNativeSeparators(owner->filePath().text())));
+    return true;
+}
+
+bool ProjectViews::setPropertyValue(const QString &name, const QString &text)
+{
+    StandardProjectSystem *projects = system();
+    if (!projects || !m_shown)
+        return false;
+    const QString configuration = m_window->activeConfiguration().isEmpty() ? common : m_window->activeConfiguration();
+    PropertyClass *row = projects->classFor(name, m_shown, configuration);
+    const ProjectElement *owner = fileOwner(m_shown);
+    QString why;
+    if (!row)
+        why = QStringLiteral("no such property");
+    else if (m_shown->isDynamic())
+        why = QStringLiteral("it is listed from its folder's directory and keeps no values");
+    else if (owner->isImported() && qstrcmp(owner->attribute("can_modify_solution"), "Yes") != 0)
+        why = QStringLiteral("it is imported from %1, which may not be changed").arg(owner->importFileName());
+    std::unique_ptr<PropertyValue> value = row ? projects->propertyValue(m_shown, row, configuration) : nullptr;
+    if (why.isEmpty() && value->isReadOnly())
+        why = QStringLiteral("the value is read-only");
+    if (!why.isEmpty()) {
+        say(QStringLiteral("Cannot set %1 of %2: %3").arg(name, m_shown->elementName(), why), true);
+        activeChanged();
+        return false;
+    }
+    if (text.isEmpty())
+        value->unset();
+    else
+        value->setValue(row->storedValue(text));
+    save(m_shown);
+    activeChanged();
     return true;
 }
 

@@ -58,6 +58,9 @@ public:
     ProjectElement *addFolder(ProjectElement *target, const QString &name);
     // Takes the element out of the solution; the files on disk stay.
     bool removeElement(ProjectElement *element);
+    // Gives the element shown in the properties dock its own value of a property in the active
+    // configuration (empty text: takes its own value away), and saves.
+    bool setPropertyValue(const QString &name, const QString &text);
     // Opens a file element in the document area.
     bool openElement(const ProjectElement *element);
     void selectElement(const ProjectElement *element);
@@ -102,5 +105,6 @@ private:
     ProjectTreeModel *m_model = nullptr;
     QComboBox *m_configurations = nullptr;
     ProjectPropertiesView *m_properties = nullptr;
+    ProjectElement *m_shown = nullptr;   // in the properties dock
     QString m_lastMessage;
 };

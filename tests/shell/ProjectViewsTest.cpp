@@ -300,6 +300,17 @@ TEST_F(ProjectViewsTest, RemovingAsksFirstAndKeepsTheFileOnDisk)
     EXPECT_FALSE(rows().contains(QStringLiteral("util.c")));
 }
 
+TEST_F(ProjectViewsTest, DeleteInTheTreeAsksAndRemoves)
+{
+    window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get(), 5000));
+    select("Lib/lib.c");
+    views->tree()->setFocus();
+    QTest::keyClick(views->tree(), Qt::Key_Delete);
+    ASSERT_EQ(questions.size(), 1);
+    EXPECT_EQ(savedNames("Lib"), QStringList());
+}
+
 TEST_F(ProjectViewsTest, RemovingTheActiveProjectMakesAnotherActive)
 {
     select("App");
@@ -467,6 +478,46 @@ TEST_F(ExampleSolution, ValuesKeepTheirMacrosAndTheTipShowsThemExpandedForTheEle
     // The project's own macro decides, not the default written in the solution.
     EXPECT_TRUE(row->toolTip(ProjectPropertiesView::ValueColumn).contains(QStringLiteral("BOARD_Nucleo")))
         << row->toolTip(ProjectPropertiesView::ValueColumn).toStdString();
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(ProjectViewsTest, AnEditedValueIsTheElementsOwnForTheConfigurationAndIsSaved)
+{
+    select("App/Source Files/util.c");
+    QTreeWidgetItem *row = views->properties()->findRow(QStringLiteral("c_preprocessor_definitions"));
+    ASSERT_NE(row, nullptr);
+    row->setText(ProjectPropertiesView::ValueColumn, QStringLiteral("EXTRA"));   // as the editor commits
+    QCoreApplication::processEvents();
+    EXPECT_EQ(property("c_preprocessor_definitions", ProjectPropertiesView::ValueColumn), QStringLiteral("DEBUG;APP;EXTRA"));
+    EXPECT_EQ(property("c_preprocessor_definitions", ProjectPropertiesView::OriginColumn),
+              QStringLiteral("solution [Debug]; App [Common]; App/Source Files/util.c [Debug]"));
+    SolutionSession saved;
+    SolutionSession::LoadOptions options;
+    options.expandMacros = false;
+    saved.load(path("Demo.qvProject"), options);
+    const ProjectElement *file = saved.system().findElement(QStringLiteral("App/Source Files/util.c"));
+    ASSERT_NE(file, nullptr);
+    const QString *value = file->findValue(QStringLiteral("Debug"), QStringLiteral("c_preprocessor_definitions"));
+    ASSERT_NE(value, nullptr);
+    EXPECT_EQ(*value, QStringLiteral("EXTRA"));
+    // Clearing it lets the value come from above again.
+    views->properties()->findRow(QStringLiteral("c_preprocessor_definitions"))->setText(ProjectPropertiesView::ValueColumn, QString());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(property("c_preprocessor_definitions", ProjectPropertiesView::ValueColumn), QStringLiteral("DEBUG;APP"));
+    EXPECT_FALSE(TestSupport::readFile(path("Demo.qvProject")).contains("EXTRA"));
+}
+
+TEST_F(ExampleSolution, ValuesOfAnImportedPartThatMayNotChangeStay)
+{
+    const QByteArray before = TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject")));
+    select("BoardSupport/Drivers/gpio.c");
+    EXPECT_FALSE(views->setPropertyValue(QStringLiteral("c_preprocessor_definitions"), QStringLiteral("X")));
+    EXPECT_TRUE(views->lastMessage().startsWith(QStringLiteral("Cannot set c_preprocessor_definitions of gpio.c: it is imported from")))
+        << views->lastMessage().toStdString();
+    EXPECT_EQ(TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject"))), before);
 }
 
 } // namespace
