@@ -44,6 +44,17 @@ const ProjectElement *fileOwner(const ProjectElement *element)
     return at;
 }
 
+// Why `element` may not change: it is part of an imported file that does not allow it (the
+// import's can_modify_solution is not "Yes"). Empty when it may.
+QString lockedImport(const ProjectElement *element)
+{
+    const ProjectElement *owner = fileOwner(element);
+    if (!owner || !owner->isImported() || qstrcmp(owner->attribute("can_modify_solution"), "Yes") == 0)
+        return {};
+    return QStringLiteral("'%1' is imported from %2, which may not be changed")
+        .arg(element->elementName(), owner->importFileName());
+}
+
 // The project's directory, absolute, as the build sees it.
 QString projectDirectory(const StandardProjectSystem &system, const ProjectElement *element)
 {
@@ -319,12 +330,7 @@ QString ProjectViews::refusal(const ProjectElement *element) const
                                  && element->findProperty(QStringLiteral("path"))))
         return QStringLiteral("'%1' lists the files of its directory; put the file there")
             .arg(element->elementName());
-    const ProjectElement *owner = fileOwner(element);
-    if (owner && owner->isImported()
-        && qstrcmp(owner->attribute("can_modify_solution"), "Yes") != 0)
-        return QStringLiteral("'%1' is imported from %2, which may not be changed")
-            .arg(element->elementName(), owner->importFileName());
-    return {};
+    return lockedImport(element);
 }
 
 ProjectElement *ProjectViews::addTarget()
@@ -496,14 +502,13 @@ bool ProjectViews::setPropertyValue(const QString &name, const QString &text)
         return false;
     const QString configuration = m_window->activeConfiguration().isEmpty() ? common : m_window->activeConfiguration();
     PropertyClass *row = projects->classFor(name, m_shown, configuration);
-    const ProjectElement *owner = fileOwner(m_shown);
     QString why;
     if (!row)
         why = QStringLiteral("no such property");
     else if (m_shown->isDynamic())
         why = QStringLiteral("it is listed from its folder's directory and keeps no values");
-    else if (owner->isImported() && qstrcmp(owner->attribute("can_modify_solution"), "Yes") != 0)
-        why = QStringLiteral("it is imported from %1, which may not be changed").arg(owner->importFileName());
+    else
+        why = lockedImport(m_shown);
     std::unique_ptr<PropertyValue> value = row ? projects->propertyValue(m_shown, row, configuration) : nullptr;
     if (why.isEmpty() && value->isReadOnly())
         why = QStringLiteral("the value is read-only");

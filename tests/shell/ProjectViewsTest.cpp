@@ -515,7 +515,7 @@ TEST_F(ExampleSolution, ValuesOfAnImportedPartThatMayNotChangeStay)
     const QByteArray before = TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject")));
     select("BoardSupport/Drivers/gpio.c");
     EXPECT_FALSE(views->setPropertyValue(QStringLiteral("c_preprocessor_definitions"), QStringLiteral("X")));
-    EXPECT_TRUE(views->lastMessage().startsWith(QStringLiteral("Cannot set c_preprocessor_definitions of gpio.c: it is imported from")))
+    EXPECT_TRUE(views->lastMessage().startsWith(QStringLiteral("Cannot set c_preprocessor_definitions of gpio.c: 'gpio.c' is imported from")))
         << views->lastMessage().toStdString();
     EXPECT_EQ(TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject"))), before);
 }
