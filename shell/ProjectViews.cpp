@@ -345,21 +345,23 @@ ProjectElement *ProjectViews::addTarget()
     return element;
 }
 
+bool ProjectViews::mayAdd(const ProjectElement *target, const QString &name, const QString &asked)
+{
+    QString why = refusal(target);
+    if (why.isEmpty() && holdsName(target, name))
+        why = QStringLiteral("'%1' already holds an item of that name").arg(target->elementName());
+    if (!why.isEmpty())
+        say(QStringLiteral("Cannot add %1: %2").arg(asked, why), true);
+    return why.isEmpty();
+}
+
 ProjectElement *ProjectViews::insertNode(ProjectElement *target, const char *tag,
                                          const QByteArray &attribute, const QString &value,
                                          const QString &name)
 {
     StandardProjectSystem *projects = system();
-    if (!projects || !target)
+    if (!projects || !target || !mayAdd(target, name, name))
         return nullptr;
-    if (const QString why = refusal(target); !why.isEmpty()) {
-        say(QStringLiteral("Cannot add %1: %2").arg(name, why), true);
-        return nullptr;
-    }
-    if (holdsName(target, name)) {
-        say(QStringLiteral("Cannot add %1: '%2' already holds an item of that name").arg(name, target->elementName()), true);
-        return nullptr;
-    }
     auto *node = new ProjectElement(xmlDuplicate(tag));
     node->setAttribute(xmlDuplicate(attribute), xmlDuplicate(value.toUtf8()));
     const int row = int(target->children().size());
@@ -404,16 +406,10 @@ ProjectElement *ProjectViews::addNewFile(ProjectElement *target, const QString &
     StandardProjectSystem *projects = system();
     if (!projects || !target)
         return nullptr;
-    if (const QString why = refusal(target); !why.isEmpty()) {
-        say(QStringLiteral("Cannot add %1: %2").arg(name, why), true);
-        return nullptr;
-    }
     const QDir directory(projectDirectory(*projects, target));
     const QString path = QDir::cleanPath(directory.absoluteFilePath(name));
-    if (holdsName(target, QFileInfo(path).fileName())) {
-        say(QStringLiteral("Cannot add %1: '%2' already holds an item of that name").arg(name, target->elementName()), true);
+    if (!mayAdd(target, QFileInfo(path).fileName(), name))
         return nullptr;
-    }
     // A file that is already there is added as it is; a new one is made empty.
     if (!QFileInfo::exists(path)) {
         QSaveFile file(path);
@@ -542,26 +538,24 @@ void ProjectViews::addExistingItemCommand()
         addExistingFiles(target, paths);
 }
 
-void ProjectViews::addNewFileCommand()
+void ProjectViews::addNamed(const QString &title, const QString &what, Adder add)
 {
     ProjectElement *target = addTarget();
     if (!target)
         return;
-    const QString name = m_prompts.askName(QStringLiteral("Add New File"),
-                                           QStringLiteral("File name in '%1':").arg(target->elementName()));
+    const QString name = m_prompts.askName(title, QStringLiteral("%1 name in '%2':").arg(what, target->elementName()));
     if (!name.isEmpty())
-        addNewFile(target, name);
+        (this->*add)(target, name);
+}
+
+void ProjectViews::addNewFileCommand()
+{
+    addNamed(QStringLiteral("Add New File"), QStringLiteral("File"), &ProjectViews::addNewFile);
 }
 
 void ProjectViews::newFolderCommand()
 {
-    ProjectElement *target = addTarget();
-    if (!target)
-        return;
-    const QString name = m_prompts.askName(QStringLiteral("New Folder"),
-                                           QStringLiteral("Folder name in '%1':").arg(target->elementName()));
-    if (!name.isEmpty())
-        addFolder(target, name);
+    addNamed(QStringLiteral("New Folder"), QStringLiteral("Folder"), &ProjectViews::addFolder);
 }
 
 void ProjectViews::deleteCommand()

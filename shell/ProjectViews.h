@@ -90,9 +90,14 @@ private:
     [[nodiscard]] ProjectElement *addTarget();
     // Null when `element` may take new children; else why not.
     [[nodiscard]] QString refusal(const ProjectElement *element) const;
+    // True when `target` may take a child called `name`; else says why, naming what was asked.
+    [[nodiscard]] bool mayAdd(const ProjectElement *target, const QString &name, const QString &asked);
     // Puts a new node under `target`, wires and saves; null (said) when refused.
     ProjectElement *insertNode(ProjectElement *target, const char *tag, const QByteArray &attribute,
                                const QString &value, const QString &name);
+    using Adder = ProjectElement *(ProjectViews::*)(ProjectElement *, const QString &);
+    // Asks for a name and adds what `add` makes of it to the selection's project or folder.
+    void addNamed(const QString &title, const QString &what, Adder add);
     // Writes the file that holds `element` (the solution or its imported part).
     bool save(const ProjectElement *element);
 

@@ -19,9 +19,7 @@
 #include <QFont>
 #include <QTest>
 #include <QTreeView>
-#include <csignal>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 namespace {
 
@@ -347,15 +345,11 @@ TEST_F(ProjectViewsTest, AFailedSaveKeepsTheOldFileAndTheTreeAsEdited)
     const QByteArray before = TestSupport::readFile(path("Demo.qvProject"));
     // A read-only folder stops anyone but root; the file size limit stops root too.
     QFile::setPermissions(directory.path(), QFile::ReadOwner | QFile::ExeOwner);
-    rlimit old{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
-    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit small = old;
-    small.rlim_cur = 64;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    ProjectElement *folder = views->addFolder(find("Lib"), QStringLiteral("Docs"));
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
+    ProjectElement *folder = nullptr;
+    {
+        const ShellTest::FileSizeLimit limit(64);
+        folder = views->addFolder(find("Lib"), QStringLiteral("Docs"));
+    }
     QFile::setPermissions(directory.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     EXPECT_NE(folder, nullptr);
     EXPECT_TRUE(views->lastMessage().startsWith(QStringLiteral("The solution is kept as edited but not saved: couldn't write ")))

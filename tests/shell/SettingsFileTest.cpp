@@ -1,10 +1,9 @@
 #include "shell/SettingsFile.h"
+#include "tests/shell/ShellTestSupport.h"
 #include "tests/support/TestSupport.h"
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
-#include <csignal>
-#include <sys/resource.h>
 
 namespace {
 
@@ -101,15 +100,11 @@ TEST_F(Settings, AFailedWriteLeavesThePreviousFileIntact)
     ASSERT_TRUE(settings.save(&message));
     const QByteArray before = TestSupport::readFile(path());
     settings.setValue(QStringLiteral("Big"), QString(200000, u'x'));
-    rlimit old{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
-    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit small = old;
-    small.rlim_cur = 4096;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const bool saved = settings.save(&message);
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
+    bool saved = false;
+    {
+        const ShellTest::FileSizeLimit limit(4096);
+        saved = settings.save(&message);
+    }
     EXPECT_FALSE(saved);
     EXPECT_TRUE(message.startsWith(QStringLiteral("cannot write "))) << message.toStdString();
     EXPECT_EQ(TestSupport::readFile(path()), before);

@@ -8,7 +8,9 @@
 #include <QMessageBox>
 #include <QTimer>
 #include <QWidget>
+#include <csignal>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 namespace ShellTest {
 
@@ -39,6 +41,26 @@ void TemporaryHome::writeUserFile(const QString &name, const QByteArray &bytes) 
 {
     QDir().mkpath(userFolder());
     TestSupport::writeFile(userFolder() + u'/' + name, bytes);
+}
+
+struct FileSizeLimit::State {
+    rlimit old{};
+    void (*oldHandler)(int) = nullptr;
+};
+
+FileSizeLimit::FileSizeLimit(quint64 bytes) : m_state(std::make_unique<State>())
+{
+    EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &m_state->old), 0);
+    m_state->oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit small = m_state->old;
+    small.rlim_cur = bytes;
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+}
+
+FileSizeLimit::~FileSizeLimit()
+{
+    setrlimit(RLIMIT_FSIZE, &m_state->old);
+    std::signal(SIGXFSZ, m_state->oldHandler);
 }
 
 struct ModalCloser::State {

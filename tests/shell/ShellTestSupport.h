@@ -66,6 +66,20 @@ public:
     QStringList calls;
 };
 
+// While it lives, files of the process may grow to `bytes` at most, and a write beyond fails
+// instead of ending the process: a failing disk that stops root as well as anyone.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(quint64 bytes);
+    ~FileSizeLimit();
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
 // Closes the modal dialogs that a command opens, so a test can run every command.
 class ModalCloser {
 public:
