@@ -6,7 +6,8 @@
 #include <QHeaderView>
 #include <QSignalBlocker>
 
-namespace {
+namespace
+{
 
 // Sections that belong to one kind of element; every other section applies to all kinds.
 struct KindSection {
@@ -48,7 +49,8 @@ QString originText(const PropertyTrace &trace)
     QStringList parts;
     for (auto it = trace.rbegin(); it != trace.rend(); ++it) {
         if (!it->isDefault)
-            parts.append(QStringLiteral("%1 [%2]").arg(elementLabel(it->element), it->configuration));
+            parts.append(
+                QStringLiteral("%1 [%2]").arg(elementLabel(it->element), it->configuration));
     }
     return parts.isEmpty() ? QStringLiteral("(default)") : parts.join(QStringLiteral("; "));
 }
@@ -80,17 +82,16 @@ ProjectPropertiesView::ProjectPropertiesView(QWidget *parent) : QTreeWidget(pare
 }
 
 void ProjectPropertiesView::showElement(const StandardProjectSystem *system,
-                                        const ProjectElement *element,
-                                        const QString &configuration)
+                                        const ProjectElement *element, const QString &configuration)
 {
     const quint64 generation = system ? system->cacheGeneration() : 0;
-    if (element && element == m_element && configuration == m_configuration
-        && generation == m_generation && topLevelItemCount() > 0)
+    if (element && element == m_element && configuration == m_configuration &&
+        generation == m_generation && topLevelItemCount() > 0)
         return;
     m_element = element;
     m_configuration = configuration;
     m_generation = generation;
-    const QSignalBlocker quiet(this);   // filling is no edit
+    const QSignalBlocker quiet(this); // filling is no edit
     setUpdatesEnabled(false);
     clear();
     if (!system || !element) {
@@ -100,8 +101,8 @@ void ProjectPropertiesView::showElement(const StandardProjectSystem *system,
     QHash<QString, QTreeWidgetItem *> sections;
     QList<QTreeWidgetItem *> order;
     for (const auto &row : system->propertyClasses().classes()) {
-        if (!row->shownInGrid || dynamic_cast<const MacroPropertyClass *>(row.get())
-            || !appliesTo(row->section, element->kind()))
+        if (!row->shownInGrid || dynamic_cast<const MacroPropertyClass *>(row.get()) ||
+            !appliesTo(row->section, element->kind()))
             continue;
         // A name with a row per kind of project (the output file name) shows the row in force.
         const PropertyClass *used = system->classFor(row->name, element, configuration);
@@ -119,7 +120,8 @@ void ProjectPropertiesView::showElement(const StandardProjectSystem *system,
             group->setFirstColumnSpanned(true);
             order.append(group);
         }
-        auto *item = new QTreeWidgetItem(group, {row->name, row->displayValue(value), originText(trace)});
+        auto *item =
+            new QTreeWidgetItem(group, {row->name, row->displayValue(value), originText(trace)});
         item->setFlags(item->flags() | Qt::ItemIsEditable);
         const QString title = row->title.isEmpty() ? row->name : row->title;
         item->setToolTip(NameColumn, title);

@@ -10,7 +10,8 @@ class StandardProjectSystem;
 // it expanded) and where the value comes from, from the resolution's trace. Values the element
 // holds itself are in bold. A double click on a row edits its value; the view only reports the
 // text, and whoever stores it shows the element again.
-class ProjectPropertiesView : public QTreeWidget {
+class ProjectPropertiesView : public QTreeWidget
+{
     Q_OBJECT
 public:
     enum Column { NameColumn, ValueColumn, OriginColumn };

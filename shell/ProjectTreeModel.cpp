@@ -55,7 +55,7 @@ int ProjectTreeModel::rowOf(const ProjectElement *element) const
         for (size_t i = 0; i < siblings.size(); ++i)
             m_rows.emplace(siblings[i], int(i));
         found = m_rows.find(element);
-        if (found == m_rows.end())   // not wired under its parent: survivable, never shown
+        if (found == m_rows.end()) // not wired under its parent: survivable, never shown
             return -1;
     }
     return found->second;
@@ -148,9 +148,10 @@ QVariant ProjectTreeModel::data(const QModelIndex &index, int role) const
         }
         return {};
     case Qt::ToolTipRole: {
-        const bool standsForFile = at->kind() == ProjectElement::Kind::File
-                                   || at->kind() == ProjectElement::Kind::Solution;
-        QString tip = standsForFile ? QDir::toNativeSeparators(at->filePath().text()) : at->elementName();
+        const bool standsForFile = at->kind() == ProjectElement::Kind::File ||
+                                   at->kind() == ProjectElement::Kind::Solution;
+        QString tip =
+            standsForFile ? QDir::toNativeSeparators(at->filePath().text()) : at->elementName();
         if (at->isImported())
             tip += QStringLiteral("\nimported from %1").arg(at->importFileName());
         if (at->isDynamic())

@@ -11,7 +11,8 @@ class ProjectElement;
 //
 // The model does not own the tree. Whoever edits it wraps the edit in the begin/end calls below
 // (or reset()), and calls setRoot(nullptr) before the tree goes away.
-class ProjectTreeModel : public QAbstractItemModel {
+class ProjectTreeModel : public QAbstractItemModel
+{
     Q_OBJECT
 public:
     explicit ProjectTreeModel(QObject *parent = nullptr);

@@ -30,7 +30,8 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
-namespace {
+namespace
+{
 
 const QString common = QStringLiteral("Common");
 
@@ -49,7 +50,8 @@ const ProjectElement *fileOwner(const ProjectElement *element)
 QString lockedImport(const ProjectElement *element)
 {
     const ProjectElement *owner = fileOwner(element);
-    if (!owner || !owner->isImported() || qstrcmp(owner->attribute("can_modify_solution"), "Yes") == 0)
+    if (!owner || !owner->isImported() ||
+        qstrcmp(owner->attribute("can_modify_solution"), "Yes") == 0)
         return {};
     return QStringLiteral("'%1' is imported from %2, which may not be changed")
         .arg(element->elementName(), owner->importFileName());
@@ -92,10 +94,9 @@ ProjectElement *firstProject(ProjectElement *element)
 
 // Actions of the explorer's context menu, in order; null for a separator.
 constexpr const char *contextActions[] = {
-    "ProjectSetActiveProject", nullptr,
-    "ProjectAddNewFile", "ProjectAddExistingItem", "ProjectNewFolder", nullptr,
-    "ProjectExplorerDelete", nullptr,
-    "ProjectReload", "ViewProperties",
+    "ProjectSetActiveProject", nullptr,          "ProjectAddNewFile",     "ProjectAddExistingItem",
+    "ProjectNewFolder",        nullptr,          "ProjectExplorerDelete", nullptr,
+    "ProjectReload",           "ViewProperties",
 };
 
 } // namespace
@@ -104,10 +105,12 @@ ProjectViews::ProjectViews(VarnelWindow *window) : QObject(window), m_window(win
 {
     setObjectName(QStringLiteral("ProjectViews"));
     m_prompts.confirm = [window](const QString &question) {
-        return QMessageBox::question(window, QStringLiteral("Tessmark"), question) == QMessageBox::Yes;
+        return QMessageBox::question(window, QStringLiteral("Tessmark"), question) ==
+               QMessageBox::Yes;
     };
     m_prompts.chooseFiles = [window](const QString &directory) {
-        return QFileDialog::getOpenFileNames(window, QStringLiteral("Add Existing Files"), directory);
+        return QFileDialog::getOpenFileNames(window, QStringLiteral("Add Existing Files"),
+                                             directory);
     };
     m_prompts.askName = [window](const QString &title, const QString &label) {
         return QInputDialog::getText(window, title, label).trimmed();
@@ -151,7 +154,7 @@ void ProjectViews::createProjectDock()
     m_tree = new QTreeView(body);
     m_tree->setObjectName(QStringLiteral("ProjectTree"));
     m_tree->setHeaderHidden(true);
-    m_tree->setUniformRowHeights(true);   // lets the view lay out only the rows it shows
+    m_tree->setUniformRowHeights(true); // lets the view lay out only the rows it shows
     m_tree->setModel(m_model);
     m_tree->setContextMenuPolicy(Qt::CustomContextMenu);
     m_tree->setExpandsOnDoubleClick(true);
@@ -183,8 +186,9 @@ void ProjectViews::createPropertiesDock()
     // After the edit has returned: showing the element again replaces the edited row.
     connect(m_properties, &ProjectPropertiesView::valueEdited, this,
             [this](const QString &name, const QString &text) {
-                QMetaObject::invokeMethod(this, [this, name, text] { setPropertyValue(name, text); },
-                                          Qt::QueuedConnection);
+                QMetaObject::invokeMethod(
+                    this, [this, name, text] { setPropertyValue(name, text); },
+                    Qt::QueuedConnection);
             });
     // Beside the documents, as wide as a value and its origin need.
     m_window->addDockWidget(Qt::RightDockWidgetArea, m_propertiesDock);
@@ -262,7 +266,7 @@ void ProjectViews::activeChanged()
     const QString configuration = m_window->activeConfiguration();
     if (m_configurations->currentText() != configuration) {
         int index = m_configurations->findText(configuration);
-        if (index < 0 && !configuration.isEmpty()) {   // a private one chosen by a script
+        if (index < 0 && !configuration.isEmpty()) { // a private one chosen by a script
             m_configurations->addItem(configuration);
             index = m_configurations->count() - 1;
         }
@@ -314,7 +318,9 @@ bool ProjectViews::openElement(const ProjectElement *element)
     const QString path = element->filePath().text();
     DocumentHost *documents = m_documents ? m_documents : m_window->documents();
     if (!documents) {
-        say(QStringLiteral("Cannot open %1: there is no document area").arg(QDir::toNativeSeparators(path)), true);
+        say(QStringLiteral("Cannot open %1: there is no document area")
+                .arg(QDir::toNativeSeparators(path)),
+            true);
         return false;
     }
     return documents->openDocument(path);
@@ -326,8 +332,8 @@ QString ProjectViews::refusal(const ProjectElement *element) const
 {
     if (!element)
         return QStringLiteral("select a project or folder first");
-    if (element->isDynamic() || (element->kind() == ProjectElement::Kind::Folder
-                                 && element->findProperty(QStringLiteral("path"))))
+    if (element->isDynamic() || (element->kind() == ProjectElement::Kind::Folder &&
+                                 element->findProperty(QStringLiteral("path"))))
         return QStringLiteral("'%1' lists the files of its directory; put the file there")
             .arg(element->elementName());
     return lockedImport(element);
@@ -413,12 +419,16 @@ ProjectElement *ProjectViews::addNewFile(ProjectElement *target, const QString &
     // A file that is already there is added as it is; a new one is made empty.
     if (!QFileInfo::exists(path)) {
         QSaveFile file(path);
-        if (!QDir().mkpath(QFileInfo(path).path()) || !file.open(QIODevice::WriteOnly) || !file.commit()) {
-            say(QStringLiteral("Cannot make %1: %2").arg(QDir::toNativeSeparators(path), file.errorString()), true);
+        if (!QDir().mkpath(QFileInfo(path).path()) || !file.open(QIODevice::WriteOnly) ||
+            !file.commit()) {
+            say(QStringLiteral("Cannot make %1: %2")
+                    .arg(QDir::toNativeSeparators(path), file.errorString()),
+                true);
             return nullptr;
         }
     }
-    ProjectElement *file = insertNode(target, "file", "file_name", directory.relativeFilePath(path), QFileInfo(path).fileName());
+    ProjectElement *file = insertNode(target, "file", "file_name", directory.relativeFilePath(path),
+                                      QFileInfo(path).fileName());
     if (file && (m_documents || m_window->documents()))
         openElement(file);
     return file;
@@ -427,7 +437,9 @@ ProjectElement *ProjectViews::addNewFile(ProjectElement *target, const QString &
 ProjectElement *ProjectViews::addFolder(ProjectElement *target, const QString &name)
 {
     if (name.isEmpty() || name.contains(u'/')) {
-        say(QStringLiteral("Cannot add folder '%1': a folder name is not empty and has no '/'").arg(name), true);
+        say(QStringLiteral("Cannot add folder '%1': a folder name is not empty and has no '/'")
+                .arg(name),
+            true);
         return nullptr;
     }
     return insertNode(target, "folder", "Name", name, name);
@@ -444,7 +456,9 @@ bool ProjectViews::removeElement(ProjectElement *element)
         return false;
     }
     if (element->isDynamic()) {
-        say(QStringLiteral("Cannot remove %1: it is listed from its folder's directory").arg(element->elementName()), true);
+        say(QStringLiteral("Cannot remove %1: it is listed from its folder's directory")
+                .arg(element->elementName()),
+            true);
         return false;
     }
     // An imported part goes as a whole, from the file that imports it.
@@ -484,7 +498,8 @@ bool ProjectViews::save(const ProjectElement *element)
     try {
         projects->saveElement(owner);
     } catch (const SolutionSaveError &error) {
-        say(QStringLiteral("The solution is kept as edited but not saved: %1").arg(error.message()), true);
+        say(QStringLiteral("The solution is kept as edited but not saved: %1").arg(error.message()),
+            true);
         return false;
     }
     say(QStringLiteral("Saved %1").arg(QDir::toNativeSeparators(owner->filePath().text())));
@@ -496,7 +511,8 @@ bool ProjectViews::setPropertyValue(const QString &name, const QString &text)
     StandardProjectSystem *projects = system();
     if (!projects || !m_shown)
         return false;
-    const QString configuration = m_window->activeConfiguration().isEmpty() ? common : m_window->activeConfiguration();
+    const QString configuration =
+        m_window->activeConfiguration().isEmpty() ? common : m_window->activeConfiguration();
     PropertyClass *row = projects->classFor(name, m_shown, configuration);
     QString why;
     if (!row)
@@ -505,7 +521,8 @@ bool ProjectViews::setPropertyValue(const QString &name, const QString &text)
         why = QStringLiteral("it is listed from its folder's directory and keeps no values");
     else
         why = lockedImport(m_shown);
-    std::unique_ptr<PropertyValue> value = row ? projects->propertyValue(m_shown, row, configuration) : nullptr;
+    std::unique_ptr<PropertyValue> value =
+        row ? projects->propertyValue(m_shown, row, configuration) : nullptr;
     if (why.isEmpty() && value->isReadOnly())
         why = QStringLiteral("the value is read-only");
     if (!why.isEmpty()) {
@@ -543,7 +560,8 @@ void ProjectViews::addNamed(const QString &title, const QString &what, Adder add
     ProjectElement *target = addTarget();
     if (!target)
         return;
-    const QString name = m_prompts.askName(title, QStringLiteral("%1 name in '%2':").arg(what, target->elementName()));
+    const QString name = m_prompts.askName(
+        title, QStringLiteral("%1 name in '%2':").arg(what, target->elementName()));
     if (!name.isEmpty())
         (this->*add)(target, name);
 }
@@ -565,8 +583,9 @@ void ProjectViews::deleteCommand()
         say(QStringLiteral("Select what to remove from the solution first."), true);
         return;
     }
-    const QString question = QStringLiteral("Remove '%1' from the solution?\nThe files on disk are kept.")
-                                 .arg(element->elementName());
+    const QString question =
+        QStringLiteral("Remove '%1' from the solution?\nThe files on disk are kept.")
+            .arg(element->elementName());
     if (m_prompts.confirm(question))
         removeElement(element);
 }

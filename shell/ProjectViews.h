@@ -23,7 +23,8 @@ class VarnelWindow;
 //
 // The views hold no state of their own about the solution: the window's session, active
 // project, configuration and selection are the truth, and activeChanged() refreshes them.
-class ProjectViews : public QObject {
+class ProjectViews : public QObject
+{
     Q_OBJECT
 public:
     // What the commands ask the user. The window's defaults are dialogs; tests answer instead.
@@ -91,7 +92,8 @@ private:
     // Null when `element` may take new children; else why not.
     [[nodiscard]] QString refusal(const ProjectElement *element) const;
     // True when `target` may take a child called `name`; else says why, naming what was asked.
-    [[nodiscard]] bool mayAdd(const ProjectElement *target, const QString &name, const QString &asked);
+    [[nodiscard]] bool mayAdd(const ProjectElement *target, const QString &name,
+                              const QString &asked);
     // Puts a new node under `target`, wires and saves; null (said) when refused.
     ProjectElement *insertNode(ProjectElement *target, const char *tag, const QByteArray &attribute,
                                const QString &value, const QString &name);
@@ -110,6 +112,6 @@ private:
     ProjectTreeModel *m_model = nullptr;
     QComboBox *m_configurations = nullptr;
     ProjectPropertiesView *m_properties = nullptr;
-    ProjectElement *m_shown = nullptr;   // in the properties dock
+    ProjectElement *m_shown = nullptr; // in the properties dock
     QString m_lastMessage;
 };

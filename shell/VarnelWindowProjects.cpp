@@ -27,5 +27,6 @@ void VarnelWindow::createProjectViews()
         {"ViewProperties", &ProjectViews::showProperties},
     };
     for (const auto &row : commands)
-        addCommand(QLatin1String(row.action), [views, command = row.command] { (views->*command)(); });
+        addCommand(QLatin1String(row.action),
+                   [views, command = row.command] { (views->*command)(); });
 }

@@ -18,7 +18,8 @@
 #include <cstdio>
 #include <vector>
 
-namespace {
+namespace
+{
 
 // Opens the solution and brings the explorer to the screen: every top-level row laid out, the
 // visible rows painted. False when the solution did not open.
@@ -94,8 +95,9 @@ int main(int argc, char **argv)
         QCoreApplication::processEvents();
     }
     std::sort(times.begin(), times.end());
-    std::printf("open and show in the window: median %.1f ms, min %.1f ms, max %.1f ms over %d runs\n",
-                times[times.size() / 2], times.front(), times.back(), runs);
+    std::printf(
+        "open and show in the window: median %.1f ms, min %.1f ms, max %.1f ms over %d runs\n",
+        times[times.size() / 2], times.front(), times.back(), runs);
     std::printf("of which loading the solution: median %.1f ms\n", loads[loads.size() / 2]);
     return 0;
 }

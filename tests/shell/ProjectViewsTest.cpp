@@ -1,3 +1,4 @@
+#include "shell/ProjectViews.h"
 #include "foundation/Report.h"
 #include "projects/ProjectElement.h"
 #include "projects/SolutionSession.h"
@@ -5,7 +6,6 @@
 #include "shell/DocumentHost.h"
 #include "shell/ProjectPropertiesView.h"
 #include "shell/ProjectTreeModel.h"
-#include "shell/ProjectViews.h"
 #include "shell/SettingsFile.h"
 #include "shell/ShellPaths.h"
 #include "shell/VarnelAction.h"
@@ -21,7 +21,8 @@
 #include <QTreeView>
 #include <gtest/gtest.h>
 
-namespace {
+namespace
+{
 
 const QByteArray solutionText = R"xml(<!DOCTYPE Tessbench_Project_File>
 <Tessbench_Project_File>
@@ -47,7 +48,8 @@ const QByteArray solutionText = R"xml(<!DOCTYPE Tessbench_Project_File>
 )xml";
 
 // A document area that notes what it is asked to open.
-class RecordingDocuments : public DocumentHost {
+class RecordingDocuments : public DocumentHost
+{
 public:
     bool openDocument(const QString &path, int, int) override
     {
@@ -74,13 +76,15 @@ void dumpRows(const ProjectTreeModel &model, const QModelIndex &parent, int dept
 
 // A main window with the test's solution open, in a private home, the prompts answered by the
 // test and files opened in a recording document area.
-class ProjectViewsTest : public ::testing::Test {
+class ProjectViewsTest : public ::testing::Test
+{
 protected:
     ProjectViewsTest()
     {
         setReportMask(0);
         TestSupport::writeFile(path("Demo.qvProject"), solutionText);
-        for (const char *file : {"src/main.c", "src/util.c", "lib.c", "listed/a.h", "listed/b.h", "listed/c.txt"}) {
+        for (const char *file :
+             {"src/main.c", "src/util.c", "lib.c", "listed/a.h", "listed/b.h", "listed/c.txt"}) {
             QDir().mkpath(QFileInfo(path(QLatin1String(file))).path());
             TestSupport::writeFile(path(QLatin1String(file)), "int x;\n");
         }
@@ -132,7 +136,8 @@ protected:
         options.expandMacros = false;
         session.load(path("Demo.qvProject"), options);
         QStringList names;
-        if (const ProjectElement *element = session.system().findElement(QLatin1String(elementPath))) {
+        if (const ProjectElement *element =
+                session.system().findElement(QLatin1String(elementPath))) {
             for (const ProjectElement *child : element->children())
                 names.append(child->elementName());
         } else {
@@ -173,7 +178,8 @@ TEST_F(ProjectViewsTest, ShowsTheSolutionWithItsProjectsFoldersFilesAndListedFil
     const QModelIndex top = views->model()->index(0, 0);
     EXPECT_TRUE(views->tree()->isExpanded(top));
     EXPECT_TRUE(views->tree()->isExpanded(views->model()->index(0, 0, top)));
-    EXPECT_FALSE(views->tree()->isExpanded(views->model()->index(0, 0, views->model()->index(0, 0, top))));
+    EXPECT_FALSE(
+        views->tree()->isExpanded(views->model()->index(0, 0, views->model()->index(0, 0, top))));
     // Every index leads back to its parent, so the view can walk the tree both ways.
     const QModelIndex listed = views->model()->indexOf(find("App/Listed"));
     EXPECT_EQ(views->model()->parent(views->model()->index(1, 0, listed)), listed);
@@ -215,10 +221,13 @@ struct OriginCase {
     const char *property;
     const char *value;
     const char *origin;
-    bool own;   // the element holds a value itself: shown in bold
+    bool own; // the element holds a value itself: shown in bold
 };
 
-class ProjectPropertiesOrigin : public ProjectViewsTest, public ::testing::WithParamInterface<OriginCase> {};
+class ProjectPropertiesOrigin : public ProjectViewsTest,
+                                public ::testing::WithParamInterface<OriginCase>
+{
+};
 
 TEST_P(ProjectPropertiesOrigin, ShowsTheValueAndWhereItComesFrom)
 {
@@ -236,7 +245,8 @@ INSTANTIATE_TEST_SUITE_P(
     Properties, ProjectPropertiesOrigin,
     ::testing::Values(
         OriginCase{"listGathersAncestorsFirstInDebug", "App/Source Files/main.c", "Debug",
-                   "c_preprocessor_definitions", "DEBUG;APP", "solution [Debug]; App [Common]", false},
+                   "c_preprocessor_definitions", "DEBUG;APP", "solution [Debug]; App [Common]",
+                   false},
         OriginCase{"listGathersTheFilesOwnInRelease", "App/Source Files/main.c", "Release",
                    "c_preprocessor_definitions", "NDEBUG;APP;FAST",
                    "solution [Release]; App [Common]; App/Source Files/main.c [Release]", true},
@@ -248,8 +258,8 @@ INSTANTIATE_TEST_SUITE_P(
                    "solution [Release]", false},
         OriginCase{"projectsOwnDebugList", "App", "Debug", "c_user_include_directories",
                    "inc/debug", "App [Debug]", true},
-        OriginCase{"nothingSetGivesTheDefault", "App", "Release", "c_user_include_directories",
-                   "", "(default)", false},
+        OriginCase{"nothingSetGivesTheDefault", "App", "Release", "c_user_include_directories", "",
+                   "(default)", false},
         OriginCase{"macrosStayUnexpanded", "App/Source Files/util.c", "Debug",
                    "build_intermediate_directory", "Out/$(Configuration)/$(ProjectName)",
                    "App [Common]", false}),
@@ -268,13 +278,16 @@ TEST_F(ProjectViewsTest, AddedFilesAndFoldersAreSavedAndTheFileIsMadeOnDisk)
     chosenFiles = {path("listed/c.txt"), path("lib.c")};
     run("ProjectAddExistingItem");
     EXPECT_EQ(savedNames("App/Source Files"),
-              QStringList({QStringLiteral("main.c"), QStringLiteral("util.c"), QStringLiteral("extra.c"), QStringLiteral("Headers")}));
-    EXPECT_EQ(savedNames("App/Source Files/Headers"), QStringList({QStringLiteral("c.txt"), QStringLiteral("lib.c")}));
+              QStringList({QStringLiteral("main.c"), QStringLiteral("util.c"),
+                           QStringLiteral("extra.c"), QStringLiteral("Headers")}));
+    EXPECT_EQ(savedNames("App/Source Files/Headers"),
+              QStringList({QStringLiteral("c.txt"), QStringLiteral("lib.c")}));
     const QByteArray saved = TestSupport::readFile(path("Demo.qvProject"));
     EXPECT_TRUE(saved.contains(R"(file_name="src/extra.c")")) << saved.constData();
     EXPECT_TRUE(saved.contains(R"(file_name="listed/c.txt")")) << saved.constData();
     EXPECT_TRUE(saved.contains("Out/$(Configuration)/$(ProjectName)")) << saved.constData();
-    EXPECT_TRUE(rows().contains(QStringLiteral("      Headers\n        c.txt\n        lib.c\n"))) << rows().toStdString();
+    EXPECT_TRUE(rows().contains(QStringLiteral("      Headers\n        c.txt\n        lib.c\n")))
+        << rows().toStdString();
     // The new file is where the build looks for it.
     EXPECT_EQ(find("App/Source Files/extra.c")->filePath().text(), path("src/extra.c"));
 }
@@ -292,7 +305,8 @@ TEST_F(ProjectViewsTest, RemovingAsksFirstAndKeepsTheFileOnDisk)
     EXPECT_EQ(find("App/Source Files/util.c"), nullptr);
     // The selection moves to a neighbour, never stays on the element that is gone.
     const ProjectElement *selected = window->selectedElement();
-    EXPECT_TRUE(!selected || selected == find("App/Source Files/main.c") || selected == find("App/Source Files"));
+    EXPECT_TRUE(!selected || selected == find("App/Source Files/main.c") ||
+                selected == find("App/Source Files"));
     EXPECT_EQ(savedNames("App/Source Files"), QStringList{QStringLiteral("main.c")});
     EXPECT_TRUE(QFileInfo::exists(path("src/util.c")));
     EXPECT_FALSE(rows().contains(QStringLiteral("util.c")));
@@ -327,11 +341,14 @@ TEST_F(ProjectViewsTest, RefusedEditsSayWhyAndChangeNothing)
         << views->lastMessage().toStdString();
     select("App/Listed/a.h");
     run("ProjectExplorerDelete");
-    EXPECT_TRUE(views->lastMessage().contains(QStringLiteral("listed from its folder's directory")));
+    EXPECT_TRUE(
+        views->lastMessage().contains(QStringLiteral("listed from its folder's directory")));
     select("App/Source Files");
     nameAnswer = QStringLiteral("main.c");
     run("ProjectAddNewFile");
-    EXPECT_EQ(views->lastMessage(), QStringLiteral("Cannot add main.c: 'Source Files' already holds an item of that name"));
+    EXPECT_EQ(
+        views->lastMessage(),
+        QStringLiteral("Cannot add main.c: 'Source Files' already holds an item of that name"));
     select("App");
     nameAnswer = QStringLiteral("a/b");
     run("ProjectNewFolder");
@@ -352,13 +369,15 @@ TEST_F(ProjectViewsTest, AFailedSaveKeepsTheOldFileAndTheTreeAsEdited)
     }
     QFile::setPermissions(directory.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     EXPECT_NE(folder, nullptr);
-    EXPECT_TRUE(views->lastMessage().startsWith(QStringLiteral("The solution is kept as edited but not saved: couldn't write ")))
+    EXPECT_TRUE(views->lastMessage().startsWith(
+        QStringLiteral("The solution is kept as edited but not saved: couldn't write ")))
         << views->lastMessage().toStdString();
     EXPECT_EQ(TestSupport::readFile(path("Demo.qvProject")), before);
     EXPECT_TRUE(rows().contains(QStringLiteral("  Lib\n    lib.c\n    Docs\n")));
     // The next edit writes both.
     EXPECT_NE(views->addFolder(find("Lib"), QStringLiteral("More")), nullptr);
-    EXPECT_EQ(savedNames("Lib"), QStringList({QStringLiteral("lib.c"), QStringLiteral("Docs"), QStringLiteral("More")}));
+    EXPECT_EQ(savedNames("Lib"), QStringList({QStringLiteral("lib.c"), QStringLiteral("Docs"),
+                                              QStringLiteral("More")}));
 }
 
 TEST_F(ProjectViewsTest, DoubleClickAndReturnOpenAFile)
@@ -389,21 +408,25 @@ TEST_F(ProjectViewsTest, WithoutADocumentAreaOpeningSaysSo)
     if (window->documents())
         GTEST_SKIP() << "the window has a document area";
     EXPECT_FALSE(views->openElement(find("Lib/lib.c")));
-    EXPECT_TRUE(views->lastMessage().startsWith(QStringLiteral("Cannot open "))) << views->lastMessage().toStdString();
+    EXPECT_TRUE(views->lastMessage().startsWith(QStringLiteral("Cannot open ")))
+        << views->lastMessage().toStdString();
 }
 
 TEST_F(ProjectViewsTest, ReloadReadsTheFileAgainAndABrokenFileLeavesTheTree)
 {
     QByteArray changed = solutionText;
-    changed.replace(R"(<file file_name="lib.c" />)", R"(<file file_name="lib.c" /><file file_name="more.c" />)");
+    changed.replace(R"(<file file_name="lib.c" />)",
+                    R"(<file file_name="lib.c" /><file file_name="more.c" />)");
     TestSupport::writeFile(path("Demo.qvProject"), changed);
     window->setActiveConfiguration(QStringLiteral("Release"));
     run("ProjectReload");
-    EXPECT_TRUE(rows().endsWith(QStringLiteral("  Lib\n    lib.c\n    more.c\n"))) << rows().toStdString();
+    EXPECT_TRUE(rows().endsWith(QStringLiteral("  Lib\n    lib.c\n    more.c\n")))
+        << rows().toStdString();
     EXPECT_EQ(window->activeConfiguration(), QStringLiteral("Release"));
     TestSupport::writeFile(path("Demo.qvProject"), "<Tessbench_Project_File><solution");
     run("ProjectReload");
-    EXPECT_TRUE(rows().endsWith(QStringLiteral("  Lib\n    lib.c\n    more.c\n"))) << rows().toStdString();
+    EXPECT_TRUE(rows().endsWith(QStringLiteral("  Lib\n    lib.c\n    more.c\n")))
+        << rows().toStdString();
 }
 
 TEST_F(ProjectViewsTest, ClosingTheSolutionEmptiesTheViews)
@@ -418,21 +441,27 @@ TEST_F(ProjectViewsTest, ClosingTheSolutionEmptiesTheViews)
 
 } // namespace
 
-namespace {
+namespace
+{
 
 // The shipped example, copied so the test may write it.
-class ExampleSolution : public ProjectViewsTest {
+class ExampleSolution : public ProjectViewsTest
+{
 protected:
     ExampleSolution()
     {
         const QDir from(QStringLiteral(TESS_SOURCE_DIR "/examples/solution"));
-        for (const char *file : {"Blinky.qvProject", "bsp/BoardSupport.qvProject", "src/main.c", "bsp/gpio.c"}) {
+        for (const char *file :
+             {"Blinky.qvProject", "bsp/BoardSupport.qvProject", "src/main.c", "bsp/gpio.c"}) {
             QDir().mkpath(QFileInfo(example(QLatin1String(file))).path());
             QFile::copy(from.filePath(QLatin1String(file)), example(QLatin1String(file)));
         }
         EXPECT_TRUE(window->openSolution(example(QStringLiteral("Blinky.qvProject"))));
     }
-    QString example(const QString &relative) const { return path(QStringLiteral("example/") + relative); }
+    QString example(const QString &relative) const
+    {
+        return path(QStringLiteral("example/") + relative);
+    }
 };
 
 TEST_F(ExampleSolution, AddingAndRemovingAFolderGivesTheFileBackByteForByte)
@@ -447,69 +476,88 @@ TEST_F(ExampleSolution, AddingAndRemovingAFolderGivesTheFileBackByteForByte)
 
 TEST_F(ExampleSolution, AnImportedPartThatMayNotChangeIsLeftAlone)
 {
-    const QByteArray before = TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject")));
+    const QByteArray before =
+        TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject")));
     EXPECT_EQ(views->addFolder(find("BoardSupport/Drivers"), QStringLiteral("More")), nullptr);
-    EXPECT_TRUE(views->lastMessage().contains(QStringLiteral("is imported from bsp/BoardSupport.qvProject, which may not be changed")))
+    EXPECT_TRUE(views->lastMessage().contains(
+        QStringLiteral("is imported from bsp/BoardSupport.qvProject, which may not be changed")))
         << views->lastMessage().toStdString();
     EXPECT_FALSE(views->removeElement(find("BoardSupport/Drivers/gpio.c")));
     EXPECT_EQ(TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject"))), before);
     // The import as a whole goes from the solution that imports it.
     EXPECT_TRUE(views->removeElement(find("BoardSupport")));
-    EXPECT_FALSE(TestSupport::readFile(example(QStringLiteral("Blinky.qvProject"))).contains("import"));
+    EXPECT_FALSE(
+        TestSupport::readFile(example(QStringLiteral("Blinky.qvProject"))).contains("import"));
     EXPECT_EQ(TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject"))), before);
 }
 
 } // namespace
 
-namespace {
+namespace
+{
 
 TEST_F(ExampleSolution, ValuesKeepTheirMacrosAndTheTipShowsThemExpandedForTheElement)
 {
     select("Blinky/Source Files/main.c");
-    const QTreeWidgetItem *row = views->properties()->findRow(QStringLiteral("c_preprocessor_definitions"));
+    const QTreeWidgetItem *row =
+        views->properties()->findRow(QStringLiteral("c_preprocessor_definitions"));
     ASSERT_NE(row, nullptr);
-    EXPECT_EQ(row->text(ProjectPropertiesView::ValueColumn), QStringLiteral("__ARM_ARCH_7EM__;BOARD_$(Board:Generic);DEBUG;DEBUG_LED"));
+    EXPECT_EQ(row->text(ProjectPropertiesView::ValueColumn),
+              QStringLiteral("__ARM_ARCH_7EM__;BOARD_$(Board:Generic);DEBUG;DEBUG_LED"));
     // The project's own macro decides, not the default written in the solution.
-    EXPECT_TRUE(row->toolTip(ProjectPropertiesView::ValueColumn).contains(QStringLiteral("BOARD_Nucleo")))
+    EXPECT_TRUE(
+        row->toolTip(ProjectPropertiesView::ValueColumn).contains(QStringLiteral("BOARD_Nucleo")))
         << row->toolTip(ProjectPropertiesView::ValueColumn).toStdString();
 }
 
 } // namespace
 
-namespace {
+namespace
+{
 
 TEST_F(ProjectViewsTest, AnEditedValueIsTheElementsOwnForTheConfigurationAndIsSaved)
 {
     select("App/Source Files/util.c");
-    QTreeWidgetItem *row = views->properties()->findRow(QStringLiteral("c_preprocessor_definitions"));
+    QTreeWidgetItem *row =
+        views->properties()->findRow(QStringLiteral("c_preprocessor_definitions"));
     ASSERT_NE(row, nullptr);
-    row->setText(ProjectPropertiesView::ValueColumn, QStringLiteral("EXTRA"));   // as the editor commits
+    row->setText(ProjectPropertiesView::ValueColumn,
+                 QStringLiteral("EXTRA")); // as the editor commits
     QCoreApplication::processEvents();
-    EXPECT_EQ(property("c_preprocessor_definitions", ProjectPropertiesView::ValueColumn), QStringLiteral("DEBUG;APP;EXTRA"));
+    EXPECT_EQ(property("c_preprocessor_definitions", ProjectPropertiesView::ValueColumn),
+              QStringLiteral("DEBUG;APP;EXTRA"));
     EXPECT_EQ(property("c_preprocessor_definitions", ProjectPropertiesView::OriginColumn),
               QStringLiteral("solution [Debug]; App [Common]; App/Source Files/util.c [Debug]"));
     SolutionSession saved;
     SolutionSession::LoadOptions options;
     options.expandMacros = false;
     saved.load(path("Demo.qvProject"), options);
-    const ProjectElement *file = saved.system().findElement(QStringLiteral("App/Source Files/util.c"));
+    const ProjectElement *file =
+        saved.system().findElement(QStringLiteral("App/Source Files/util.c"));
     ASSERT_NE(file, nullptr);
-    const QString *value = file->findValue(QStringLiteral("Debug"), QStringLiteral("c_preprocessor_definitions"));
+    const QString *value =
+        file->findValue(QStringLiteral("Debug"), QStringLiteral("c_preprocessor_definitions"));
     ASSERT_NE(value, nullptr);
     EXPECT_EQ(*value, QStringLiteral("EXTRA"));
     // Clearing it lets the value come from above again.
-    views->properties()->findRow(QStringLiteral("c_preprocessor_definitions"))->setText(ProjectPropertiesView::ValueColumn, QString());
+    views->properties()
+        ->findRow(QStringLiteral("c_preprocessor_definitions"))
+        ->setText(ProjectPropertiesView::ValueColumn, QString());
     QCoreApplication::processEvents();
-    EXPECT_EQ(property("c_preprocessor_definitions", ProjectPropertiesView::ValueColumn), QStringLiteral("DEBUG;APP"));
+    EXPECT_EQ(property("c_preprocessor_definitions", ProjectPropertiesView::ValueColumn),
+              QStringLiteral("DEBUG;APP"));
     EXPECT_FALSE(TestSupport::readFile(path("Demo.qvProject")).contains("EXTRA"));
 }
 
 TEST_F(ExampleSolution, ValuesOfAnImportedPartThatMayNotChangeStay)
 {
-    const QByteArray before = TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject")));
+    const QByteArray before =
+        TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject")));
     select("BoardSupport/Drivers/gpio.c");
-    EXPECT_FALSE(views->setPropertyValue(QStringLiteral("c_preprocessor_definitions"), QStringLiteral("X")));
-    EXPECT_TRUE(views->lastMessage().startsWith(QStringLiteral("Cannot set c_preprocessor_definitions of gpio.c: 'gpio.c' is imported from")))
+    EXPECT_FALSE(
+        views->setPropertyValue(QStringLiteral("c_preprocessor_definitions"), QStringLiteral("X")));
+    EXPECT_TRUE(views->lastMessage().startsWith(QStringLiteral(
+        "Cannot set c_preprocessor_definitions of gpio.c: 'gpio.c' is imported from")))
         << views->lastMessage().toStdString();
     EXPECT_EQ(TestSupport::readFile(example(QStringLiteral("bsp/BoardSupport.qvProject"))), before);
 }
