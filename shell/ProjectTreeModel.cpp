@@ -185,6 +185,13 @@ void ProjectTreeModel::endRemove()
     endRemoveRows();
 }
 
+void ProjectTreeModel::elementChanged(const ProjectElement *element)
+{
+    const QModelIndex index = indexOf(element);
+    if (index.isValid())
+        emit dataChanged(index, index);
+}
+
 void ProjectTreeModel::reset()
 {
     beginResetModel();

@@ -32,6 +32,8 @@ public:
     void endInsert();
     void beginRemove(const ProjectElement *parent, int row);
     void endRemove();
+    // The element's name or look changed.
+    void elementChanged(const ProjectElement *element);
     // After a change the model cannot follow row by row (a rescan, a failed edit undone).
     void reset();
 

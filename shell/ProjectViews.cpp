@@ -511,8 +511,11 @@ bool ProjectViews::setPropertyValue(const QString &name, const QString &text)
     StandardProjectSystem *projects = system();
     if (!projects || !m_shown)
         return false;
-    const QString configuration =
-        m_window->activeConfiguration().isEmpty() ? common : m_window->activeConfiguration();
+    // What names an element is the element's own, the same in every configuration.
+    const bool naming = name == QLatin1String("Name") || name == QLatin1String("file_name");
+    const QString configuration = m_window->activeConfiguration().isEmpty() || naming
+                                      ? common
+                                      : m_window->activeConfiguration();
     PropertyClass *row = projects->classFor(name, m_shown, configuration);
     QString why;
     if (!row)
@@ -525,6 +528,8 @@ bool ProjectViews::setPropertyValue(const QString &name, const QString &text)
         row ? projects->propertyValue(m_shown, row, configuration) : nullptr;
     if (why.isEmpty() && value->isReadOnly())
         why = QStringLiteral("the value is read-only");
+    if (why.isEmpty())
+        why = nameClash(name, text);
     if (!why.isEmpty()) {
         say(QStringLiteral("Cannot set %1 of %2: %3").arg(name, m_shown->elementName(), why), true);
         activeChanged();
@@ -534,9 +539,35 @@ bool ProjectViews::setPropertyValue(const QString &name, const QString &text)
         value->unset();
     else
         value->setValue(row->storedValue(text));
+    // A new name or file moves the element in the tree and its file on disk.
+    try {
+        projects->wireTree(projects->solution());
+    } catch (const SolutionLoadError &error) { // survivable: the names were checked above
+        say(error.message(), true);
+        m_model->reset();
+    }
+    projects->projectChanged(StandardProjectSystem::projectOf(m_shown));
+    m_model->elementChanged(m_shown);
     save(m_shown);
     activeChanged();
     return true;
+}
+
+QString ProjectViews::nameClash(const QString &property, const QString &text) const
+{
+    const ProjectElement *parent = m_shown->parentElement();
+    const bool named = m_shown->findProperty(QStringLiteral("Name"));
+    QString newName;
+    if (property == QLatin1String("Name"))
+        newName = text.isEmpty() ? QFileInfo(m_shown->elementName()).fileName() : text;
+    else if (property == QLatin1String("file_name") && !named)
+        newName = QFileInfo(text).fileName();
+    if (!parent || newName.isEmpty() || newName == m_shown->elementName())
+        return {};
+    if (newName.isEmpty() || holdsName(parent, newName))
+        return QStringLiteral("'%1' already holds an item called '%2'")
+            .arg(parent->elementName(), newName);
+    return {};
 }
 
 // ---- The commands

@@ -60,7 +60,8 @@ public:
     // Takes the element out of the solution; the files on disk stay.
     bool removeElement(ProjectElement *element);
     // Gives the element shown in the properties dock its own value of a property in the active
-    // configuration (empty text: takes its own value away), and saves.
+    // configuration (empty text: takes its own value away), and saves. Name and file_name are
+    // the element's in every configuration.
     bool setPropertyValue(const QString &name, const QString &text);
     // Opens a file element in the document area.
     bool openElement(const ProjectElement *element);
@@ -100,6 +101,9 @@ private:
     using Adder = ProjectElement *(ProjectViews::*)(ProjectElement *, const QString &);
     // Asks for a name and adds what `add` makes of it to the selection's project or folder.
     void addNamed(const QString &title, const QString &what, Adder add);
+    // Why the shown element may not take `text` for `property`: a sibling has the name it would
+    // give. Empty when it may.
+    [[nodiscard]] QString nameClash(const QString &property, const QString &text) const;
     // Writes the file that holds `element` (the solution or its imported part).
     bool save(const ProjectElement *element);
 

@@ -563,3 +563,22 @@ TEST_F(ExampleSolution, ValuesOfAnImportedPartThatMayNotChangeStay)
 }
 
 } // namespace
+
+namespace
+{
+
+TEST_F(ProjectViewsTest, RenamingThroughTheNameValueRenamesTheTreeRowAndRefusesASiblingsName)
+{
+    select("App/Source Files");
+    EXPECT_FALSE(views->setPropertyValue(QStringLiteral("Name"), QStringLiteral("Listed")));
+    EXPECT_EQ(views->lastMessage(),
+              QStringLiteral(
+                  "Cannot set Name of Source Files: 'App' already holds an item called 'Listed'"));
+    EXPECT_TRUE(views->setPropertyValue(QStringLiteral("Name"), QStringLiteral("Sources")));
+    EXPECT_TRUE(rows().contains(QStringLiteral("    Sources\n      main.c\n")))
+        << rows().toStdString();
+    EXPECT_EQ(savedNames("App"),
+              QStringList({QStringLiteral("Sources"), QStringLiteral("Listed")}));
+}
+
+} // namespace
