@@ -12,7 +12,6 @@
 #include "shell/ProjectTreeModel.h"
 #include "shell/VarnelAction.h"
 #include "shell/VarnelWindow.h"
-#include <QAction>
 #include <QComboBox>
 #include <QDir>
 #include <QDockWidget>
@@ -22,6 +21,7 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QInputDialog>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
@@ -167,12 +167,7 @@ void ProjectViews::createProjectDock()
             openElement(element);
     });
     connect(m_tree, &QTreeView::customContextMenuRequested, this, &ProjectViews::showContextMenu);
-    // Delete in the tree takes the item out of the solution, as in every explorer.
-    auto *remove = new QAction(QStringLiteral("Remove from Solution"), m_tree);
-    remove->setShortcut(QKeySequence::Delete);
-    remove->setShortcutContext(Qt::WidgetShortcut);
-    connect(remove, &QAction::triggered, this, &ProjectViews::deleteCommand);
-    m_tree->addAction(remove);
+    m_tree->installEventFilter(this);
     m_projectDock->setWidget(body);
     m_window->addDockWidget(Qt::LeftDockWidgetArea, m_projectDock);
 }
@@ -193,6 +188,24 @@ void ProjectViews::createPropertiesDock()
     // Beside the documents, as wide as a value and its origin need.
     m_window->addDockWidget(Qt::RightDockWidgetArea, m_propertiesDock);
     m_window->resizeDocks({m_projectDock, m_propertiesDock}, {280, 430}, Qt::Horizontal);
+}
+
+// Delete in the tree takes the item out of the solution, as in every explorer. The tree claims
+// the key before the window's shortcuts see it, so an editor's Delete does not clash.
+bool ProjectViews::eventFilter(QObject *watched, QEvent *event)
+{
+    const bool press = event->type() == QEvent::KeyPress;
+    if (watched != m_tree || (!press && event->type() != QEvent::ShortcutOverride))
+        return false;
+    const auto *key = static_cast<QKeyEvent *>(event);
+    if (key->key() != Qt::Key_Delete || key->modifiers() != Qt::NoModifier)
+        return false;
+    if (!press) {
+        event->accept();
+        return true;
+    }
+    deleteCommand();
+    return true;
 }
 
 StandardProjectSystem *ProjectViews::system() const

@@ -77,6 +77,9 @@ public:
     void focusConfigurations();
     void showProperties();
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     void createProjectDock();
     void createPropertiesDock();
