@@ -176,8 +176,17 @@ void ProjectViews::createPropertiesDock()
 {
     m_propertiesDock = new QDockWidget(QStringLiteral("Properties"), m_window);
     m_propertiesDock->setObjectName(QStringLiteral("Properties"));
-    m_properties = new ProjectPropertiesView(m_propertiesDock);
-    m_propertiesDock->setWidget(m_properties);
+    auto *body = new QWidget(m_propertiesDock);
+    auto *layout = new QVBoxLayout(body);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(2);
+    m_propertiesTitle = new QLabel(body);
+    m_propertiesTitle->setObjectName(QStringLiteral("PropertiesTitle"));
+    m_propertiesTitle->setContentsMargins(4, 2, 4, 0);
+    m_properties = new ProjectPropertiesView(body);
+    layout->addWidget(m_propertiesTitle);
+    layout->addWidget(m_properties, 1);
+    m_propertiesDock->setWidget(body);
     // After the edit has returned: showing the element again replaces the edited row.
     connect(m_properties, &ProjectPropertiesView::valueEdited, this,
             [this](const QString &name, const QString &text) {
@@ -250,6 +259,7 @@ void ProjectViews::solutionClosing()
 {
     m_model->setRoot(nullptr);
     m_properties->clearElement();
+    m_propertiesTitle->clear();
     m_configurations->clear();
     m_configurations->setEnabled(false);
 }
@@ -273,6 +283,7 @@ void ProjectViews::activeChanged()
     m_shown = nullptr;
     if (!projects || !m_model->root()) {
         m_properties->clearElement();
+        m_propertiesTitle->clear();
         return;
     }
     m_model->setActiveProject(m_window->activeProject());
@@ -289,6 +300,10 @@ void ProjectViews::activeChanged()
     if (!m_shown)
         m_shown = m_window->activeProject() ? m_window->activeProject() : m_model->root();
     m_properties->showElement(projects, m_shown, configuration.isEmpty() ? common : configuration);
+    m_propertiesTitle->setText(
+        QStringLiteral("<b>%1</b> in %2")
+            .arg(m_shown->elementName().toHtmlEscaped(),
+                 (configuration.isEmpty() ? common : configuration).toHtmlEscaped()));
 }
 
 void ProjectViews::currentChanged(const QModelIndex &current)

@@ -10,6 +10,7 @@ class ProjectPropertiesView;
 class ProjectTreeModel;
 class QComboBox;
 class QDockWidget;
+class QLabel;
 class QModelIndex;
 class QPoint;
 class QTreeView;
@@ -119,6 +120,7 @@ private:
     ProjectTreeModel *m_model = nullptr;
     QComboBox *m_configurations = nullptr;
     ProjectPropertiesView *m_properties = nullptr;
-    ProjectElement *m_shown = nullptr; // in the properties dock
+    QLabel *m_propertiesTitle = nullptr; // what the properties are of
+    ProjectElement *m_shown = nullptr;   // in the properties dock
     QString m_lastMessage;
 };
