@@ -92,6 +92,19 @@ ProjectElement *firstProject(ProjectElement *element)
     return nullptr;
 }
 
+// A dock whose body stacks its parts without margins; the body's layout is a QVBoxLayout.
+QDockWidget *makeDock(QWidget *window, const QString &title, const QString &name)
+{
+    auto *dock = new QDockWidget(title, window);
+    dock->setObjectName(name);
+    auto *body = new QWidget(dock);
+    auto *layout = new QVBoxLayout(body);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(2);
+    dock->setWidget(body);
+    return dock;
+}
+
 // Actions of the explorer's context menu, in order; null for a separator.
 constexpr const char *contextActions[] = {
     "ProjectSetActiveProject", nullptr,          "ProjectAddNewFile",     "ProjectAddExistingItem",
@@ -131,12 +144,10 @@ void ProjectViews::setPrompts(Prompts prompts)
 
 void ProjectViews::createProjectDock()
 {
-    m_projectDock = new QDockWidget(QStringLiteral("Project Explorer"), m_window);
-    m_projectDock->setObjectName(QStringLiteral("ProjectExplorer"));
-    auto *body = new QWidget(m_projectDock);
-    auto *layout = new QVBoxLayout(body);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(2);
+    m_projectDock =
+        makeDock(m_window, QStringLiteral("Project Explorer"), QStringLiteral("ProjectExplorer"));
+    QWidget *body = m_projectDock->widget();
+    auto *layout = static_cast<QVBoxLayout *>(body->layout());
     auto *header = new QHBoxLayout;
     header->setContentsMargins(4, 2, 4, 0);
     header->addWidget(new QLabel(QStringLiteral("Configuration:"), body));
@@ -168,25 +179,21 @@ void ProjectViews::createProjectDock()
     });
     connect(m_tree, &QTreeView::customContextMenuRequested, this, &ProjectViews::showContextMenu);
     m_tree->installEventFilter(this);
-    m_projectDock->setWidget(body);
     m_window->addDockWidget(Qt::LeftDockWidgetArea, m_projectDock);
 }
 
 void ProjectViews::createPropertiesDock()
 {
-    m_propertiesDock = new QDockWidget(QStringLiteral("Properties"), m_window);
-    m_propertiesDock->setObjectName(QStringLiteral("Properties"));
-    auto *body = new QWidget(m_propertiesDock);
-    auto *layout = new QVBoxLayout(body);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(2);
+    m_propertiesDock =
+        makeDock(m_window, QStringLiteral("Properties"), QStringLiteral("Properties"));
+    QWidget *body = m_propertiesDock->widget();
+    auto *layout = static_cast<QVBoxLayout *>(body->layout());
     m_propertiesTitle = new QLabel(body);
     m_propertiesTitle->setObjectName(QStringLiteral("PropertiesTitle"));
     m_propertiesTitle->setContentsMargins(4, 2, 4, 0);
     m_properties = new ProjectPropertiesView(body);
     layout->addWidget(m_propertiesTitle);
     layout->addWidget(m_properties, 1);
-    m_propertiesDock->setWidget(body);
     // After the edit has returned: showing the element again replaces the edited row.
     connect(m_properties, &ProjectPropertiesView::valueEdited, this,
             [this](const QString &name, const QString &text) {
