@@ -176,6 +176,14 @@ void ProjectTreeModel::endInsert()
 
 void ProjectTreeModel::beginRemove(const ProjectElement *parent, int row)
 {
+    // The bold row may go with the subtree: forget it before it is deleted.
+    const ProjectElement *removed = parent->children().at(size_t(row));
+    for (const ProjectElement *at = m_activeProject; at; at = at->parentElement()) {
+        if (at == removed) {
+            m_activeProject = nullptr;
+            break;
+        }
+    }
     beginRemoveRows(indexOf(parent), row, row);
 }
 

@@ -504,7 +504,10 @@ bool ProjectViews::removeElement(ProjectElement *element)
     }
     if (contains(element, m_window->selectedElement()))
         m_window->setSelectedElement(nullptr);
+    // Nothing that outlives the element may point into it while it goes.
     const bool wasActive = contains(element, m_window->activeProject());
+    if (wasActive)
+        m_window->setActiveProject(nullptr);
     const QString name = element->elementName();
     const int row = m_model->indexOf(element).row();
     XMLNode *xmlParent = element->parent();
