@@ -5,6 +5,7 @@
 #include "projects/SolutionSession.h"
 #include "script/host/HostServices.h"
 #include "script/host/ScriptBuildSession.h"
+#include "shell/BuildViews.h"
 #include "script/host/VarnelScriptSystem.h"
 #include "shell/DocumentHost.h"
 #include "shell/FSConsole.h"
@@ -72,6 +73,13 @@ ConsoleViews::ConsoleViews(VarnelWindow *window)
                                                            m_window->activeProject());
             m_build->setReporter(m_buildReporter.get());
             m_build->setStopCheck([this] { return m_system->stopRequested(); });
+            // The window's build walks the same tree: a script's Build waits for it to end.
+            m_build->setRefusal([this] {
+                const BuildViews *views = m_window->buildViews();
+                return views && views->isBuilding()
+                           ? QStringLiteral("A build is running in the window: try again when it ends")
+                           : QString();
+            });
         }
         services.build = m_build.get();
         installHostClasses(context, services);

@@ -1,4 +1,5 @@
 #include "shell/ProjectViews.h"
+#include "shell/BuildViews.h"
 #include "foundation/PropertyClass.h"
 #include "foundation/Report.h"
 #include "foundation/XMLDocument.h"
@@ -363,8 +364,23 @@ bool ProjectViews::openElement(const ProjectElement *element)
 
 // ---- Editing the tree
 
+namespace {
+
+// The build walks the tree it was started on: the tree stays as it is until the build ends.
+QString buildRunning(const VarnelWindow *window)
+{
+    const BuildViews *builds = window->buildViews();
+    return builds && builds->isBuilding()
+               ? QStringLiteral("a build is running; change the solution when it ends")
+               : QString();
+}
+
+} // namespace
+
 QString ProjectViews::refusal(const ProjectElement *element) const
 {
+    if (QString why = buildRunning(m_window); !why.isEmpty())
+        return why;
     if (!element)
         return QStringLiteral("select a project or folder first");
     if (element->isDynamic() || (element->kind() == ProjectElement::Kind::Folder &&
@@ -555,13 +571,15 @@ bool ProjectViews::setPropertyValue(const QString &name, const QString &text)
                                       ? common
                                       : m_window->activeConfiguration();
     PropertyClass *row = projects->classFor(name, m_shown, configuration);
-    QString why;
-    if (!row)
-        why = QStringLiteral("no such property");
-    else if (m_shown->isDynamic())
-        why = QStringLiteral("it is listed from its folder's directory and keeps no values");
-    else
-        why = lockedImport(m_shown);
+    QString why = [&] {
+        if (QString running = buildRunning(m_window); !running.isEmpty())
+            return running;
+        if (!row)
+            return QStringLiteral("no such property");
+        if (m_shown->isDynamic())
+            return QStringLiteral("it is listed from its folder's directory and keeps no values");
+        return lockedImport(m_shown);
+    }();
     std::unique_ptr<PropertyValue> value =
         row ? projects->propertyValue(m_shown, row, configuration) : nullptr;
     if (why.isEmpty() && value->isReadOnly())

@@ -149,6 +149,7 @@ VarnelWindow::VarnelWindow(SettingsFile *settings, const Options &options, QWidg
     createProjectViews();
     createBuildViews();
     createConsoles();
+    arrangeDocks();
     createStatusPanes();
     applySchemes();
     m_defaultState = saveState();
@@ -295,6 +296,29 @@ void VarnelWindow::setEditor(EditCommandInterface *editor)
 }
 
 // --- windows
+
+// The first layout: the documents get most of the room; the build log and the consoles share the
+// bottom with the messages, which show first. A layout the user saved replaces this later.
+void VarnelWindow::arrangeDocks()
+{
+    const auto dock = [this](const char *name) {
+        return findChild<QDockWidget *>(QLatin1String(name), Qt::FindDirectChildrenOnly);
+    };
+    if (QDockWidget *messages = dock("Messages")) {
+        messages->raise();
+        resizeDocks({messages}, {170}, Qt::Vertical);
+    }
+    QList<QDockWidget *> sides;
+    QList<int> widths;
+    for (const char *name : {"ProjectExplorer", "Properties"}) {
+        if (QDockWidget *side = dock(name)) {
+            sides << side;
+            widths << 230;
+        }
+    }
+    if (!sides.isEmpty())
+        resizeDocks(sides, widths, Qt::Horizontal);
+}
 
 void VarnelWindow::createWindows()
 {

@@ -142,6 +142,7 @@ private:
     void createProjectViews();
     void createBuildViews();
     void createConsoles();
+    void arrangeDocks();
     void createStatusPanes();
     void loadTexts();
     void loadKeys();

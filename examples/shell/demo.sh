@@ -41,8 +41,15 @@ fi
 
 # The example solution open: its tree in the project explorer, the active project in bold, and
 # the properties of the active project in the active configuration with where each comes from.
+# The window keeps a session beside a solution, so it works on a copy.
 if command -v xvfb-run >/dev/null; then
-    echo "\$ xvfb-run tessmark --new-instance --screenshot $screenshots/project-explorer.png ../solution/Blinky.qvProject"
+    cp -r "$here/../solution" "$home/solution"
+    echo "\$ xvfb-run tessmark --new-instance --screenshot $screenshots/project-explorer.png solution/Blinky.qvProject"
     xvfb-run -a -s "-screen 0 1280x800x24" "$bin/tessmark" --new-instance \
-        --screenshot "$screenshots/project-explorer.png" "$here/../solution/Blinky.qvProject"
+        --screenshot "$screenshots/project-explorer.png" "$home/solution/Blinky.qvProject"
+    # A C file in the editor, coloured by its syntax.
+    cp "$here/hello.c" "$home/hello.c"
+    echo "\$ xvfb-run tessmark --new-instance --screenshot $screenshots/editor.png hello.c"
+    xvfb-run -a -s "-screen 0 1280x800x24" "$bin/tessmark" --new-instance \
+        --screenshot "$screenshots/editor.png" "$home/hello.c"
 fi

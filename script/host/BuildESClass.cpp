@@ -52,7 +52,12 @@ bool BuildESClass::callHost(int id, ESNativeCall &call)
         return result >= 0 && result != BuildEngine::Failed && result != BuildEngine::Stopped;
     };
     if (id < int(std::size(operationOfFunction))) {
-        call.setResult(ESValue::boolean(succeeded(m_session->run(operationOfFunction[id]))));
+        const int result = m_session->run(operationOfFunction[id]);
+        // A refused build says why; one with nothing to act on just fails.
+        if (result < 0 && !m_session->lastStatus().isEmpty())
+            context.throwError(QStringLiteral("Build.%1: %2")
+                                   .arg(QLatin1String(buildRows[id].name), m_session->lastStatus()));
+        call.setResult(ESValue::boolean(succeeded(result)));
         return true;
     }
     using HostArguments::string;

@@ -13,6 +13,11 @@ ScriptBuildSession::ScriptBuildSession(StandardProjectSystem &system, const QStr
 
 int ScriptBuildSession::run(int operation)
 {
+    if (m_refusal) {
+        m_lastStatus = m_refusal();
+        if (!m_lastStatus.isEmpty())
+            return -1;
+    }
     BuildEngine engine(m_system);
     BuildLog log;
     VarnelIdler idler(log);

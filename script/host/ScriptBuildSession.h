@@ -25,6 +25,9 @@ public:
     void setSettings(const BuildSettings &settings) { m_settings = settings; }
     // Asked while a build runs; true cancels it.
     void setStopCheck(std::function<bool()> check) { m_stopCheck = std::move(check); }
+    // Asked before each build: a non-empty text refuses it (run() gives -1 and the text becomes
+    // the status), for a host that builds the same tree by other means.
+    void setRefusal(std::function<QString()> refusal) { m_refusal = std::move(refusal); }
 
     // Runs an operation of the build engine's table on the solution and the active project;
     // returns buildTop's value, or -1 when the operation has nothing to act on.
@@ -48,5 +51,6 @@ private:
     BuildReporter *m_reporter = nullptr;
     BuildSettings m_settings;
     std::function<bool()> m_stopCheck;
+    std::function<QString()> m_refusal;
     QString m_lastStatus;
 };

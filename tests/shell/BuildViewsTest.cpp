@@ -10,6 +10,7 @@
 #include "shell/DocumentHost.h"
 #include "shell/EditorArea.h"
 #include "shell/JavaScriptConsole.h"
+#include "shell/ProjectViews.h"
 #include "shell/SettingsFile.h"
 #include "shell/ShellPaths.h"
 #include "shell/VarnelAction.h"
@@ -300,6 +301,41 @@ TEST_F(BuildWindow, SecondStartIsRefusedWhileTheWindowKeepsAnswering)
     EXPECT_TRUE(views->log()->text().endsWith(QStringLiteral("Build terminated\n")));
     EXPECT_TRUE(window->action(QStringLiteral("BuildBuildSolution"))->isEnabled());
     EXPECT_FALSE(window->action(QStringLiteral("BuildCancelBuild"))->isEnabled());
+}
+
+TEST_F(BuildWindow, TreeEditsAndScriptBuildsWaitForTheWindowsBuild)
+{
+    activate("slow");
+    trigger("BuildBuildProject");
+    ASSERT_TRUE(views->isBuilding());
+    ProjectViews *projects = window->projectViews();
+    ConsoleViews *consoles = window->consoleViews();
+    ASSERT_NE(projects, nullptr);
+    ASSERT_NE(consoles, nullptr);
+    ProjectElement *project = window->activeProject();
+    ASSERT_NE(project, nullptr);
+    bool removed = true;
+    QString treeMessage;
+    QString consoleText;
+    QObject::connect(views->log(), &BuildLog::itemAdded, views, [&](BuildLogItem *item) {
+        if (!item->text().contains(QStringLiteral("Running Build command")))
+            return;
+        QTimer::singleShot(0, views, [&] {
+            removed = projects->removeElement(project);
+            treeMessage = projects->lastMessage();
+            QLineEdit *input = consoles->javaScriptConsole()->input();
+            input->setText(QStringLiteral("Build.buildSolution()"));
+            QTest::keyClick(input, Qt::Key_Return);
+            consoleText = consoles->javaScriptConsole()->outputText();
+            views->cancel();
+        });
+    });
+    EXPECT_EQ(waitForBuild(), 3);
+    EXPECT_FALSE(removed);
+    EXPECT_TRUE(treeMessage.contains(QStringLiteral("a build is running"))) << treeMessage.toStdString();
+    EXPECT_EQ(window->activeProject(), project);
+    EXPECT_TRUE(consoleText.contains(QStringLiteral("A build is running in the window")))
+        << consoleText.toStdString();
 }
 
 TEST_F(BuildWindow, SolutionStaysOpenWhileABuildRuns)

@@ -60,10 +60,13 @@ TEST(SingleInstance, ASecondTessmarkHandsItsFilesToTheFirstAndEnds)
     rubbish.waitForBytesWritten(5000);
     EXPECT_TRUE(waitFor([&] { return rubbish.state() == QLocalSocket::UnconnectedState || !rubbish.waitForReadyRead(100); }));
 
-    const QString solution = QStringLiteral(TESS_SOURCE_DIR "/examples/solution/Blinky.qvProject");
+    // A copy: the window keeps a session beside the solution and recovery files for documents.
+    ASSERT_EQ(runProgram(QStringLiteral("cp"), {QStringLiteral("-R"), QStringLiteral(TESS_SOURCE_DIR "/examples/solution"), home.path()}).exitCode, 0);
+    ASSERT_TRUE(QFile::copy(QStringLiteral(TESS_SOURCE_DIR "/README.md"), home.path() + QStringLiteral("/README.md")));
+    const QString solution = home.path() + QStringLiteral("/solution/Blinky.qvProject");
     QProcess second;
     second.setProcessEnvironment(offscreen());
-    second.start(binPath(QStringLiteral("tessmark")), {solution, QStringLiteral(TESS_SOURCE_DIR "/README.md")});
+    second.start(binPath(QStringLiteral("tessmark")), {solution, home.path() + QStringLiteral("/README.md")});
     ASSERT_TRUE(second.waitForFinished(30000));
     EXPECT_EQ(second.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(second.exitCode(), 0) << second.readAllStandardError().constData();
