@@ -1,10 +1,13 @@
+#include "editor/CodeEdit.h"
 #include "foundation/Report.h"
 #include "script/forth/ScriptEngine.h"
 #include "script/host/HostServices.h"
 #include "script/host/VarnelScriptSystem.h"
 #include "shell/ConsoleViews.h"
 #include "shell/ConsoleWidget.h"
+#include "shell/CodeEditView.h"
 #include "shell/DocumentHost.h"
+#include "shell/EditorArea.h"
 #include "shell/FSConsole.h"
 #include "shell/ForthHostWords.h"
 #include "shell/JavaScriptConsole.h"
@@ -560,6 +563,33 @@ TEST_F(ConsolesInWindow, HostWordsDriveTheFocusedEditor)
     window->setEditor(nullptr);
     EXPECT_EQ(forthLine(QStringLiteral("EDIT-CHAR-LEFT")), "EDIT-CHAR-LEFT OK\n");
     EXPECT_EQ(editor.calls.size(), 3);
+}
+
+// The same words through the window's own document area, on a real file: the insert and the
+// caret move land in the document, the undo takes the insert back, and the file saves the result.
+TEST_F(ConsolesInWindow, HostWordsEditARealDocument)
+{
+    const QString path = home.path() + QStringLiteral("/words.c");
+    TestSupport::writeFile(path, "int x;\n");
+    DocumentHost *documents = window->documents();
+    ASSERT_NE(documents, nullptr);
+    ASSERT_TRUE(documents->openDocument(path, 1, 1));
+    auto *area = window->editorArea();
+    ASSERT_NE(area, nullptr);
+    CodeEditView *view = area->currentView();
+    ASSERT_NE(view, nullptr);
+    window->setEditor(view);
+    EXPECT_EQ(forthLine(QStringLiteral("S\" /* a */ \" EDIT-INSERT EDIT-CHAR-LEFT")),
+              "S\" /* a */ \" EDIT-INSERT EDIT-CHAR-LEFT OK\n");
+    EXPECT_EQ(view->edit().buffer().text(0), QStringLiteral("/* a */ int x;"));
+    EXPECT_EQ(view->caretPosition(), (CodeEditBufferPosition{0, 7}));
+    forthLine(QStringLiteral("EDIT-UNDO"));
+    EXPECT_EQ(view->edit().buffer().text(0), QStringLiteral("int x;"));
+    forthLine(QStringLiteral("EDIT-REDO EDIT-LINE-END S\"  // b\" EDIT-INSERT"));
+    EXPECT_EQ(view->edit().buffer().text(0), QStringLiteral("/* a */ int x; // b"));
+    ASSERT_TRUE(area->save(view));
+    EXPECT_EQ(TestSupport::readFile(path), QByteArray("/* a */ int x; // b\n"));
+    window->setEditor(nullptr);
 }
 
 TEST_F(ConsolesInWindow, HostWordsReachTheDocumentsEditorWithoutAFocusedOne)

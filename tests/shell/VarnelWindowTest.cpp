@@ -1,4 +1,6 @@
 #include "foundation/Report.h"
+#include "projects/ProjectElement.h"
+#include "projects/SolutionSession.h"
 #include "shell/ActionTable.h"
 #include "shell/Actions.h"
 #include "shell/EditCommands.h"
@@ -17,6 +19,7 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QStatusBar>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
@@ -184,6 +187,30 @@ TEST_F(Window, ASolutionEnablesItsCommandsAndJoinsTheRecentList)
     EXPECT_FALSE(window->openSolution(QStringLiteral(TESS_SOURCE_DIR "/README.md")));
     EXPECT_EQ(settings.list(QLatin1String(VarnelWindow::recentSolutionsKey)), QStringList{solution});
     EXPECT_TRUE(reported.last().endsWith(QStringLiteral("README.md: not a solution file"))) << reported.join(u'\n').toStdString();
+}
+
+// A solution file that does not load says why and leaves the solution open before, and the
+// window, as they were.
+TEST_F(Window, ASolutionThatFailsToLoadLeavesTheOpenOneInPlace)
+{
+    make();
+    const QString solution = QStringLiteral(TESS_SOURCE_DIR "/examples/solution/Blinky.qvProject");
+    ASSERT_TRUE(window->openSolution(solution));
+    ProjectElement *active = window->activeProject();
+    ASSERT_NE(active, nullptr);
+    QTemporaryDir directory;
+    ASSERT_TRUE(directory.isValid());
+    const QString damaged = directory.filePath(QStringLiteral("Damaged.qvProject"));
+    TestSupport::writeFile(damaged, "<Tessbench_Project_File>\n<solution Name=\"x\">\n<project Name=\"p\">\n");
+    reported.clear();
+    EXPECT_FALSE(window->openSolution(damaged));
+    ASSERT_FALSE(reported.isEmpty());
+    EXPECT_TRUE(reported.last().contains(damaged + QStringLiteral(": "))) << reported.last().toStdString();
+    EXPECT_EQ(window->solutionPath(), solution);
+    ASSERT_NE(window->solutionSession(), nullptr);
+    EXPECT_EQ(window->activeProject(), active);
+    EXPECT_EQ(window->windowTitle(), QStringLiteral("Blinky - Tessmark"));
+    EXPECT_TRUE(action("FileCloseSolution")->isEnabled());
 }
 
 TEST_F(Window, AnotherSchemeRelabelsMovesAndRebindsCommands)
