@@ -709,20 +709,38 @@ TEST_F(ConsolesInWindow, ScriptRunRefusesAFileOfNoScriptLanguage)
     EXPECT_EQ(window->statusBar()->currentMessage(), "Run Script: no document is open.");
 }
 
-TEST_F(ConsolesInWindow, AFailedScriptsLineOpensFromTheConsoleMenu)
+// A script that fails on its second line, run as the current document: the console's menu on
+// the line that says where offers to open the file there, and does.
+struct FailedScript {
+    const char *name;
+    const char *fileName;
+    const char *text;
+    const char *whereMarker;   // the start of the line that says where; %1 is the file
+    const char *alsoSaid;      // another line the console shows, or null
+};
+
+class FailedScriptLocates : public ConsolesInWindow, public ::testing::WithParamInterface<FailedScript> {};
+
+TEST_P(FailedScriptLocates, FromTheConsoleMenu)
 {
+    const FailedScript &script = GetParam();
     QTemporaryDir directory;
     documents.editor = &editor;
-    documents.path = directory.filePath(QStringLiteral("broken.fs"));
-    documents.text = QStringLiteral("1 2 +\n3 NOT-A-WORD\n");
+    documents.path = directory.filePath(QLatin1String(script.fileName));
+    documents.text = QString::fromUtf8(script.text);
     TestSupport::writeFile(documents.path, documents.text.toUtf8());
     views->setDocuments(&documents);
     EXPECT_FALSE(views->runCurrentDocument());
-    FSConsole &console = *views->forthConsole();
-    views->forthDock()->setFloating(true);
-    views->forthDock()->resize(900, 400);
-    views->forthDock()->show();
-    const int index = lineIndex(console, documents.path + QStringLiteral(":2:"));
+    const bool forth = documents.path.endsWith(QLatin1String(".fs"));
+    ConsoleWidget &console = forth ? static_cast<ConsoleWidget &>(*views->forthConsole())
+                                   : static_cast<ConsoleWidget &>(*views->javaScriptConsole());
+    QDockWidget *dock = forth ? views->forthDock() : views->javaScriptDock();
+    dock->setFloating(true);
+    dock->resize(900, 400);
+    dock->show();
+    if (script.alsoSaid)
+        EXPECT_GE(lineIndex(console, QLatin1String(script.alsoSaid)), 0) << console.outputText().toStdString();
+    const int index = lineIndex(console, QString::fromLatin1(script.whereMarker).arg(documents.path));
     ASSERT_GE(index, 0) << console.outputText().toStdString();
     std::unique_ptr<QMenu> menu(console.createContextMenu(linePosition(console, index)));
     QAction *locate = menuAction(menu.get(), QStringLiteral("&Locate \"%1\", line 2").arg(documents.path));
@@ -731,32 +749,11 @@ TEST_F(ConsolesInWindow, AFailedScriptsLineOpensFromTheConsoleMenu)
     EXPECT_EQ(documents.opened, QStringList{documents.path + QStringLiteral(":2:0")});
 }
 
-} // namespace
-
-namespace {
-
-TEST_F(ConsolesInWindow, AFailedJavaScriptLineOpensFromTheConsoleMenu)
-{
-    QTemporaryDir directory;
-    documents.editor = &editor;
-    documents.path = directory.filePath(QStringLiteral("broken.js"));
-    documents.text = QStringLiteral("var x = 1;\nnothing();\n");
-    TestSupport::writeFile(documents.path, documents.text.toUtf8());
-    views->setDocuments(&documents);
-    EXPECT_FALSE(views->runCurrentDocument());
-    JavaScriptConsole &console = *views->javaScriptConsole();
-    views->javaScriptDock()->setFloating(true);
-    views->javaScriptDock()->resize(900, 400);
-    views->javaScriptDock()->show();
-    EXPECT_GE(lineIndex(console, QStringLiteral("Uncaught exception: not a function object")), 0)
-        << console.outputText().toStdString();
-    const int index = lineIndex(console, QStringLiteral("At line 2 of "));
-    ASSERT_GE(index, 0) << console.outputText().toStdString();
-    std::unique_ptr<QMenu> menu(console.createContextMenu(linePosition(console, index)));
-    QAction *locate = menuAction(menu.get(), QStringLiteral("&Locate \"%1\", line 2").arg(documents.path));
-    ASSERT_NE(locate, nullptr) << menuTexts(menu.get()).join(u'|').toStdString();
-    locate->trigger();
-    EXPECT_EQ(documents.opened, QStringList{documents.path + QStringLiteral(":2:0")});
-}
+INSTANTIATE_TEST_SUITE_P(
+    Scripts, FailedScriptLocates,
+    ::testing::Values(FailedScript{"forth", "broken.fs", "1 2 +\n3 NOT-A-WORD\n", "%1:2:", nullptr},
+                      FailedScript{"javaScript", "broken.js", "var x = 1;\nnothing();\n", "At line 2 of ",
+                                   "Uncaught exception: not a function object"}),
+    [](const ::testing::TestParamInfo<FailedScript> &info) { return std::string(info.param.name); });
 
 } // namespace

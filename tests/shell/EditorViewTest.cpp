@@ -172,8 +172,9 @@ TEST_F(Documents, KeysMoveAndSelectAndTheStatusTextFollows)
     QTest::keyClick(&view, Qt::Key_Tab);
     QTest::keyClick(&view, Qt::Key_Backspace);
     EXPECT_EQ(view.edit().buffer().text(1), QStringLiteral("gamma"));
-    if (auto *pane = window->findChild<QLabel *>(QStringLiteral("ToggleCaretPositionStatusPane")))
-        EXPECT_EQ(pane->text(), QStringLiteral("Ln 2 Col 1"));
+    auto *pane = window->findChild<QLabel *>(QStringLiteral("ToggleCaretPositionStatusPane"));
+    ASSERT_NE(pane, nullptr);
+    EXPECT_EQ(pane->text(), QStringLiteral("Ln 2 Col 1"));
 }
 
 // Keys in a line of names separated by spaces: "S-End" is Shift+End, "C-Right" Ctrl+Right, and
