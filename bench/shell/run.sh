@@ -84,3 +84,10 @@ for items in 1000 5000 20000; do
     printf '%6d items: wall %8.2f ms   processor %7.2f ms   %5.2f us an item (target < 50 ms at 5,000)\n' \
         "$items" "$wall" "$processor" "$(python3 -c "print(1000 * $processor / $items)")"
 done
+
+# The working views, each measured against its headless floor.
+for part in editor solution build consoles; do
+    echo
+    echo "== shell $part"
+    "$here/$part.sh" "$bin"
+done
