@@ -68,8 +68,8 @@ ProjectPropertiesView::ProjectPropertiesView(QWidget *parent) : QTreeWidget(pare
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     header()->setSectionResizeMode(QHeaderView::Interactive);
-    header()->resizeSection(NameColumn, 170);
-    header()->resizeSection(ValueColumn, 120);
+    header()->resizeSection(NameColumn, 150);
+    header()->resizeSection(ValueColumn, 110);
     header()->setStretchLastSection(true);
     connect(this, &QTreeWidget::itemDoubleClicked, this, [this](QTreeWidgetItem *item) {
         if (item->flags() & Qt::ItemIsEditable)

@@ -202,9 +202,10 @@ void ProjectViews::createPropertiesDock()
                     this, [this, name, text] { setPropertyValue(name, text); },
                     Qt::QueuedConnection);
             });
-    // Beside the documents, as wide as a value and its origin need.
-    m_window->addDockWidget(Qt::RightDockWidgetArea, m_propertiesDock);
-    m_window->resizeDocks({m_projectDock, m_propertiesDock}, {280, 430}, Qt::Horizontal);
+    // Under the tree whose element it shows, so the documents keep the width code needs.
+    m_window->addDockWidget(Qt::LeftDockWidgetArea, m_propertiesDock);
+    m_window->splitDockWidget(m_projectDock, m_propertiesDock, Qt::Vertical);
+    m_window->resizeDocks({m_projectDock}, {380}, Qt::Horizontal);
 }
 
 // Delete in the tree takes the item out of the solution, as in every explorer. The tree claims

@@ -297,8 +297,8 @@ void VarnelWindow::setEditor(EditCommandInterface *editor)
 
 // --- windows
 
-// The first layout: the documents get most of the room; the build log and the consoles share the
-// bottom with the messages, which show first. A layout the user saved replaces this later.
+// The first layout: the build log and the consoles share the bottom with the messages, which show
+// first, and leave the documents most of the height. A layout the user saved replaces this later.
 void VarnelWindow::arrangeDocks()
 {
     const auto dock = [this](const char *name) {
@@ -308,16 +308,6 @@ void VarnelWindow::arrangeDocks()
         messages->raise();
         resizeDocks({messages}, {170}, Qt::Vertical);
     }
-    QList<QDockWidget *> sides;
-    QList<int> widths;
-    for (const char *name : {"ProjectExplorer", "Properties"}) {
-        if (QDockWidget *side = dock(name)) {
-            sides << side;
-            widths << 230;
-        }
-    }
-    if (!sides.isEmpty())
-        resizeDocks(sides, widths, Qt::Horizontal);
 }
 
 void VarnelWindow::createWindows()
